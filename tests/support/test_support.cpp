@@ -1,0 +1,106 @@
+#include "support/test_support.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace tb::test {
+
+TempDir::TempDir() {
+    std::string templ = (fs::temp_directory_path() / "tbtest-XXXXXX").string();
+    if (!::mkdtemp(templ.data())) throw std::runtime_error("mkdtemp failed");
+    path_ = templ;
+}
+
+TempDir::~TempDir() {
+    std::error_code ec;
+    fs::remove_all(path_, ec);
+}
+
+std::string ReadFile(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+void WriteFile(const fs::path& file, const std::string& bytes) {
+    if (file.has_parent_path()) fs::create_directories(file.parent_path());
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+fs::path BuildDir() {
+    const char* b = std::getenv("TB_BUILD_DIR");
+    return b ? fs::path(b) : fs::current_path();
+}
+
+fs::path SourceDir() {
+    const char* s = std::getenv("TB_SOURCE_DIR");
+    return s ? fs::path(s) : fs::current_path();
+}
+
+fs::path CorpusDir() {
+    const fs::path p = SourceDir().parent_path() / "shared" / "jet4-corpus";
+    return fs::is_directory(p) ? p : fs::path();
+}
+
+ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>& args,
+                         const std::map<std::string, std::string>& env, const fs::path& workdir) {
+    int pipefd[2];
+    if (::pipe(pipefd) != 0) throw std::runtime_error("pipe failed");
+    std::vector<std::string> envStrings;
+    for (const auto& [k, v] : env) envStrings.push_back(k + "=" + v);
+    std::vector<char*> envp;
+    for (auto& s : envStrings) envp.push_back(s.data());
+    envp.push_back(nullptr);
+    std::vector<std::string> argStrings{program.string()};
+    argStrings.insert(argStrings.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (auto& s : argStrings) argv.push_back(s.data());
+    argv.push_back(nullptr);
+
+    const pid_t pid = ::fork();
+    if (pid < 0) throw std::runtime_error("fork failed");
+    if (pid == 0) {
+        ::dup2(pipefd[1], 1);
+        ::dup2(pipefd[1], 2);
+        ::close(pipefd[0]);
+        ::close(pipefd[1]);
+        const int devnull = ::open("/dev/null", O_RDONLY);
+        if (devnull >= 0) ::dup2(devnull, 0);
+        if (!workdir.empty() && ::chdir(workdir.c_str()) != 0) ::_exit(126);
+        ::execve(argv[0], argv.data(), envp.data());
+        ::_exit(127);
+    }
+    ::close(pipefd[1]);
+    ProcessResult result;
+    char buf[4096];
+    for (ssize_t n; (n = ::read(pipefd[0], buf, sizeof buf)) > 0;) result.output.append(buf, n);
+    ::close(pipefd[0]);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+Sandbox::Sandbox() {
+    for (auto* sub : {"home", "config", "temp", "app"}) fs::create_directories(dir_ / sub);
+    env_ = {{"HOME", home().string()},
+            {"XDG_CONFIG_HOME", xdg().string()},
+            {"TEMP", temp().string()},
+            {"TARNBROOK_HOME", app().string()},
+            {"PATH", "/usr/bin:/bin"},
+            {"LANG", "C.UTF-8"}};
+}
+
+ProcessResult Sandbox::Run(const std::vector<std::string>& args) const {
+    return RunProcess(BuildDir() / "tarnbrook", args, env_, root());
+}
+
+}  // namespace tb::test

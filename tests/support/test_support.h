@@ -1,0 +1,67 @@
+#pragma once
+// Helpers for tests: temporary folders, files, and running the built executables in a sandbox of
+// their own (HOME, XDG_CONFIG_HOME, TEMP, TARNBROOK_HOME), so tests can run in parallel.
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace tb::test {
+
+namespace fs = std::filesystem;
+
+// A fresh folder, removed with everything in it when the object goes.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const fs::path& path() const { return path_; }
+    fs::path operator/(const fs::path& p) const { return path_ / p; }
+
+private:
+    fs::path path_;
+};
+
+std::string ReadFile(const fs::path& file);
+void WriteFile(const fs::path& file, const std::string& bytes);
+
+// The build folder and the source folder as CTest hands them over (fallback: current folder).
+fs::path BuildDir();
+fs::path SourceDir();
+// ../shared/jet4-corpus beside the source folder; empty when missing.
+fs::path CorpusDir();
+
+struct ProcessResult {
+    int exitCode = -1;
+    std::string output;  // standard output and standard error, interleaved
+};
+
+// Runs a program with exactly the given environment (no inheritance) and waits.
+ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>& args,
+                         const std::map<std::string, std::string>& env,
+                         const fs::path& workdir = {});
+
+// A sandbox for one run of the program: home/, config/ (XDG_CONFIG_HOME), temp/ (TEMP) and
+// app/ (TARNBROOK_HOME), created empty.
+class Sandbox {
+public:
+    Sandbox();
+    fs::path home() const { return dir_ / "home"; }
+    fs::path xdg() const { return dir_ / "config"; }
+    fs::path temp() const { return dir_ / "temp"; }
+    fs::path app() const { return dir_ / "app"; }
+    const fs::path& root() const { return dir_.path(); }
+    std::map<std::string, std::string>& env() { return env_; }
+
+    // Runs build/tarnbrook with the sandbox's environment, in the sandbox root.
+    ProcessResult Run(const std::vector<std::string>& args) const;
+
+private:
+    TempDir dir_;
+    std::map<std::string, std::string> env_;
+};
+
+}  // namespace tb::test
