@@ -1,0 +1,1 @@
+#include "mdb/table_model.h"

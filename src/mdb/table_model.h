@@ -1,0 +1,76 @@
+#pragma once
+// The Jet 4 table model shared by the writer and the reader: column types, typed values and
+// rows. It is independent of the store; storefile maps between the two.
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace tb::mdb {
+
+// Column type codes as they stand in a Jet 4 table definition. A Counter is a Long column with
+// the auto-number flag.
+enum class JetType : std::uint8_t {
+    Boolean = 0x01,
+    Byte = 0x02,
+    Integer = 0x03,
+    Long = 0x04,
+    Currency = 0x05,
+    Single = 0x06,
+    Double = 0x07,
+    DateTime = 0x08,
+    Binary = 0x09,
+    Text = 0x0A,
+    OLE = 0x0B,
+    Memo = 0x0C,
+    GUID = 0x0F,
+    Numeric = 0x10,
+};
+
+struct Column {
+    std::string name;
+    JetType type = JetType::Text;
+    int length = 255;          // Text: characters (at most 255); ignored for other types
+    bool autoNumber = false;   // Counter
+};
+
+struct Null {
+    bool operator==(const Null&) const = default;
+};
+struct Currency {  // the value times 10,000
+    std::int64_t scaled = 0;
+    bool operator==(const Currency&) const = default;
+};
+struct DateTime {  // days since 1899-12-30, the fraction is the time of day
+    double days = 0;
+    bool operator==(const DateTime&) const = default;
+};
+struct Guid {
+    std::array<std::uint8_t, 16> bytes{};
+    bool operator==(const Guid&) const = default;
+};
+using Bytes = std::vector<std::uint8_t>;
+
+// Boolean: bool; Byte, Integer, Long, Counter: int64_t; Single, Double: double; Text, Memo:
+// UTF-8 text; OLE, Binary: Bytes.
+using Value = std::variant<Null, bool, std::int64_t, double, Currency, DateTime, std::string,
+                           Bytes, Guid>;
+using Row = std::vector<Value>;
+
+struct TableDef {
+    std::string name;
+    std::vector<Column> columns;
+};
+
+// Rows handed to the writer one at a time, so a table never has to sit in memory whole.
+class RowSource {
+public:
+    virtual ~RowSource() = default;
+    // Fills `row` (one value per column) and returns true, or returns false at the end.
+    virtual bool Next(Row& row) = 0;
+};
+
+}  // namespace tb::mdb
