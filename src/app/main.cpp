@@ -1,12 +1,229 @@
 #include "app/main.h"
 
-#include <cstdio>
+#include <filesystem>
+#include <optional>
+
+#include "common/error.h"
+#include "common/ini.h"
+#include "common/text.h"
+#include "platform/platform.h"
+#include "shell/command_line.h"
+#include "shell/log_file.h"
+#include "shell/manager_ini.h"
+#include "shell/messages.h"
+#include "shell/run_state.h"
+#include "shell/settings.h"
 
 namespace tb::app {
+namespace {
 
-int Main(int, char**) {
-    std::puts("Tarnbrook: not built yet");
-    return 1;
+namespace fs = std::filesystem;
+using shell::GetParameterValue;
+using shell::Run;
+
+[[noreturn]] void NotBuilt(const std::string& what) {
+    Raise(what + " is not built yet in this version of Tarnbrook.");
+}
+
+// The folder part of a path ends at its last "/"; a path without one is in the working folder.
+std::string FolderPart(const std::string& path) {
+    const auto slash = path.rfind('/');
+    return slash == std::string::npos ? std::string() : path.substr(0, slash == 0 ? 1 : slash);
+}
+
+void RequireFile(const std::string& path, const std::string& what) {
+    std::error_code ec;
+    if (!path.empty() && !fs::is_regular_file(path, ec))
+        Raise(what + " " + path + " does not exist.");
+}
+
+void SetActivePlant(const std::string& site, const std::string& plant, std::string parentplant) {
+    if (parentplant.empty()) parentplant = plant;
+    Run().activeSite = site;
+    Run().activePlant = plant;
+    Run().activeParentPlant = parentplant;
+}
+
+// The write mode: its own log handling, the caller test, then the batch writer.
+void WriteMode(const std::string& writeFile, const Engines& engines, std::string& managerBackup) {
+    const std::string task = IniRead(writeFile, "LDL", "Task");
+    const std::string logfile = IniRead(writeFile, "LDL", "Log");
+    if (logfile.empty())
+        shell::OpenLog(kAppTitle, kAppTitle, {});
+    else
+        shell::SetLogFileName(logfile);
+    Run().writeInstructionFile = writeFile;
+    const long ppid = LeadingNumber(IniRead(writeFile, "LDL", "ppid", "-1"));
+    const long parent = platform::ParentProcessId();
+    if (ppid != parent) {
+        shell::LogLine("Tarnquill is not started correctly from Ledgerline.");
+        return;
+    }
+    shell::LogLine("Started from " + std::to_string(parent));
+    if (task.empty()) return;
+    const std::string site = IniRead(writeFile, "LDL", "Site");
+    RequireFile(site, "Site Ini");
+    const std::string plant = IniRead(writeFile, "LDL", "plant");
+    const std::string parentplant = IniRead(writeFile, "LDL", "parentplant");
+    SetActivePlant(site, plant, parentplant);
+    shell::ApplySiteAndPlantToManagerIni(site, plant, parentplant, managerBackup);
+    engines.batchWrite(IniRead(writeFile, "LDL", "MDB"), task, writeFile);
+}
+
+void BatchMode(const Engines& engines, std::string& managerBackup) {
+    shell::LogLine("Batch mode arguments: " + shell::CommandLineText());
+    if (shell::CommandLineText().find('?') != std::string::npos &&
+        GetParameterValue("exclude").empty()) {
+        shell::ShowCommandLineUsage();
+        return;
+    }
+    if (const std::string reload = GetParameterValue("reload"); !reload.empty()) {
+        engines.reExtract(reload);
+        return;
+    }
+    ExtractionJob job;
+    job.output = GetParameterValue("output");
+    if (job.output.empty()) job.output = GetParameterValue("Extract");
+    job.vmpk = GetParameterValue("vmpk");
+    if (job.output.empty() && job.vmpk.empty()) {
+        shell::ShowCommandLineUsage();
+        return;
+    }
+    if (!job.output.empty()) {
+        const std::string folder = FolderPart(job.output);
+        std::error_code ec;
+        if (!folder.empty() && !fs::is_directory(folder, ec))
+            Raise("Output directory " + folder + " does not exist.");
+    }
+    const std::string config = GetParameterValue("config");
+    RequireFile(config, "Config Ini");
+    const std::string site = GetParameterValue("site");
+    RequireFile(site, "Site Ini");
+    const std::string plant = GetParameterValue("plant");
+    const std::string parentplant = GetParameterValue("parentplant");
+    SetActivePlant(site, plant, parentplant);
+    shell::ApplySiteAndPlantToManagerIni(site, plant, parentplant, managerBackup);
+
+    const fs::path user = shell::GetUserConfigFile();
+    job.extractDrawingFiles = IniFlag(user, "frmMain", "chkExtractDrawingFiles", "0");
+    job.fromTo = IniFlag(user, "frmMain", "chkFromTo", "0");
+    if (!config.empty()) shell::SetAttributeConfigFile(config);
+
+    const Selection selection = ResolveSelection(GetParameterValue("pbs"),
+                                                 GetParameterValue("unitcode"),
+                                                 GetParameterValue("name"), engines);
+    job.revision = GetParameterValue("revision");
+    if (job.revision.empty()) {
+        job.exclude = GetParameterValue("exclude");
+        job.plantGroupIDs = selection.plantGroupIDs;
+        job.drawingIDs = selection.drawingIDs;
+        engines.extract(job);
+    } else {
+        // A revision extraction covers the whole plant: the selection is not passed on.
+        engines.extractRevision(job);
+    }
+    if (!job.vmpk.empty())
+        engines.createVmp(job, shell::IsParameterSet("black"), shell::IsParameterSet("border"));
+}
+
+}  // namespace
+
+Engines DefaultEngines() {
+    Engines e;
+    e.extract = [](const ExtractionJob&) { NotBuilt("The extraction (/output, /Extract)"); };
+    e.extractRevision = [](const ExtractionJob&) { NotBuilt("The revision extraction (/revision)"); };
+    e.createVmp = [](const ExtractionJob&, bool, bool) { NotBuilt("The viewer package (/vmpk)"); };
+    e.reExtract = [](const std::string&) { NotBuilt("Reloading an extract (/reload)"); };
+    e.batchWrite = [](const std::string&, const std::string&, const std::string&) {
+        NotBuilt("The batch writer (/Write)");
+    };
+    e.window = [] { NotBuilt("The main window (a run without arguments)"); };
+    e.fromPbs = [](const std::string&, std::string&, std::string&) {
+        NotBuilt("Drawing selection by /pbs");
+    };
+    e.fromUnitCode = [](const std::string&) -> std::string {
+        NotBuilt("Drawing selection by /unitcode");
+    };
+    e.fromNames = [](const std::string&) -> std::string { NotBuilt("Drawing selection by /name"); };
+    return e;
+}
+
+Selection ResolveSelection(const std::string& pbs, const std::string& unitcode,
+                           const std::string& name, const Engines& engines) {
+    Selection s;
+    auto append = [](std::string& list, const std::string& more) {
+        if (!list.empty()) list += ",";
+        list += more;
+    };
+    if (!pbs.empty()) {
+        engines.fromPbs(pbs, s.plantGroupIDs, s.drawingIDs);
+        if (s.plantGroupIDs.empty() && s.drawingIDs.empty())
+            Raise("Cannot find any plant group and drawing using PBS " + pbs);
+    }
+    if (!unitcode.empty()) {
+        const std::string ids = engines.fromUnitCode(unitcode);
+        if (ids.empty()) Raise("Cannot find any plant group using unitcode " + unitcode);
+        append(s.plantGroupIDs, ids);
+    }
+    if (!name.empty()) {
+        const std::string ids = engines.fromNames(name);
+        // The message names the /unitcode value: that is how users of the Windows product know it.
+        if (ids.empty()) Raise("Cannot find any drawing using name " + unitcode);
+        append(s.drawingIDs, ids);
+    }
+    return s;
+}
+
+int RunMain(const std::vector<std::string>& args, const Engines& engines) {
+    auto& run = Run();
+    std::string managerBackup;
+    std::optional<Error> pending;
+    try {
+        shell::SetCommandLineArgs(args);
+        run.batchMode = !TrimBlanks(shell::CommandLineText()).empty();
+        std::string writeFile;
+        if (run.batchMode) {
+            writeFile = GetParameterValue("Write");
+            if (!writeFile.empty()) run.writeMode = !IniRead(writeFile, "LDL", "MDB").empty();
+            run.consoleEnabled = true;
+        }
+        shell::InstallLogSink();
+        shell::TempFolderInit();
+        const std::string suffix = shell::UserSuffix(platform::UserName());
+        run.pidTempTableName = suffix + "pid_temp_cp";
+        run.lockedTempTableName = suffix + "locked_temp_cp";
+        if (run.writeMode) {
+            WriteMode(writeFile, engines, managerBackup);
+        } else {
+            const std::string log = run.batchMode ? GetParameterValue("log") : std::string();
+            shell::OpenLog(kAppTitle, kAppTitle, log);
+            if (run.batchMode)
+                BatchMode(engines, managerBackup);
+            else
+                engines.window();
+        }
+    } catch (const Error& e) {
+        pending = e;
+    } catch (const std::exception& e) {
+        pending = Error(kErrInternal, e.what(), "Main");
+    }
+    if (pending) {
+        shell::ReportError(*pending, shell::kMbIconExclamation);
+        run.exitFlag = 1;
+    }
+    if (!managerBackup.empty()) shell::RestoreManagerIni(managerBackup);
+    return run.exitFlag;
+}
+
+void ProgramExit() {
+    shell::DeleteTempFolder();
+    platform::EndProcess(shell::Run().exitFlag != 0 ? 1 : 0);
+}
+
+int Main(int argc, char** argv) {
+    std::vector<std::string> args(argv + 1, argv + argc);
+    RunMain(args, DefaultEngines());
+    ProgramExit();
 }
 
 }  // namespace tb::app

@@ -1,0 +1,44 @@
+#include "shell/manager_ini.h"
+
+#include "common/error.h"
+#include "common/ini.h"
+#include "platform/platform.h"
+
+namespace tb::shell {
+
+namespace fs = std::filesystem;
+
+fs::path ManagerIniFile() { return platform::ProfileFolder() / "SmartplantManager.INI"; }
+
+void ApplySiteAndPlantToManagerIni(std::string_view site, std::string_view plant,
+                                   std::string parentplant, std::string& backup) {
+    std::error_code ec;
+    if (!site.empty() && !fs::is_regular_file(std::string(site), ec))
+        Raise("Site Ini " + std::string(site) + " does not exist.");
+    if (parentplant.empty()) parentplant = plant;
+    if (site.empty() && plant.empty()) return;
+    const fs::path file = ManagerIniFile();
+    if (!fs::is_regular_file(file, ec)) return;
+    Trap("ApplySiteAndPlantToManagerIni", [&] {
+        const std::string copy = file.string() + ".bk";
+        fs::copy_file(file, copy, fs::copy_options::overwrite_existing);
+        backup = copy;
+        IniDocument doc = IniDocument::Load(file);
+        if (!site.empty()) doc.Set("SmartPlant Manager", "SiteServer", site);
+        if (!plant.empty()) {
+            doc.Set("SmartPlant Manager", "ActivePlant", plant);
+            doc.Set("SmartPlant Manager", "ActiveParentPlant", parentplant);
+        }
+        if (!doc.Save(file))
+            throw Error(kErrFileAccess, "Cannot write " + file.string());
+    });
+}
+
+void RestoreManagerIni(const std::string& backup) {
+    if (backup.size() <= 3) return;
+    std::error_code ec;
+    fs::copy_file(backup, backup.substr(0, backup.size() - 3), fs::copy_options::overwrite_existing,
+                  ec);
+}
+
+}  // namespace tb::shell

@@ -1,0 +1,143 @@
+#include "shell/settings.h"
+
+#include <stdlib.h>
+
+#include <map>
+#include <optional>
+
+#include "common/error.h"
+#include "common/ini.h"
+#include "common/text.h"
+#include "platform/platform.h"
+#include "shell/messages.h"
+
+namespace tb::shell {
+namespace {
+
+fs::path gUserConfig;
+fs::path gAttributeOverride;
+std::string gCurrentPlant;
+std::map<std::string, fs::path> gPlantFiles;
+fs::path gTempFolder;
+
+bool UsableConfigFile(const fs::path& file) {
+    std::error_code ec;
+    if (fs::is_regular_file(file, ec)) return true;
+    // Can it be created? Write a probe key, remove the section, and see whether the file is there.
+    IniWrite(file, "General", std::string("1"), std::string("1"));
+    IniWrite(file, "General", std::nullopt, std::nullopt);
+    return fs::is_regular_file(file, ec);
+}
+
+}  // namespace
+
+void SetUserConfigFile(const fs::path& path) {
+    Trap("SetUserConfigFile", [&] {
+        const auto registered = platform::RegistryRead(kRegistryKey, "ConfigFile");
+        fs::path result;
+        if (!path.empty()) {
+            result = path;
+        } else if (registered && !registered->empty() && UsableConfigFile(*registered)) {
+            result = *registered;
+        } else {
+            fs::path folder = platform::RoamingDataFolder();
+            if (folder.empty()) folder = platform::ProfileFolder();
+            if (!folder.empty()) {
+                folder = folder / "Morvanex" / std::string(kAppTitle);
+                std::error_code ec;
+                fs::create_directories(folder, ec);
+                result = folder / "config.ini";
+            } else {
+                result = platform::ProgramFolder() / (platform::GetEnv("USER") + ".ini");
+            }
+        }
+        gUserConfig = result;
+        if (!registered || *registered != result.string())
+            platform::RegistryWrite(kRegistryKey, "ConfigFile", result.string());
+    });
+}
+
+const fs::path& GetUserConfigFile() {
+    if (gUserConfig.empty()) SetUserConfigFile({});
+    return gUserConfig;
+}
+
+fs::path GetGeneralFile() { return GetUserConfigFile().parent_path() / "General.ini"; }
+
+fs::path GetPlantFile(std::string_view plant) {
+    if (!gAttributeOverride.empty()) return gAttributeOverride;
+    const std::string name = plant.empty() ? gCurrentPlant : std::string(plant);
+    const std::string key = ToLowerAscii(name);
+    if (auto it = gPlantFiles.find(key); it != gPlantFiles.end()) return it->second;
+    fs::path file = GetUserConfigFile().parent_path() / (name + ".ini");
+    gPlantFiles.emplace(key, file);
+    return file;
+}
+
+void SetAttributeConfigFile(const fs::path& path) { gAttributeOverride = path; }
+void SetCurrentPlantName(std::string_view plant) { gCurrentPlant = plant; }
+const std::string& CurrentPlantName() { return gCurrentPlant; }
+
+const fs::path& TempFolderInit() {
+    const auto base = platform::TempVariable();
+    std::error_code ec;
+    if (base.value.empty())
+        Raise("TEMP directory not defined. Please first set operating system environment variable "
+              "TEMP to a correct folder");
+    if (!fs::is_directory(base.value, ec))
+        Raise("TEMP directory " + base.value +
+              " not found. Please first set operating system environment variable TEMP to a "
+              "correct folder");
+    std::string templ = (fs::path(base.value) / "tb").string() + "XXXXXX";
+    if (!::mkdtemp(templ.data()))
+        throw Error(kErrFileAccess, "Cannot create a folder in TEMP directory " + base.value,
+                    "TempFolderInit");
+    gTempFolder = templ;
+    return gTempFolder;
+}
+
+const fs::path& SessionTempFolder() { return gTempFolder; }
+
+void DeleteTempFolder() {
+    if (gTempFolder.empty()) return;
+    std::error_code ec;
+    fs::remove_all(gTempFolder, ec);
+}
+
+void ImportSettingFromCentralFolder(std::string_view plant, bool write) {
+    const fs::path user = GetUserConfigFile();
+    if (!IniFlag(user, "Central", write ? "Write" : "Read")) return;
+    const std::string folder = IniRead(user, "Central", "IniFolder");
+    std::error_code ec;
+    if (folder.empty()) {
+        ShowStatus("Folder for central ini files is not defined");
+        return;
+    }
+    if (!fs::is_directory(folder, ec)) {
+        ShowStatus("Folder '%0%' for central ini files does not exist|||" + folder);
+        return;
+    }
+    const fs::path local = GetPlantFile(plant);
+    const fs::path central = fs::path(folder) / (std::string(plant) + ".ini");
+    if (write) {
+        if (fs::is_regular_file(local, ec))
+            fs::copy_file(local, central, fs::copy_options::overwrite_existing, ec);
+        else
+            ShowStatus("Ini file '%0%' does not exist|||" + local.string());
+    } else {
+        if (fs::is_regular_file(central, ec))
+            fs::copy_file(central, local, fs::copy_options::overwrite_existing, ec);
+        else
+            ShowStatus("Central ini file '%0%' does not exist|||" + central.string());
+    }
+}
+
+void ResetSettingsForTests() {
+    gUserConfig.clear();
+    gAttributeOverride.clear();
+    gCurrentPlant.clear();
+    gPlantFiles.clear();
+    gTempFolder.clear();
+}
+
+}  // namespace tb::shell
