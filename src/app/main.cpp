@@ -1,5 +1,6 @@
 #include "app/main.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 
@@ -19,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using shell::GetParameterValue;
-using shell::Run;
+using shell::CurrentRun;
 
 [[noreturn]] void NotBuilt(const std::string& what) {
     Raise(what + " is not built yet in this version of Tarnbrook.");
@@ -39,9 +40,9 @@ void RequireFile(const std::string& path, const std::string& what) {
 
 void SetActivePlant(const std::string& site, const std::string& plant, std::string parentplant) {
     if (parentplant.empty()) parentplant = plant;
-    Run().activeSite = site;
-    Run().activePlant = plant;
-    Run().activeParentPlant = parentplant;
+    CurrentRun().activeSite = site;
+    CurrentRun().activePlant = plant;
+    CurrentRun().activeParentPlant = parentplant;
 }
 
 // The write mode: its own log handling, the caller test, then the batch writer.
@@ -52,7 +53,7 @@ void WriteMode(const std::string& writeFile, const Engines& engines, std::string
         shell::OpenLog(kAppTitle, kAppTitle, {});
     else
         shell::SetLogFileName(logfile);
-    Run().writeInstructionFile = writeFile;
+    CurrentRun().writeInstructionFile = writeFile;
     const long ppid = LeadingNumber(IniRead(writeFile, "LDL", "ppid", "-1"));
     const long parent = platform::ParentProcessId();
     if (ppid != parent) {
@@ -175,12 +176,14 @@ Selection ResolveSelection(const std::string& pbs, const std::string& unitcode,
 }
 
 int RunMain(const std::vector<std::string>& args, const Engines& engines) {
-    auto& run = Run();
+    auto& run = CurrentRun();
     std::string managerBackup;
     std::optional<Error> pending;
     try {
         shell::SetCommandLineArgs(args);
-        run.batchMode = !TrimBlanks(shell::CommandLineText()).empty();
+        // Tokens of blanks only count as an empty command line.
+        run.batchMode = std::any_of(args.begin(), args.end(),
+                                    [](const std::string& a) { return !TrimBlanks(a).empty(); });
         std::string writeFile;
         if (run.batchMode) {
             writeFile = GetParameterValue("Write");
@@ -217,7 +220,7 @@ int RunMain(const std::vector<std::string>& args, const Engines& engines) {
 
 void ProgramExit() {
     shell::DeleteTempFolder();
-    platform::EndProcess(shell::Run().exitFlag != 0 ? 1 : 0);
+    platform::EndProcess(shell::CurrentRun().exitFlag != 0 ? 1 : 0);
 }
 
 int Main(int argc, char** argv) {

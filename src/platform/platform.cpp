@@ -103,8 +103,10 @@ long ExecA(std::string_view command, const fs::path& redirectFile, const fs::pat
     const fs::path script = scriptFolder / ("exec" + std::to_string(rng() % 100000000) + ".sh");
     {
         std::ofstream out(script, std::ios::trunc);
-        out << "#!/bin/sh\n" << command;
-        if (!redirectFile.empty()) out << " >> '" << ReplaceAll(redirectFile.string(), "'", "'\\''") << "' 2>&1";
+        // Braces make the redirection cover the whole command, however many parts it has.
+        out << "#!/bin/sh\n{\n" << command << "\n}";
+        if (!redirectFile.empty())
+            out << " >> '" << ReplaceAll(redirectFile.string(), "'", "'\\''") << "' 2>&1";
         out << "\n";
         if (!out) return -1;
     }

@@ -148,7 +148,7 @@ void LogLine(std::string_view text) {
         AppendToLog(Format(now, "%Y-%m-%d %H:%M:%S") + "." + hundredths + "  " +
                     std::string(text) + "\r\n");
     }
-    if (Run().consoleEnabled) WriteConsoleLine(text);
+    if (CurrentRun().consoleEnabled) WriteConsoleLine(text);
 }
 
 void LogRaw(std::string_view text) { AppendToLog(std::string(text) + "\r\n"); }

@@ -1,5 +1,7 @@
 #include "shell/messages.h"
 
+#include <cstdio>
+
 #include "common/text.h"
 #include "shell/log_file.h"
 #include "shell/run_state.h"
@@ -61,6 +63,9 @@ int DefaultAnswer(int style) {
 
 int UniMsgBox(std::string_view text, int style, std::string_view title, bool show) {
     if (show && gMessageBox) return gMessageBox(text, style, title);
+    // No window to show a box in: standard error stands in, the default button answers.
+    if (show) std::fprintf(stderr, "%.*s: %.*s\n", static_cast<int>(title.size()), title.data(),
+                           static_cast<int>(text.size()), text.data());
     return DefaultAnswer(style);
 }
 
@@ -76,7 +81,7 @@ int Report(std::string description, std::string source, int style) {
         if (TrimBlanks(description).empty()) description = "Unknown error.";
         std::string shown = FormatMessage(description, false, true);
         if (TrimBlanks(shown).empty()) shown = "Unknown error.";
-        answer = UniMsgBox(shown, style, "Morvanex " + std::string(kAppTitle), !Run().batchMode);
+        answer = UniMsgBox(shown, style, "Morvanex " + std::string(kAppTitle), !CurrentRun().batchMode);
         const bool multiLine = shown.find('\n') != std::string::npos;
         LogLine(source + (!TrimBlanks(source).empty() && multiLine ? "\r\n" : "") + shown);
     } catch (...) {

@@ -4,7 +4,7 @@
 
 namespace tb::shell {
 
-RunState& Run() {
+RunState& CurrentRun() {
     static RunState state;
     return state;
 }

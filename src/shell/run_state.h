@@ -20,7 +20,7 @@ struct RunState {
     std::string activeParentPlant;
 };
 
-RunState& Run();
+RunState& CurrentRun();
 
 // The user name with blanks removed and "." turned into "_".
 std::string UserSuffix(std::string userName);

@@ -12,7 +12,9 @@
 namespace tb::test {
 
 TempDir::TempDir() {
-    std::string templ = (fs::temp_directory_path() / "tbtest-XXXXXX").string();
+    // Taken once: tests change TMPDIR and TEMP for the code they test.
+    static const fs::path base = fs::temp_directory_path();
+    std::string templ = (base / "tbtest-XXXXXX").string();
     if (!::mkdtemp(templ.data())) throw std::runtime_error("mkdtemp failed");
     path_ = templ;
 }
@@ -37,12 +39,12 @@ void WriteFile(const fs::path& file, const std::string& bytes) {
 
 fs::path BuildDir() {
     const char* b = std::getenv("TB_BUILD_DIR");
-    return b ? fs::path(b) : fs::current_path();
+    return b ? fs::path(b) : fs::path(TB_BUILD_DIR_DEFAULT);
 }
 
 fs::path SourceDir() {
     const char* s = std::getenv("TB_SOURCE_DIR");
-    return s ? fs::path(s) : fs::current_path();
+    return s ? fs::path(s) : fs::path(TB_SOURCE_DIR_DEFAULT);
 }
 
 fs::path CorpusDir() {

@@ -28,7 +28,7 @@ private:
 std::string ReadFile(const fs::path& file);
 void WriteFile(const fs::path& file, const std::string& bytes);
 
-// The build folder and the source folder as CTest hands them over (fallback: current folder).
+// The build folder and the source folder ($TB_BUILD_DIR and $TB_SOURCE_DIR override them).
 fs::path BuildDir();
 fs::path SourceDir();
 // ../shared/jet4-corpus beside the source folder; empty when missing.
