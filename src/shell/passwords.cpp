@@ -50,6 +50,7 @@ std::string EncipherPassword(std::string_view password) {
 std::optional<std::string> DecipherPassword(std::string_view stored) {
     if (stored.substr(0, kMark.size()) != kMark) return std::nullopt;
     const std::string_view b64 = stored.substr(kMark.size());
+    if (b64.empty()) return std::nullopt;
     std::vector<unsigned char> box(b64.size());
     std::size_t len = 0;
     if (sodium_base642bin(box.data(), box.size(), b64.data(), b64.size(), nullptr, &len, nullptr,
