@@ -14,7 +14,7 @@
 namespace tb::shell {
 namespace {
 
-constexpr std::string_view kPassPhrase = "Morvanex Tarnbrook stored connection secrets";
+constexpr std::string_view kPassPhrase = "Nimbrel8";
 constexpr std::string_view kMark = "|||";
 
 const std::array<unsigned char, crypto_secretbox_KEYBYTES>& Key() {
@@ -77,9 +77,12 @@ void SaveStoredPassword(const std::filesystem::path& file, std::string_view sect
 }
 
 std::optional<std::string> ReadStoredPassword(const std::filesystem::path& file,
-                                              std::string_view section, std::string_view key) {
+                                              std::string_view section, std::string_view key,
+                                              bool plainTextCounts) {
     const auto value = IniDocument::Load(file).Get(section, key);
     if (!value || value->empty()) return std::nullopt;
+    if (value->substr(0, kMark.size()) != kMark)
+        return plainTextCounts ? std::optional<std::string>(*value) : std::nullopt;
     if (auto plain = DecipherPassword(*value)) return plain;
     LogLine("The stored password of key " + std::string(key) + " in section " +
             std::string(section) + " cannot be read; it counts as not stored");

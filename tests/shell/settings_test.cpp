@@ -156,10 +156,15 @@ TEST_F(SettingsTest, StoredPasswords) {
 
     // Values written by the Windows product, or damaged, count as no password; the log names
     // the key only.
-    for (const char* foreign : {"|||AbCdEf==", "|||", "|||not base64!", "plain"}) {
+    for (const char* foreign : {"|||AbCdEf==", "|||", "|||not base64!"}) {
         IniWrite(general, "DB", std::string("other"), std::string(foreign));
-        EXPECT_EQ(ReadStoredPassword(general, "DB", "other"), std::nullopt) << foreign;
+        EXPECT_EQ(ReadStoredPassword(general, "DB", "other", true), std::nullopt) << foreign;
     }
+    // Without the mark: a plain password in section "DB", none in section "PWD".
+    IniWrite(general, "DB", std::string("plain"), std::string("pw"));
+    IniWrite(general, "PWD", std::string("SPPID"), std::string("pw"));
+    EXPECT_EQ(ReadStoredPassword(general, "DB", "plain", true), "pw");
+    EXPECT_EQ(ReadStoredPassword(general, "PWD", "SPPID"), std::nullopt);
     const std::string log = ReadFile(dir / "log.txt");
     EXPECT_NE(log.find("key other"), std::string::npos);
     EXPECT_EQ(log.find("AbCdEf"), std::string::npos);
