@@ -66,11 +66,11 @@ fs::path GetGeneralFile() { return GetUserConfigFile().parent_path() / "General.
 
 fs::path GetPlantFile(std::string_view plant) {
     if (!gAttributeOverride.empty()) return gAttributeOverride;
+    // Cached by the exact name: file names differ by case here.
     const std::string name = plant.empty() ? gCurrentPlant : std::string(plant);
-    const std::string key = ToLowerAscii(name);
-    if (auto it = gPlantFiles.find(key); it != gPlantFiles.end()) return it->second;
+    if (auto it = gPlantFiles.find(name); it != gPlantFiles.end()) return it->second;
     fs::path file = GetUserConfigFile().parent_path() / (name + ".ini");
-    gPlantFiles.emplace(key, file);
+    gPlantFiles.emplace(name, file);
     return file;
 }
 
