@@ -141,7 +141,10 @@ std::optional<std::string> IniDocument::Get(std::string_view section, std::strin
 void IniDocument::Set(std::string_view section, std::string_view key, std::string_view value) {
     auto header = FindSection(section);
     if (header == npos) {
-        if (!lines_.empty() && !TrimSpace(lines_.back().raw).empty()) lines_.push_back(Line{});
+        // A blank line parts a new section from what is above it.
+        const bool blankAbove = !lines_.empty() && lines_.back().kind == Kind::Other &&
+                                TrimSpace(lines_.back().raw).empty();
+        if (!lines_.empty() && !blankAbove) lines_.push_back(Line{});
         lines_.push_back(Line{Kind::Section, {}, std::string(section), {}, true});
         header = lines_.size() - 1;
     }
