@@ -1,0 +1,26 @@
+#pragma once
+// The Access meaning on SQLite connections: the case-insensitive text collation, the functions the
+// run's statements call, and Jet's LIKE. Plant connections register the functions too, so the
+// Oracle texts that use concat, instr and lcase run on the embedded plant.
+
+#include <sqlite3.h>
+
+#include <string_view>
+
+namespace tb::store {
+
+// Every text column of every store table is declared "TEXT COLLATE JETNOCASE".
+inline constexpr std::string_view kTextCollation = "JETNOCASE";
+
+// jcat (Access &), lcase, ucase, len, left, right, mid, nz, jround, concat and the three- and
+// four-argument instr of Oracle. For every connection, store or plant.
+void RegisterFunctions(sqlite3* db);
+// The collation; needed by any connection that reads or writes store tables (an attached store).
+void RegisterCollation(sqlite3* db);
+// LIKE as Jet's ANSI-92 LIKE, ignoring case for all of Unicode (see LikeMatch). Store connections
+// only: a plant stands in for Oracle, whose LIKE does not ignore case.
+void RegisterAccessLike(sqlite3* db);
+// All of the above: what a store connection gets.
+void RegisterStoreSql(sqlite3* db);
+
+}  // namespace tb::store
