@@ -5,8 +5,6 @@
 #include <mdbtools.h>
 
 #include <array>
-#include <chrono>
-#include <cmath>
 #include <cstring>
 #include <optional>
 #include <system_error>
@@ -464,49 +462,6 @@ std::uint64_t MdbReader::ForEachRow(std::string_view name,
         ++n;
     }
     return n;
-}
-
-// ---------------------------------------------------------------------------------------------
-
-namespace {
-
-void AppendPadded(std::string& out, long long value, int width) {
-    const std::string digits = std::to_string(value);
-    if (static_cast<int>(digits.size()) < width)
-        out.append(static_cast<std::size_t>(width) - digits.size(), '0');
-    out += digits;
-}
-
-}  // namespace
-
-std::string DateTimeToText(DateTime value) {
-    using namespace std::chrono;
-    constexpr double kFirstDay = -657434;  // 0100-01-01, the first day Access accepts
-    constexpr double kLastDay = 2958465;   // 9999-12-31
-    const double whole = std::trunc(value.days);
-    if (!std::isfinite(value.days) || whole < kFirstDay || whole > kLastDay)
-        throw Error(kErrValidation, "Date value out of range: " + std::to_string(value.days));
-    auto day = static_cast<long>(whole);
-    auto seconds = std::llround(std::fabs(value.days - whole) * 86400.0);
-    if (seconds == 86400) {
-        ++day;
-        seconds = 0;
-    }
-    const year_month_day ymd{sys_days{year{1899} / December / 30} + days{day}};
-    std::string text;
-    text.reserve(19);
-    AppendPadded(text, int(ymd.year()), 4);
-    text += '-';
-    AppendPadded(text, unsigned(ymd.month()), 2);
-    text += '-';
-    AppendPadded(text, unsigned(ymd.day()), 2);
-    text += ' ';
-    AppendPadded(text, seconds / 3600, 2);
-    text += ':';
-    AppendPadded(text, seconds / 60 % 60, 2);
-    text += ':';
-    AppendPadded(text, seconds % 60, 2);
-    return text;
 }
 
 }  // namespace tb::mdb

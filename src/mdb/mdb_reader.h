@@ -58,7 +58,8 @@ class MdbReader {
 
 // Rows of one table, in stored order. Also a RowSource, so a table can be handed to a writer.
 // Values by column type: Boolean bool (never Null); Byte, Integer, Long int64_t; Currency
-// Currency; Single, Double double; DateTime DateTime (the stored days); Text, Memo UTF-8
+// Currency; Single, Double double; DateTime DateTime (the stored days; jet_writer.h turns them
+// into text); Text, Memo UTF-8
 // std::string; Numeric the exact decimal as std::string ("-12.3400", '.' always); Binary, OLE
 // Bytes; GUID Guid (the 16 stored bytes). Null and '' are told apart.
 class TableCursor : public RowSource {
@@ -77,10 +78,5 @@ class TableCursor : public RowSource {
     explicit TableCursor(std::unique_ptr<Impl> impl);
     std::unique_ptr<Impl> impl_;
 };
-
-// "yyyy-mm-dd hh:mm:ss" with a four-digit year, rounded to the second. Days before 1899-12-30
-// follow Access: the whole part counts days back, the fraction is still the time of day
-// (-1.25 is 1899-12-29 06:00:00). Raises outside the years 100 to 9999, the range of Access.
-std::string DateTimeToText(DateTime value);
 
 }  // namespace tb::mdb
