@@ -13,7 +13,8 @@ namespace tb::store {
 inline constexpr std::string_view kTextCollation = "JETNOCASE";
 
 // jcat (Access &), lcase, ucase, len, left, right, mid, nz, jround, concat and the three- and
-// four-argument instr of Oracle. For every connection, store or plant.
+// four-argument instr of Oracle. For every connection, store or plant. LEFT and RIGHT are join
+// keywords to SQLite, so statements call those two quoted: "left"(x, 3), "right"(x, 3).
 void RegisterFunctions(sqlite3* db);
 // The collation; needed by any connection that reads or writes store tables (an attached store).
 void RegisterCollation(sqlite3* db);
