@@ -71,6 +71,8 @@ public:
     virtual ~RowSource() = default;
     // Fills `row` (one value per column) and returns true, or returns false at the end.
     virtual bool Next(Row& row) = 0;
+    // The number of rows to come when the source knows it (for progress lines), else -1.
+    virtual std::int64_t RowCountHint() const { return -1; }
 };
 
 }  // namespace tb::mdb

@@ -1,0 +1,63 @@
+#pragma once
+// Our Jet 4 (Access 2000 .mdb) writer: bulk and write-once. Tables stream through it page by
+// page; the catalogue, its indexes, the usage maps and the header are completed by Commit().
+// The file is written under a temporary name beside the target and renamed into place only
+// when complete, so a failure never leaves a half-written target behind.
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mdb/table_model.h"
+
+namespace tb::mdb {
+
+struct WriterOptions {
+    std::function<double()> now;           // creation time as DateTime days; default: system clock
+    std::function<std::uint32_t()> random;  // for any random/identifier bytes; default: random device
+};
+
+class JetWriter {
+public:
+    explicit JetWriter(std::filesystem::path target, WriterOptions options = {});
+    ~JetWriter();  // without Commit(): removes the temporary file
+    JetWriter(const JetWriter&) = delete;
+    JetWriter& operator=(const JetWriter&) = delete;
+
+    // Streams the rows of one table into the file; checks the Access limits as it goes.
+    void AddTable(const TableDef& def, RowSource& rows);
+    // Completes the file (catalogue, indexes, maps, header) and renames it into place.
+    void Commit();
+
+    class Impl;
+
+private:
+    std::unique_ptr<Impl> impl_;
+};
+
+// Convenience for small tables held in memory.
+class VectorRowSource : public RowSource {
+public:
+    explicit VectorRowSource(std::vector<Row> rows);
+    bool Next(Row& row) override;
+    std::int64_t RowCountHint() const override;
+
+private:
+    std::vector<Row> rows_;
+    std::size_t next_ = 0;
+};
+
+// Dates as text "yyyy-mm-dd hh:mm:ss" (the time may be left out when reading) and as DateTime
+// days since 1899-12-30, converted exactly (whole seconds) and without the process locale.
+DateTime DateTimeFromText(std::string_view text);
+std::string DateTimeToText(DateTime value);
+
+// The DateTime of a calendar day and time; throws tb::Error for a day that does not exist or a
+// year outside 100..9999 (the range Access accepts).
+DateTime MakeDateTime(int year, int month, int day, int hour = 0, int minute = 0, int second = 0);
+
+}  // namespace tb::mdb

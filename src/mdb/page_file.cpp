@@ -1,0 +1,111 @@
+#include "mdb/page_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <random>
+
+#include "common/error.h"
+#include "mdb/jet_format.h"
+
+namespace tb::mdb {
+
+namespace {
+
+// Pages kept in memory before one write() sends them out.
+constexpr std::uint32_t kBufferedPages = 256;
+
+std::string SystemMessage(int err) { return std::strerror(err); }
+
+}  // namespace
+
+PageFile::PageFile(std::filesystem::path target) : target_(std::move(target)) {
+    std::filesystem::path folder = target_.parent_path();
+    if (folder.empty()) folder = ".";
+    // open() with O_EXCL rather than mkstemp, so that the file gets the usual mode (0666 less
+    // the umask) like any document the user saves.
+    std::random_device device;
+    for (int attempt = 0; attempt < 100 && fd_ < 0; ++attempt) {
+        char suffix[16];
+        std::snprintf(suffix, sizeof suffix, ".tmp-%08x", static_cast<unsigned>(device()));
+        temp_ = folder / (target_.filename().string() + suffix);
+        fd_ = ::open(temp_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd_ < 0 && errno != EEXIST) break;
+    }
+    if (fd_ < 0) {
+        const int err = errno;
+        temp_.clear();
+        throw Error(kErrFileAccess, "Cannot create a temporary file beside " + target_.string() +
+                                        ": " + SystemMessage(err));
+    }
+    buffer_.reserve(kBufferedPages * jet::kPageSize);
+}
+
+PageFile::~PageFile() {
+    Close();
+    if (!committed_ && !temp_.empty()) ::unlink(temp_.c_str());
+}
+
+void PageFile::Close() noexcept {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
+}
+
+std::uint32_t PageFile::Allocate() {
+    if (count_ >= jet::kMaxPages) {
+        std::string what = context_.empty() ? std::string() : " while writing " + context_;
+        Raise("The database " + target_.string() + " would grow over 2 GB" + what +
+              "; Access files cannot be larger.");
+    }
+    if (count_ - flushed_ >= kBufferedPages) Flush();
+    buffer_.resize(buffer_.size() + jet::kPageSize, 0);
+    return count_++;
+}
+
+void PageFile::Write(std::uint32_t page, const std::uint8_t* bytes) {
+    if (page >= count_) throw Error(kErrInternal, "Page " + std::to_string(page) + " not allocated");
+    if (page >= flushed_) {
+        std::memcpy(buffer_.data() + std::size_t{page - flushed_} * jet::kPageSize, bytes,
+                    jet::kPageSize);
+    } else {
+        WriteAt(std::uint64_t{page} * jet::kPageSize, bytes, jet::kPageSize);
+    }
+}
+
+void PageFile::Flush() {
+    if (buffer_.empty()) return;
+    WriteAt(std::uint64_t{flushed_} * jet::kPageSize, buffer_.data(), buffer_.size());
+    flushed_ = count_;
+    buffer_.clear();
+}
+
+void PageFile::WriteAt(std::uint64_t offset, const std::uint8_t* bytes, std::size_t size) {
+    while (size > 0) {
+        const ssize_t n = ::pwrite(fd_, bytes, size, static_cast<off_t>(offset));
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            throw Error(kErrFileAccess, "Cannot write " + temp_.string() + ": " + SystemMessage(errno));
+        }
+        bytes += n;
+        size -= static_cast<std::size_t>(n);
+        offset += static_cast<std::uint64_t>(n);
+    }
+}
+
+void PageFile::Commit() {
+    Flush();
+    if (::fsync(fd_) != 0) {
+        throw Error(kErrFileAccess, "Cannot write " + temp_.string() + ": " + SystemMessage(errno));
+    }
+    Close();
+    if (::rename(temp_.c_str(), target_.c_str()) != 0) {
+        throw Error(kErrFileAccess, "Cannot rename " + temp_.string() + " to " + target_.string() +
+                                        ": " + SystemMessage(errno));
+    }
+    committed_ = true;
+}
+
+}  // namespace tb::mdb

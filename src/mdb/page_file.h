@@ -1,0 +1,49 @@
+#pragma once
+// The file of pages under construction: a temporary file beside the target, pages appended
+// through a small buffer (so streaming never holds more than a few hundred pages), earlier pages
+// patched in place, renamed onto the target by Commit().
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tb::mdb {
+
+class PageFile {
+public:
+    explicit PageFile(std::filesystem::path target);
+    ~PageFile();  // removes the temporary file unless committed
+    PageFile(const PageFile&) = delete;
+    PageFile& operator=(const PageFile&) = delete;
+
+    // Appends a zeroed page and returns its number. Throws tb::Error when the file would pass
+    // 2 GB; the message names `context` (set by the writer, e.g. the table being written).
+    std::uint32_t Allocate();
+    std::uint32_t pageCount() const { return count_; }
+    // Replaces the whole page; the page must have been allocated.
+    void Write(std::uint32_t page, const std::uint8_t* bytes);
+    void SetContext(std::string context) { context_ = std::move(context); }
+
+    // Writes what is buffered, syncs and renames the file onto the target.
+    void Commit();
+
+    const std::filesystem::path& target() const { return target_; }
+    const std::filesystem::path& temporary() const { return temp_; }
+
+private:
+    void Flush();
+    void WriteAt(std::uint64_t offset, const std::uint8_t* bytes, std::size_t size);
+    void Close() noexcept;
+
+    std::filesystem::path target_;
+    std::filesystem::path temp_;
+    int fd_ = -1;
+    bool committed_ = false;
+    std::uint32_t count_ = 0;    // pages allocated
+    std::uint32_t flushed_ = 0;  // pages [0, flushed_) are on disk; the rest is in buffer_
+    std::vector<std::uint8_t> buffer_;
+    std::string context_;
+};
+
+}  // namespace tb::mdb
