@@ -65,11 +65,13 @@ struct Assignment {
 struct JoinUpdate {
     std::string target;       // the table updated
     std::string targetAlias;  // the name `on`, `where` and the expressions use for it; empty: target
-    std::string source;       // FROM text of the other side: "pid AS b", "t_plantitem p, pid b"
+    // FROM text of the other side: "pid AS b", "t_plantitem p, pid b". A LEFT join takes one table
+    // or one subquery.
+    std::string source;
     std::string on;           // the join condition
     std::vector<Assignment> set;
     std::string where;  // further condition on the joined rows; empty for none
-    // The insertion order of the source rows. Empty: "<alias>.rowid" of a one-table source.
+    // The insertion order of the source rows. Empty: "<alias>._rowid_" of a one-table source.
     std::string order;
     bool leftJoin = false;
 };

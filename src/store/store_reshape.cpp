@@ -169,17 +169,20 @@ void Store::AddCounterId(std::string_view table, std::string_view column) {
 }
 
 void Store::ConvertValues(const std::string& table, const std::string& column, const ColumnType& type) {
-    std::vector<RebuildColumn> rebuilt;
-    for (const ColumnDef& d : Columns(table)) {
-        if (d.name == column) rebuilt.push_back({d.name, type, ConversionExpression(d.name, type)});
-        else rebuilt.push_back({d.name, d.type, QuoteName(d.name)});
+    const ColumnType old = TypeOf(table, column);
+    if (old.storage() != type.storage() || old.counter) {
+        std::vector<RebuildColumn> rebuilt;
+        for (const ColumnDef& d : Columns(table)) {
+            if (d.name == column) rebuilt.push_back({d.name, type, ConversionExpression(d.name, type)});
+            else rebuilt.push_back({d.name, d.type, QuoteName(d.name)});
+        }
+        Rebuild(table, rebuilt);
     }
-    Rebuild(table, rebuilt);
     const std::string t = QuoteName(table), c = QuoteName(column);
     const Storage storage = type.storage();
     if (storage == Storage::Integer) {
         Execute("UPDATE " + t + " SET " + c + " = jround(" + c + ") WHERE typeof(" + c + ") = 'real'");
-        if (type.jet == JetType::Boolean)
+        if (type.jet == JetType::Boolean && old.jet != JetType::Boolean)
             Execute("UPDATE " + t + " SET " + c + " = CASE WHEN " + c + " <> 0 THEN -1 ELSE 0 END WHERE typeof(" +
                     c + ") = 'integer'");
     }
@@ -211,7 +214,7 @@ void Store::AlterColumnType(std::string_view table, std::string_view column, con
         if (type.counter) throw Error(kErrInternal, "A counter column is made by AddCounterId.");
         const ColumnType old = TypeOf(t, c);
         Transaction tx(handle());
-        if (old.storage() == type.storage() && !old.counter) SetCatalogType(t, c, type);
+        if (old.storage() == type.storage() && !old.counter && !type.isNumber()) SetCatalogType(t, c, type);
         else ConvertValues(t, c, type);
         if (type.jet == JetType::Text) {
             const ColumnStats s = Stats(*this, t, {c})[0];
@@ -418,12 +421,17 @@ std::string UpdateFromJoinSql(const JoinUpdate& u) {
     sql += ", row_number() OVER (PARTITION BY " + alias + "." + std::string(kRowid) + " ORDER BY " + order +
            " DESC) AS match_rank FROM " + target;
     if (!u.targetAlias.empty()) sql += " AS " + u.targetAlias;
-    const bool several = SingleTableAlias(u.source).empty();
-    if (u.leftJoin)
-        sql += " LEFT JOIN " + (several ? "(" + u.source + ")" : u.source) + " ON " + u.on;
-    else
-        sql += " JOIN " + (several ? "(" + u.source + ")" : u.source) + " ON " + u.on;
-    if (!u.where.empty()) sql += " WHERE " + u.where;
+    if (u.leftJoin) {
+        // Parentheses around several tables would hide their rowids: one table or one subquery.
+        if (SingleTableAlias(u.source).empty() && TrimSpace(u.source).substr(0, 1) != "(")
+            throw Error(kErrInternal, "UpdateFromJoin on '" + u.target +
+                                          "': a LEFT join takes one table or one subquery as its source.");
+        sql += " LEFT JOIN " + u.source + " ON " + u.on;
+        if (!u.where.empty()) sql += " WHERE " + u.where;
+    } else {
+        sql += ", " + u.source + " WHERE (" + u.on + ")";
+        if (!u.where.empty()) sql += " AND (" + u.where + ")";
+    }
     sql += ") AS " + m + " WHERE " + target + "." + std::string(kRowid) + " = " + m + ".target_row AND " + m +
            ".match_rank = 1";
     return sql;
