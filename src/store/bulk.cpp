@@ -71,11 +71,22 @@ StoreAttachment::StoreAttachment(sqlite3* other, const Store& store, std::string
     Trap("AttachStore", [&] {
         if (store.path().empty())
             throw Error(kErrInternal, "A store in memory cannot be attached to another connection.");
-        RegisterFunctions(other_);
-        RegisterCollation(other_);
+        // Registering again while the connection has statements open would fail: only what is
+        // missing is registered.
+        if (QueryValue(other_, "SELECT count(*) FROM pragma_collation_list WHERE name = ?1 COLLATE NOCASE",
+                       {kTextCollation})
+                .integer() == 0)
+            RegisterCollation(other_);
+        if (QueryValue(other_, "SELECT count(*) FROM pragma_function_list WHERE name = 'jcat'").integer() == 0)
+            RegisterFunctions(other_);
         ExecuteCount(other_, "ATTACH DATABASE ?1 AS " + QuoteName(schema_), {store.path().string()});
-        Execute(other_, "PRAGMA " + QuoteName(schema_) + ".journal_mode=MEMORY; PRAGMA " + QuoteName(schema_) +
-                            ".synchronous=OFF");
+        try {
+            Execute(other_, "PRAGMA " + QuoteName(schema_) + ".journal_mode=MEMORY; PRAGMA " +
+                                QuoteName(schema_) + ".synchronous=OFF");
+        } catch (...) {
+            sqlite3_exec(other_, ("DETACH DATABASE " + QuoteName(schema_)).c_str(), nullptr, nullptr, nullptr);
+            throw;
+        }
     });
 }
 

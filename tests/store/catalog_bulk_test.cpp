@@ -105,13 +105,18 @@ TEST(StoreAttachment, RowsMoveFromAPlantTableOfTheSameName) {
     // A plant connection with a table of the same name: the plant stays main, so unqualified names
     // are the plant's and only "st." reaches the store.
     Connection plant(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    RegisterFunctions(plant.get());  // as every plant connection does
     Execute(plant.get(), "CREATE TABLE T_DRAWING (SP_ID TEXT, NAME TEXT); "
                          "INSERT INTO T_DRAWING VALUES ('d1', 'P&ID-1'), ('d2', 'Ärger plan 2')");
+    // A statement left open on the plant connection must not stop the attachment.
+    Statement open(plant.get(), "SELECT SP_ID FROM T_DRAWING");
+    ASSERT_TRUE(open.Step());
     {
         StoreAttachment attached(plant.get(), store, "st");
         EXPECT_EQ(ExecuteCount(plant.get(), "INSERT INTO st.T_Drawing (SP_ID, Name) SELECT SP_ID, lcase(NAME) FROM T_DRAWING"), 2);
         EXPECT_EQ(QueryValue(plant.get(), "SELECT count(*) FROM T_DRAWING").integer(), 2);
     }
+    open.Reset();
     EXPECT_TRUE(store.FitTypesToData("t_drawing"));
     EXPECT_EQ(store.TypeOf("T_Drawing", "Name").Name(), "Text(12)");
     EXPECT_EQ(Render(store, "SELECT SP_ID FROM T_Drawing WHERE Name = 'ÄRGER PLAN 2' OR Name = 'KEPT' ORDER BY 1"),
