@@ -21,7 +21,7 @@ function encode(value, type) {
     switch (type) {
         case "float":
         case "double":
-            return String(value);
+            return Object.is(value, -0) ? "-0" : String(value);
         case "datetime":
             return Number.isNaN(value.getTime()) ? "NaN" : value.getTime();
         case "binary":

@@ -216,15 +216,61 @@ std::string MdbReaderDate(double td) {
     return DoubleText(r, std::chars_format::fixed, 0);
 }
 
-std::string GuidText(const mdb::Guid& g, bool braces) {
+// mdbtools: "{XXXXXXXX-XXXX-XXXX-XXXXXXXXXXXXXXXX}"; mdb-reader:
+// "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx".
+std::string GuidText(const mdb::Guid& g, bool tools) {
     const auto& b = g.bytes;
     const unsigned char order[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-    std::string s = braces ? "{" : "";
+    std::string s = tools ? "{" : "";
     for (int i = 0; i < 16; ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) s += '-';
+        if (i == 4 || i == 6 || i == 8 || (i == 10 && !tools)) s += '-';
         s += Hex(&b[order[i]], 1);
     }
-    return braces ? s + "}" : s;
+    return tools ? s + "}" : s;
+}
+
+// mdbtools converts UCS-2, not UTF-16: a character outside the Basic Multilingual Plane (a
+// surrogate pair) comes out as "??".
+std::string WithoutSurrogatePairs(const std::string& utf8) {
+    std::string out;
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        if ((static_cast<unsigned char>(utf8[i]) & 0xF8) == 0xF0) {
+            out += "??";
+            i += 3;
+        } else {
+            out += utf8[i];
+        }
+    }
+    return out;
+}
+
+// mdb-json writes numbers as printf made them, which JSON parsers may refuse ("%.16g" of the
+// largest Double overflows): quote them, so they arrive as their text.
+std::string QuoteBareNumbers(const std::string& line) {
+    std::string out;
+    out.reserve(line.size() + 16);
+    bool inString = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const char c = line[i];
+        if (inString) {
+            out += c;
+            if (c == '\\' && i + 1 < line.size()) {
+                out += line[++i];
+            } else if (c == '"') {
+                inString = false;
+            }
+        } else if (c == '"') {
+            inString = true;
+            out += c;
+        } else if (c == '-' || (c >= '0' && c <= '9') || c == 'i' || c == 'n') {
+            const auto end = line.find_first_of(",}", i);
+            out += '"' + line.substr(i, end - i) + '"';
+            i = end - 1;
+        } else {
+            out += c;
+        }
+    }
+    return out;
 }
 
 std::string Lower(std::string s) {
@@ -299,7 +345,7 @@ std::vector<std::vector<Cell>> Json(const fs::path& file, const std::string& tab
         RunTool("mdb-json", {"-D", kDateFormat, "-T", kDateFormat, file.string(), table});
     std::vector<std::vector<Cell>> rows;
     for (const auto& line : Lines(o.out)) {
-        const json object = json::parse(line);
+        const json object = json::parse(QuoteBareNumbers(line));
         auto& row = rows.emplace_back();
         for (const auto& col : columns) {
             const auto it = object.find(col.name);
@@ -461,7 +507,7 @@ Expected ExpectedText(Reader reader, const mdb::Column& column, const mdb::Value
         Expected operator()(const std::string& s) const {
             if (tools && s.empty()) return {true, std::nullopt};  // mdbtools prints '' as Null
             if (tools && s.size() >= 200000) return {false, std::nullopt};  // its bind buffer
-            return {true, s};
+            return {true, tools ? WithoutSurrogatePairs(s) : s};
         }
         Expected operator()(const mdb::Bytes& b) const {
             std::size_t n = b.size();
@@ -472,7 +518,9 @@ Expected ExpectedText(Reader reader, const mdb::Column& column, const mdb::Value
                         n = i;
                         break;
                     }
-            if (tools && n == 0) return {true, std::nullopt};
+            // mdbtools prints an empty OLE object (a long-value header of length 0) as "", an
+            // empty Binary as Null
+            if (tools && n == 0) return {true, column.type == JetType::OLE ? Cell("") : Cell()};
             return {true, Hex(b.data(), n)};
         }
         Expected operator()(const mdb::Guid& g) const {

@@ -51,7 +51,7 @@ std::vector<OutsideColumn> Schema(const fs::path& file, const std::string& table
 std::int64_t Count(const fs::path& file, const std::string& table);                 // mdb-count
 // mdb-export: texts as printed (dates "yyyy-mm-dd hh:mm:ss", binary as upper-case hex).
 std::vector<std::vector<Cell>> Export(const fs::path& file, const std::string& table);
-// mdb-json: rows by column order of `columns`; numbers in their JSON text, binary as hex.
+// mdb-json: rows by column order of `columns`; numbers as printed, binary as hex.
 std::vector<std::vector<Cell>> Json(const fs::path& file, const std::string& table,
                                     const std::vector<OutsideColumn>& columns);
 // Schema, count and export of one table.
