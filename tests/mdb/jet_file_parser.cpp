@@ -15,7 +15,8 @@ std::uint32_t Le32(const std::uint8_t* p) {
 
 namespace {
 
-int FixedSize(std::uint8_t type) {
+int FixedSize(const ParsedColumn& c) {
+    const std::uint8_t type = c.type;
     switch (type) {
         case 0x01: return 0;
         case 0x02: return 1;
@@ -27,7 +28,7 @@ int FixedSize(std::uint8_t type) {
         case 0x08: return 8;
         case 0x0F: return 16;
         case 0x10: return 17;
-        default: return -1;
+        default: return c.length;  // types of Access's own tables, stored as long as declared
     }
 }
 
@@ -337,14 +338,11 @@ std::optional<ParsedRow> JetFile::DecodeRow(const ParsedTdef& tdef, const Bytes8
         }
     }
     ParsedRow out;
-    const std::size_t count = tdef.columns.size();
+    std::size_t count = tdef.maxColumns;
+    for (const ParsedColumn& c : tdef.columns) count = std::max<std::size_t>(count, c.number + 1u);
     out.null.assign(count, true);
     out.raw.assign(count, {});
     for (const ParsedColumn& c : tdef.columns) {
-        if (c.number >= count) {
-            problem = "a column number beyond the column count";
-            return std::nullopt;
-        }
         const bool bit = c.number < columns && (mask[c.number / 8] & (1u << (c.number % 8))) != 0;
         if (c.type == 0x01) {
             out.null[c.number] = false;
@@ -353,7 +351,7 @@ std::optional<ParsedRow> JetFile::DecodeRow(const ParsedTdef& tdef, const Bytes8
         }
         out.null[c.number] = !bit;
         if (c.fixed()) {
-            const int size = FixedSize(c.type);
+            const int size = FixedSize(c);
             if (size < 0 || 2 + c.fixedOffset + static_cast<std::size_t>(size) > row.size()) {
                 problem = "a fixed column beyond the row";
                 return std::nullopt;
@@ -389,8 +387,22 @@ std::vector<ParsedRow> JetFile::TableRows(const ParsedTdef& tdef, std::vector<st
     for (std::uint32_t page : MapPages(*mapRow, problems)) {
         const auto slots = RowSlots(page);
         for (std::size_t r = 0; r < slots.size(); ++r) {
-            if (slots[r].first & 0xC000) continue;  // deleted or overflow pointer
-            const auto bytes = RowBytes(page, static_cast<std::uint8_t>(r));
+            if (slots[r].first & 0x8000) continue;  // deleted, or the target of an overflow row
+            auto bytes = RowBytes(page, static_cast<std::uint8_t>(r));
+            if (slots[r].first & 0x4000) {
+                // An overflow row: a pointer to where the row went when it grew.
+                if (bytes->size() < 4) {
+                    problems.push_back("page " + std::to_string(page) + " row " + std::to_string(r) +
+                                       ": an overflow row without its pointer");
+                    continue;
+                }
+                bytes = RowBytes(Le32(bytes->data()));
+                if (!bytes) {
+                    problems.push_back("page " + std::to_string(page) + " row " + std::to_string(r) +
+                                       ": an overflow row pointing nowhere");
+                    continue;
+                }
+            }
             std::string problem;
             auto row = DecodeRow(tdef, *bytes, problem);
             if (!row) {
