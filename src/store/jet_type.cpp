@@ -116,7 +116,7 @@ Storage ColumnType::storage() const {
         case JetType::Currency:
         case JetType::Numeric: return Storage::Real;
         case JetType::OLE:
-        case JetType::Binary: return Storage::Blob;
+        case JetType::Binary: return Storage::Binary;
         default: return Storage::Text;  // Text, Memo, DateTime (text by decision), GUID
     }
 }
@@ -184,7 +184,7 @@ std::string Declaration(const ColumnType& type) {
         case Storage::Text: return "TEXT COLLATE " + std::string(kTextCollation);
         case Storage::Integer: return "INTEGER";
         case Storage::Real: return "REAL";
-        case Storage::Blob: return "BLOB";
+        case Storage::Binary: return "BLOB";
     }
     return "BLOB";
 }
@@ -193,7 +193,7 @@ ColumnType Widest(const ColumnType& in1, const ColumnType& in2) {
     ColumnType a = in1, b = in2;
     a.counter = b.counter = false;  // a copied Counter is a Long
     if (a == b) return a;
-    const bool blobA = a.storage() == Storage::Blob, blobB = b.storage() == Storage::Blob;
+    const bool blobA = a.storage() == Storage::Binary, blobB = b.storage() == Storage::Binary;
     if (blobA || blobB) return (blobA && blobB && a.jet == b.jet) ? a : ColumnType::OLE();
     if (a.jet == JetType::Memo || b.jet == JetType::Memo) return ColumnType::Memo();
     if (IsTextual(a) && IsTextual(b)) return ColumnType::Text(std::max(a.width, b.width));

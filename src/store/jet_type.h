@@ -15,7 +15,7 @@ using mdb::JetType;
 
 // How a store column is declared in SQLite: only these four, so SQLite never rewrites a value
 // behind the catalogue's back.
-enum class Storage { Text, Integer, Real, Blob };
+enum class Storage { Text, Integer, Real, Binary };  // declared TEXT, INTEGER, REAL, BLOB
 
 struct ColumnType {
     JetType jet = JetType::Text;

@@ -39,9 +39,9 @@ const std::string& Value::text() const {
     return std::get<std::string>(v_);
 }
 
-const Bytes& Value::blob() const {
+const Blob& Value::blob() const {
     if (!isBlob()) WrongKind("a blob");
-    return std::get<Bytes>(v_);
+    return std::get<Blob>(v_);
 }
 
 std::string Value::ToText() const {
@@ -50,7 +50,7 @@ std::string Value::ToText() const {
         case 2: return FormatAccessNumber(std::get<double>(v_));
         case 3: return std::get<std::string>(v_);
         case 4: {
-            const Bytes& b = std::get<Bytes>(v_);
+            const Blob& b = std::get<Blob>(v_);
             return std::string(b.begin(), b.end());
         }
         default: return {};
@@ -202,7 +202,7 @@ Value Statement::Get(int column) const {
         case SQLITE_BLOB: {
             const auto* p = static_cast<const std::uint8_t*>(sqlite3_column_blob(stmt_, column));
             const auto n = static_cast<std::size_t>(sqlite3_column_bytes(stmt_, column));
-            return Value(Bytes(p, p + n));
+            return Value(Blob(p, p + n));
         }
         default: return Value();
     }

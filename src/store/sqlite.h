@@ -12,7 +12,7 @@
 
 namespace tb::store {
 
-using Bytes = std::vector<std::uint8_t>;
+using Blob = std::vector<std::uint8_t>;
 
 // One SQLite value: Null, integer, real, text (UTF-8) or blob.
 class Value {
@@ -25,7 +25,7 @@ public:
     Value(std::string v) : v_(std::move(v)) {}
     Value(std::string_view v) : v_(std::string(v)) {}
     Value(const char* v) : v_(std::string(v)) {}
-    Value(Bytes v) : v_(std::move(v)) {}
+    Value(Blob v) : v_(std::move(v)) {}
 
     bool isNull() const { return v_.index() == 0; }
     bool isInteger() const { return v_.index() == 1; }
@@ -37,7 +37,7 @@ public:
     std::int64_t integer() const;
     double real() const;
     const std::string& text() const;
-    const Bytes& blob() const;
+    const Blob& blob() const;
 
     // As Access shows the value in text: Null gives "", 3.0 gives "3", 1E+20 stays "1E+20".
     std::string ToText() const;
@@ -47,7 +47,7 @@ public:
     bool operator==(const Value&) const = default;
 
 private:
-    std::variant<std::monostate, std::int64_t, double, std::string, Bytes> v_;
+    std::variant<std::monostate, std::int64_t, double, std::string, Blob> v_;
 };
 
 using Row = std::vector<Value>;

@@ -74,7 +74,7 @@ std::string ConversionExpression(const std::string& column, const ColumnType& ty
         case Storage::Text:
             return "CASE WHEN typeof(" + c + ") IN ('integer', 'real') THEN jcat(" + c +
                    ") ELSE CAST(" + c + " AS TEXT) END";
-        case Storage::Blob:
+        case Storage::Binary:
             return "CASE WHEN typeof(" + c + ") IN ('integer', 'real') THEN CAST(jcat(" + c +
                    ") AS BLOB) ELSE CAST(" + c + " AS BLOB) END";
         default:  // the column's affinity turns numeric text into numbers
