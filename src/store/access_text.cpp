@@ -1,7 +1,7 @@
 #include "store/access_text.h"
 
-#include <unicode/uchar.h>
 #include <unicode/ucasemap.h>
+#include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
@@ -18,7 +18,8 @@ namespace {
 
 std::string ToCharsGeneral(double value, int precision) {
     char buf[64];
-    const auto r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, precision);
+    const auto r =
+        std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, precision);
     std::string out(buf, r.ptr);
     for (char& c : out)
         if (c == 'e') c = 'E';
@@ -48,7 +49,8 @@ std::string MapCase(std::string_view text, CaseFn fn) {
     std::string out(text.size() + text.size() / 2 + 8, '\0');
     UErrorCode status = U_ZERO_ERROR;
     const auto len = static_cast<int32_t>(text.size());
-    int32_t n = fn(CaseMap(), out.data(), static_cast<int32_t>(out.size()), text.data(), len, &status);
+    int32_t n =
+        fn(CaseMap(), out.data(), static_cast<int32_t>(out.size()), text.data(), len, &status);
     if (status == U_BUFFER_OVERFLOW_ERROR) {
         out.assign(static_cast<std::size_t>(n), '\0');
         status = U_ZERO_ERROR;
@@ -76,8 +78,8 @@ char32_t Fold(char32_t c) {
 // One element of a parsed LIKE pattern.
 struct LikeToken {
     enum Kind { Literal, One, Any, Class } kind = Literal;
-    char32_t ch = 0;                                  // Literal, folded
-    bool negated = false;                             // Class
+    char32_t ch = 0;                                    // Literal, folded
+    bool negated = false;                               // Class
     std::vector<std::pair<char32_t, char32_t>> ranges;  // Class, folded ends
 };
 
@@ -125,15 +127,18 @@ std::vector<LikeToken> ParseLike(std::string_view pattern, char32_t escape) {
 
 bool TokenMatches(const LikeToken& t, char32_t folded) {
     switch (t.kind) {
-        case LikeToken::Literal: return t.ch == folded;
-        case LikeToken::One: return true;
+        case LikeToken::Literal:
+            return t.ch == folded;
+        case LikeToken::One:
+            return true;
         case LikeToken::Class: {
             bool in = false;
             for (const auto& [lo, hi] : t.ranges)
                 if (folded >= lo && folded <= hi) in = true;
             return in != t.negated;
         }
-        case LikeToken::Any: return false;
+        case LikeToken::Any:
+            return false;
     }
     return false;
 }
@@ -159,14 +164,22 @@ std::string FormatOracleNumber(double value) {
         const auto r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed);
         out.assign(buf, r.ptr);
     }
-    if (out.rfind("0.", 0) == 0) out.erase(0, 1);
-    else if (out.rfind("-0.", 0) == 0) out.erase(1, 1);
+    if (out.rfind("0.", 0) == 0)
+        out.erase(0, 1);
+    else if (out.rfind("-0.", 0) == 0)
+        out.erase(1, 1);
     return out;
 }
 
-std::string FoldCase(std::string_view text) { return MapCase(text, ucasemap_utf8FoldCase); }
-std::string ToLowerUnicode(std::string_view text) { return MapCase(text, ucasemap_utf8ToLower); }
-std::string ToUpperUnicode(std::string_view text) { return MapCase(text, ucasemap_utf8ToUpper); }
+std::string FoldCase(std::string_view text) {
+    return MapCase(text, ucasemap_utf8FoldCase);
+}
+std::string ToLowerUnicode(std::string_view text) {
+    return MapCase(text, ucasemap_utf8ToLower);
+}
+std::string ToUpperUnicode(std::string_view text) {
+    return MapCase(text, ucasemap_utf8ToUpper);
+}
 
 int CompareIgnoringCase(std::string_view a, std::string_view b) {
     // ASCII prefix in place; the rest, once a byte above 0x7F shows, through ICU folding. Folding

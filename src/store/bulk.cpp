@@ -17,7 +17,8 @@ std::vector<std::string> InsertColumns(const Store& store, const std::string& ta
     for (std::string& c : columns) {
         const auto found = store.FindColumn(table, c);
         if (!found)
-            throw Error(kErrColumnMissing, "Column '" + c + "' does not exist in table '" + table + "'.");
+            throw Error(kErrColumnMissing,
+                        "Column '" + c + "' does not exist in table '" + table + "'.");
         c = *found;
     }
     return columns;
@@ -36,7 +37,8 @@ std::string InsertSql(const std::string& table, const std::vector<std::string>& 
 std::string TableOf(const Store& store, std::string_view table) {
     const auto t = store.FindTable(table);
     if (!t)
-        throw Error(kErrTableMissing, "Table '" + std::string(table) + "' does not exist.", "BulkInsert");
+        throw Error(kErrTableMissing, "Table '" + std::string(table) + "' does not exist.",
+                    "BulkInsert");
     return *t;
 }
 
@@ -70,21 +72,26 @@ StoreAttachment::StoreAttachment(sqlite3* other, const Store& store, std::string
     : other_(other), schema_(schema) {
     Trap("AttachStore", [&] {
         if (store.path().empty())
-            throw Error(kErrInternal, "A store in memory cannot be attached to another connection.");
+            throw Error(kErrInternal,
+                        "A store in memory cannot be attached to another connection.");
         // Registering again while the connection has statements open would fail: only what is
         // missing is registered.
-        if (QueryValue(other_, "SELECT count(*) FROM pragma_collation_list WHERE name = ?1 COLLATE NOCASE",
+        if (QueryValue(other_,
+                       "SELECT count(*) FROM pragma_collation_list WHERE name = ?1 COLLATE NOCASE",
                        {kTextCollation})
                 .integer() == 0)
             RegisterCollation(other_);
-        if (QueryValue(other_, "SELECT count(*) FROM pragma_function_list WHERE name = 'jcat'").integer() == 0)
+        if (QueryValue(other_, "SELECT count(*) FROM pragma_function_list WHERE name = 'jcat'")
+                .integer() == 0)
             RegisterFunctions(other_);
-        ExecuteCount(other_, "ATTACH DATABASE ?1 AS " + QuoteName(schema_), {store.path().string()});
+        ExecuteCount(other_, "ATTACH DATABASE ?1 AS " + QuoteName(schema_),
+                     {store.path().string()});
         try {
             Execute(other_, "PRAGMA " + QuoteName(schema_) + ".journal_mode=MEMORY; PRAGMA " +
                                 QuoteName(schema_) + ".synchronous=OFF");
         } catch (...) {
-            sqlite3_exec(other_, ("DETACH DATABASE " + QuoteName(schema_)).c_str(), nullptr, nullptr, nullptr);
+            sqlite3_exec(other_, ("DETACH DATABASE " + QuoteName(schema_)).c_str(), nullptr,
+                         nullptr, nullptr);
             throw;
         }
     });
@@ -92,7 +99,8 @@ StoreAttachment::StoreAttachment(sqlite3* other, const Store& store, std::string
 
 StoreAttachment::~StoreAttachment() {
     // An error here would hide the one that ended the transfer, if any.
-    sqlite3_exec(other_, ("DETACH DATABASE " + QuoteName(schema_)).c_str(), nullptr, nullptr, nullptr);
+    sqlite3_exec(other_, ("DETACH DATABASE " + QuoteName(schema_)).c_str(), nullptr, nullptr,
+                 nullptr);
 }
 
 }  // namespace tb::store

@@ -16,7 +16,7 @@ namespace tb::store {
 // Rows into one existing table. The transaction ends with Commit(); an object that goes without
 // it takes its rows back with it.
 class BulkInsert {
-public:
+  public:
     // `columns` empty: every column in table order except a counter, which numbers itself.
     BulkInsert(Store& store, std::string_view table, std::vector<std::string> columns = {});
     BulkInsert(const BulkInsert&) = delete;
@@ -31,13 +31,15 @@ public:
     void SetDouble(int column, double value) { insert_.BindDouble(column + 1, value); }
     void SetText(int column, std::string_view value) { insert_.BindText(column + 1, value); }
     // Not copied: the text must stay alive until Insert() has returned.
-    void SetTextNoCopy(int column, std::string_view value) { insert_.BindTextNoCopy(column + 1, value); }
+    void SetTextNoCopy(int column, std::string_view value) {
+        insert_.BindTextNoCopy(column + 1, value);
+    }
     void SetValue(int column, const Value& value) { insert_.Bind(column + 1, value); }
     void Insert();
     // Commits, then brings the catalogue in line with what arrived (text widths).
     void Commit();
 
-private:
+  private:
     Store& store_;
     std::string table_;
     std::vector<std::string> columns_;
@@ -52,14 +54,14 @@ private:
 // tables can be written from that connection. The store connection must hold no open statement
 // or transaction meanwhile; call Store::FitTypesToData on the tables filled this way afterwards.
 class StoreAttachment {
-public:
+  public:
     StoreAttachment(sqlite3* other, const Store& store, std::string_view schema);
     ~StoreAttachment();
     StoreAttachment(const StoreAttachment&) = delete;
     StoreAttachment& operator=(const StoreAttachment&) = delete;
     const std::string& schema() const { return schema_; }
 
-private:
+  private:
     sqlite3* other_;
     std::string schema_;
 };

@@ -8,7 +8,8 @@
 namespace tb::store {
 
 bool AdoTableExists(const Store& store, std::string_view table) {
-    return Trap("AdoTableExists", [&] { return store.TableExists(table) || store.FindLink(table).has_value(); });
+    return Trap("AdoTableExists",
+                [&] { return store.TableExists(table) || store.FindLink(table).has_value(); });
 }
 
 bool AdoColumnExists(const Store& store, std::string_view table, std::string_view column) {
@@ -17,8 +18,10 @@ bool AdoColumnExists(const Store& store, std::string_view table, std::string_vie
 
 void AdoDeleteTable(Store& store, std::string_view table) {
     Trap("AdoDeleteTable", [&] {
-        if (store.TableExists(table)) store.DropTable(table);
-        else store.DropLink(table);
+        if (store.TableExists(table))
+            store.DropTable(table);
+        else
+            store.DropLink(table);
     });
 }
 
@@ -26,8 +29,9 @@ std::vector<std::string> AdoGetTableNames(const Store& store) {
     return Trap("AdoGetTableNames", [&] {
         std::vector<std::string> names = store.TableNames();
         for (const LinkDef& l : store.Links()) names.push_back(l.name);
-        std::sort(names.begin(), names.end(),
-                  [](const std::string& a, const std::string& b) { return CompareIgnoringCase(a, b) < 0; });
+        std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
+            return CompareIgnoringCase(a, b) < 0;
+        });
         return names;
     });
 }
@@ -43,8 +47,10 @@ std::vector<std::string> AdoGetColumnNames(const Store& store, std::string_view 
 
 void AdoRenameTable(Store& store, std::string_view oldName, std::string_view newName) {
     Trap("AdoRenameTable", [&] {
-        if (store.TableExists(oldName)) store.RenameTable(oldName, newName);
-        else if (store.FindLink(oldName)) store.RenameLink(oldName, newName);
+        if (store.TableExists(oldName))
+            store.RenameTable(oldName, newName);
+        else if (store.FindLink(oldName))
+            store.RenameLink(oldName, newName);
     });
 }
 

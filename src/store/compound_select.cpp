@@ -17,8 +17,8 @@ struct Token {
 
 bool IsWordChar(char c) {
     const auto u = static_cast<unsigned char>(c);
-    return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9') ||
-           u == '_' || u == '$' || u >= 0x80;
+    return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9') || u == '_' ||
+           u == '$' || u >= 0x80;
 }
 
 // Tokens of the statement; strings, quoted names and comments are single tokens or skipped,
@@ -78,7 +78,7 @@ struct Region {
 };
 
 class Renderer {
-public:
+  public:
     Renderer(std::string_view sql, std::vector<Region> regions)
         : sql_(sql), regions_(std::move(regions)) {}
 
@@ -90,9 +90,11 @@ public:
     }
     const Region& region(std::size_t i) const { return regions_[i]; }
 
-    std::string Render(const std::vector<std::size_t>& choices) const { return RenderRegion(0, choices); }
+    std::string Render(const std::vector<std::size_t>& choices) const {
+        return RenderRegion(0, choices);
+    }
 
-private:
+  private:
     std::string RenderSpan(std::size_t b, std::size_t e, const Region& r,
                            const std::vector<std::size_t>& choices) const {
         std::string out;
@@ -151,12 +153,16 @@ std::optional<std::vector<std::string>> CompoundVariants(std::string_view sql, s
             if (IEquals(word, "UNION") || IEquals(word, "INTERSECT") || IEquals(word, "EXCEPT")) {
                 std::size_t end = tok.end;
                 if (t + 1 < tokens.size() && tokens[t + 1].kind == 'w' &&
-                    IEquals(sql.substr(tokens[t + 1].begin, tokens[t + 1].end - tokens[t + 1].begin), "ALL"))
+                    IEquals(
+                        sql.substr(tokens[t + 1].begin, tokens[t + 1].end - tokens[t + 1].begin),
+                        "ALL"))
                     end = tokens[++t].end;
                 cur.ops.emplace_back(tok.begin, end);
             } else if (IEquals(word, "LIMIT") ||
                        (IEquals(word, "ORDER") && t + 1 < tokens.size() &&
-                        IEquals(sql.substr(tokens[t + 1].begin, tokens[t + 1].end - tokens[t + 1].begin), "BY"))) {
+                        IEquals(sql.substr(tokens[t + 1].begin,
+                                           tokens[t + 1].end - tokens[t + 1].begin),
+                                "BY"))) {
                 cur.tails.push_back(tok.begin);
             }
         }

@@ -16,6 +16,7 @@ namespace tb::store {
 // parentheses becomes "<first branch> UNION ALL <chosen branch>", which keeps the first branch's
 // column names for the outer query. A trailing ORDER BY or LIMIT of a compound is dropped.
 // Empty when there is no compound; nothing when there would be more than `cap` variants.
-std::optional<std::vector<std::string>> CompoundVariants(std::string_view sql, std::size_t cap = 64);
+std::optional<std::vector<std::string>> CompoundVariants(std::string_view sql,
+                                                         std::size_t cap = 64);
 
 }  // namespace tb::store

@@ -29,51 +29,61 @@ constexpr NamedType kNames[] = {
 
 // Jet DDL and SQLite type words (upper case, blanks collapsed) without a size.
 constexpr NamedType kDeclarations[] = {
-    {"TEXT", ColumnType::Text()},          {"VARCHAR", ColumnType::Text()},
-    {"NVARCHAR", ColumnType::Text()},      {"CHAR", ColumnType::Text()},
-    {"NCHAR", ColumnType::Text()},         {"CHARACTER", ColumnType::Text()},
-    {"STRING", ColumnType::Text()},        {"ALPHANUMERIC", ColumnType::Text()},
-    {"VARCHAR2", ColumnType::Text()},      {"NVARCHAR2", ColumnType::Text()},
-    {"MEMO", ColumnType::Memo()},          {"LONGTEXT", ColumnType::Memo()},
-    {"LONGCHAR", ColumnType::Memo()},      {"NOTE", ColumnType::Memo()},
-    {"NTEXT", ColumnType::Memo()},         {"CLOB", ColumnType::Memo()},
-    {"BYTE", ColumnType::Byte()},          {"TINYINT", ColumnType::Byte()},
-    {"INTEGER1", ColumnType::Byte()},      {"SMALLINT", ColumnType::Integer()},
-    {"SHORT", ColumnType::Integer()},      {"INTEGER2", ColumnType::Integer()},
-    {"INTEGER", ColumnType::Long()},       {"INT", ColumnType::Long()},
-    {"LONG", ColumnType::Long()},          {"LONG INTEGER", ColumnType::Long()},
-    {"INTEGER4", ColumnType::Long()},      {"BIGINT", ColumnType::Long()},
-    {"COUNTER", ColumnType::Counter()},    {"AUTOINCREMENT", ColumnType::Counter()},
-    {"SINGLE", ColumnType::Single()},      {"FLOAT4", ColumnType::Single()},
-    {"IEEESINGLE", ColumnType::Single()},  {"REAL", ColumnType::Double()},
-    {"DOUBLE", ColumnType::Double()},      {"DOUBLE PRECISION", ColumnType::Double()},
-    {"FLOAT", ColumnType::Double()},       {"FLOAT8", ColumnType::Double()},
-    {"IEEEDOUBLE", ColumnType::Double()},  {"NUMBER", ColumnType::Double()},
-    {"NUMERIC", ColumnType::Double()},     {"DECIMAL", ColumnType::Double()},
-    {"CURRENCY", ColumnType::Currency()},  {"MONEY", ColumnType::Currency()},
-    {"DATETIME", ColumnType::DateTime()},  {"DATE", ColumnType::DateTime()},
-    {"TIME", ColumnType::DateTime()},      {"TIMESTAMP", ColumnType::DateTime()},
-    {"BIT", ColumnType::Boolean()},        {"YESNO", ColumnType::Boolean()},
-    {"LOGICAL", ColumnType::Boolean()},    {"LOGICAL1", ColumnType::Boolean()},
-    {"BOOLEAN", ColumnType::Boolean()},    {"OLEOBJECT", ColumnType::OLE()},
-    {"LONGBINARY", ColumnType::OLE()},     {"GENERAL", ColumnType::OLE()},
-    {"IMAGE", ColumnType::OLE()},          {"BLOB", ColumnType::OLE()},
-    {"BINARY", ColumnType::Binary()},      {"VARBINARY", ColumnType::Binary()},
-    {"GUID", ColumnType::Guid()},          {"UNIQUEIDENTIFIER", ColumnType::Guid()},
+    {"TEXT", ColumnType::Text()},         {"VARCHAR", ColumnType::Text()},
+    {"NVARCHAR", ColumnType::Text()},     {"CHAR", ColumnType::Text()},
+    {"NCHAR", ColumnType::Text()},        {"CHARACTER", ColumnType::Text()},
+    {"STRING", ColumnType::Text()},       {"ALPHANUMERIC", ColumnType::Text()},
+    {"VARCHAR2", ColumnType::Text()},     {"NVARCHAR2", ColumnType::Text()},
+    {"MEMO", ColumnType::Memo()},         {"LONGTEXT", ColumnType::Memo()},
+    {"LONGCHAR", ColumnType::Memo()},     {"NOTE", ColumnType::Memo()},
+    {"NTEXT", ColumnType::Memo()},        {"CLOB", ColumnType::Memo()},
+    {"BYTE", ColumnType::Byte()},         {"TINYINT", ColumnType::Byte()},
+    {"INTEGER1", ColumnType::Byte()},     {"SMALLINT", ColumnType::Integer()},
+    {"SHORT", ColumnType::Integer()},     {"INTEGER2", ColumnType::Integer()},
+    {"INTEGER", ColumnType::Long()},      {"INT", ColumnType::Long()},
+    {"LONG", ColumnType::Long()},         {"LONG INTEGER", ColumnType::Long()},
+    {"INTEGER4", ColumnType::Long()},     {"BIGINT", ColumnType::Long()},
+    {"COUNTER", ColumnType::Counter()},   {"AUTOINCREMENT", ColumnType::Counter()},
+    {"SINGLE", ColumnType::Single()},     {"FLOAT4", ColumnType::Single()},
+    {"IEEESINGLE", ColumnType::Single()}, {"REAL", ColumnType::Double()},
+    {"DOUBLE", ColumnType::Double()},     {"DOUBLE PRECISION", ColumnType::Double()},
+    {"FLOAT", ColumnType::Double()},      {"FLOAT8", ColumnType::Double()},
+    {"IEEEDOUBLE", ColumnType::Double()}, {"NUMBER", ColumnType::Double()},
+    {"NUMERIC", ColumnType::Double()},    {"DECIMAL", ColumnType::Double()},
+    {"CURRENCY", ColumnType::Currency()}, {"MONEY", ColumnType::Currency()},
+    {"DATETIME", ColumnType::DateTime()}, {"DATE", ColumnType::DateTime()},
+    {"TIME", ColumnType::DateTime()},     {"TIMESTAMP", ColumnType::DateTime()},
+    {"BIT", ColumnType::Boolean()},       {"YESNO", ColumnType::Boolean()},
+    {"LOGICAL", ColumnType::Boolean()},   {"LOGICAL1", ColumnType::Boolean()},
+    {"BOOLEAN", ColumnType::Boolean()},   {"OLEOBJECT", ColumnType::OLE()},
+    {"LONGBINARY", ColumnType::OLE()},    {"GENERAL", ColumnType::OLE()},
+    {"IMAGE", ColumnType::OLE()},         {"BLOB", ColumnType::OLE()},
+    {"BINARY", ColumnType::Binary()},     {"VARBINARY", ColumnType::Binary()},
+    {"GUID", ColumnType::Guid()},         {"UNIQUEIDENTIFIER", ColumnType::Guid()},
 };
 
-bool IsTextual(const ColumnType& t) { return t.isText(); }
+bool IsTextual(const ColumnType& t) {
+    return t.isText();
+}
 
 int NumberRank(JetType t) {
     switch (t) {
-        case JetType::Boolean: return 0;
-        case JetType::Byte: return 1;
-        case JetType::Integer: return 2;
-        case JetType::Long: return 3;
-        case JetType::Single: return 4;
-        case JetType::Currency: return 5;
-        case JetType::Double: return 6;
-        default: return 7;  // Numeric
+        case JetType::Boolean:
+            return 0;
+        case JetType::Byte:
+            return 1;
+        case JetType::Integer:
+            return 2;
+        case JetType::Long:
+            return 3;
+        case JetType::Single:
+            return 4;
+        case JetType::Currency:
+            return 5;
+        case JetType::Double:
+            return 6;
+        default:
+            return 7;  // Numeric
     }
 }
 
@@ -85,7 +95,8 @@ ColumnType WidestNumber(JetType a, JetType b) {
     // A Single holds no Long exactly; Currency has no room for a Single's range.
     if (b == JetType::Single && a == JetType::Long) return ColumnType::Double();
     if (b == JetType::Currency && a == JetType::Single) return ColumnType::Double();
-    if (b == JetType::Numeric) return a == JetType::Numeric ? ColumnType::Numeric() : ColumnType::Double();
+    if (b == JetType::Numeric)
+        return a == JetType::Numeric ? ColumnType::Numeric() : ColumnType::Double();
     return {b, 0, false};
 }
 
@@ -100,8 +111,10 @@ bool ColumnType::isNumber() const {
         case JetType::Single:
         case JetType::Double:
         case JetType::Currency:
-        case JetType::Numeric: return true;
-        default: return false;
+        case JetType::Numeric:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -110,14 +123,18 @@ Storage ColumnType::storage() const {
         case JetType::Boolean:
         case JetType::Byte:
         case JetType::Integer:
-        case JetType::Long: return Storage::Integer;
+        case JetType::Long:
+            return Storage::Integer;
         case JetType::Single:
         case JetType::Double:
         case JetType::Currency:
-        case JetType::Numeric: return Storage::Real;
+        case JetType::Numeric:
+            return Storage::Real;
         case JetType::OLE:
-        case JetType::Binary: return Storage::Binary;
-        default: return Storage::Text;  // Text, Memo, DateTime (text by decision), GUID
+        case JetType::Binary:
+            return Storage::Binary;
+        default:
+            return Storage::Text;  // Text, Memo, DateTime (text by decision), GUID
     }
 }
 
@@ -148,12 +165,16 @@ std::optional<ColumnType> ColumnType::FromDeclaration(std::string_view declarati
     std::string size;
     bool inParens = false;
     for (char c : declaration) {
-        if (c == '(') inParens = true;
-        else if (c == ')') inParens = false;
-        else if (inParens) size += c;
+        if (c == '(')
+            inParens = true;
+        else if (c == ')')
+            inParens = false;
+        else if (inParens)
+            size += c;
         else if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
             if (!words.empty() && words.back() != ' ') words += ' ';
-        } else words += static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+        } else
+            words += static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
     }
     while (!words.empty() && words.back() == ' ') words.pop_back();
     // Only the type words: "TEXT COLLATE X", "INTEGER PRIMARY KEY" and the like keep their head.
@@ -169,7 +190,8 @@ std::optional<ColumnType> ColumnType::FromDeclaration(std::string_view declarati
         if (t.jet == JetType::Text) {
             int w = 0;
             const auto trimmed = TrimSpace(size);
-            const auto [p, ec] = std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), w);
+            const auto [p, ec] =
+                std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), w);
             if (ec == std::errc() && w >= 1) t.width = std::min(w, 255);
             if (ec == std::errc() && w > 255) t = Memo();
         }
@@ -181,10 +203,14 @@ std::optional<ColumnType> ColumnType::FromDeclaration(std::string_view declarati
 std::string Declaration(const ColumnType& type) {
     if (type.counter) return "INTEGER PRIMARY KEY";
     switch (type.storage()) {
-        case Storage::Text: return "TEXT COLLATE " + std::string(kTextCollation);
-        case Storage::Integer: return "INTEGER";
-        case Storage::Real: return "REAL";
-        case Storage::Binary: return "BLOB";
+        case Storage::Text:
+            return "TEXT COLLATE " + std::string(kTextCollation);
+        case Storage::Integer:
+            return "INTEGER";
+        case Storage::Real:
+            return "REAL";
+        case Storage::Binary:
+            return "BLOB";
     }
     return "BLOB";
 }

@@ -29,10 +29,14 @@ std::string_view RawText(sqlite3_value* v) {
 // A value as Access turns it into text (numbers as CStr shows them).
 std::string AccessText(sqlite3_value* v) {
     switch (sqlite3_value_type(v)) {
-        case SQLITE_INTEGER: return std::to_string(sqlite3_value_int64(v));
-        case SQLITE_FLOAT: return FormatAccessNumber(sqlite3_value_double(v));
-        case SQLITE_NULL: return {};
-        default: return std::string(RawText(v));
+        case SQLITE_INTEGER:
+            return std::to_string(sqlite3_value_int64(v));
+        case SQLITE_FLOAT:
+            return FormatAccessNumber(sqlite3_value_double(v));
+        case SQLITE_NULL:
+            return {};
+        default:
+            return std::string(RawText(v));
     }
 }
 
@@ -50,10 +54,18 @@ void ResultText(sqlite3_context* ctx, const std::string& text) {
 // Null, a text that is not a number gives an error.
 bool IntArg(sqlite3_context* ctx, sqlite3_value* v, std::int64_t& out) {
     switch (sqlite3_value_numeric_type(v)) {
-        case SQLITE_NULL: sqlite3_result_null(ctx); return false;
-        case SQLITE_INTEGER: out = sqlite3_value_int64(v); return true;
-        case SQLITE_FLOAT: out = std::llrint(sqlite3_value_double(v)); return true;
-        default: sqlite3_result_error(ctx, "Type mismatch", -1); return false;
+        case SQLITE_NULL:
+            sqlite3_result_null(ctx);
+            return false;
+        case SQLITE_INTEGER:
+            out = sqlite3_value_int64(v);
+            return true;
+        case SQLITE_FLOAT:
+            out = std::llrint(sqlite3_value_double(v));
+            return true;
+        default:
+            sqlite3_result_error(ctx, "Type mismatch", -1);
+            return false;
     }
 }
 
@@ -79,8 +91,10 @@ void Jcat(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
             any = true;
             out += AccessText(argv[i]);
         }
-        if (any) ResultText(ctx, out);
-        else sqlite3_result_null(ctx);
+        if (any)
+            ResultText(ctx, out);
+        else
+            sqlite3_result_null(ctx);
     });
 }
 
@@ -94,8 +108,10 @@ void Concat(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
             any = true;
             out += OracleText(argv[i]);
         }
-        if (any) ResultText(ctx, out);
-        else sqlite3_result_null(ctx);
+        if (any)
+            ResultText(ctx, out);
+        else
+            sqlite3_result_null(ctx);
     });
 }
 
@@ -145,10 +161,13 @@ void Mid(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
         std::int64_t start = 0, length = -1;
         if (!IntArg(ctx, argv[1], start)) return;
         if (argc == 3 && !IntArg(ctx, argv[2], length)) return;
-        if (start < 1 || (argc == 3 && length < 0)) return sqlite3_result_error(ctx, kInvalidCall, -1);
+        if (start < 1 || (argc == 3 && length < 0))
+            return sqlite3_result_error(ctx, kInvalidCall, -1);
         const std::string text = AccessText(argv[0]);
-        const std::size_t count = argc == 3 ? static_cast<std::size_t>(length) : std::string_view::npos;
-        ResultText(ctx, std::string(CodePointSubstr(text, static_cast<std::size_t>(start - 1), count)));
+        const std::size_t count =
+            argc == 3 ? static_cast<std::size_t>(length) : std::string_view::npos;
+        ResultText(ctx,
+                   std::string(CodePointSubstr(text, static_cast<std::size_t>(start - 1), count)));
     });
 }
 
@@ -166,10 +185,14 @@ void Jround(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
         if (argc == 2 && !IntArg(ctx, argv[1], digits)) return;
         if (digits < 0) return sqlite3_result_error(ctx, kInvalidCall, -1);
         switch (sqlite3_value_numeric_type(argv[0])) {
-            case SQLITE_NULL: return sqlite3_result_null(ctx);
-            case SQLITE_INTEGER: return sqlite3_result_int64(ctx, sqlite3_value_int64(argv[0]));
-            case SQLITE_FLOAT: break;
-            default: return sqlite3_result_error(ctx, "Type mismatch", -1);
+            case SQLITE_NULL:
+                return sqlite3_result_null(ctx);
+            case SQLITE_INTEGER:
+                return sqlite3_result_int64(ctx, sqlite3_value_int64(argv[0]));
+            case SQLITE_FLOAT:
+                break;
+            default:
+                return sqlite3_result_error(ctx, "Type mismatch", -1);
         }
         const double x = sqlite3_value_double(argv[0]);
         if (digits > 15 || !std::isfinite(x)) return sqlite3_result_double(ctx, x);
@@ -219,16 +242,19 @@ void Instr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
 // like(pattern, text[, escape]): SQLite hands "text LIKE pattern" over in this order.
 void Like(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     Guard(ctx, [&] {
-        if (sqlite3_value_type(argv[0]) == SQLITE_NULL || sqlite3_value_type(argv[1]) == SQLITE_NULL)
+        if (sqlite3_value_type(argv[0]) == SQLITE_NULL ||
+            sqlite3_value_type(argv[1]) == SQLITE_NULL)
             return sqlite3_result_null(ctx);
         char32_t escape = 0;
         if (argc == 3) {
             const std::string e = AccessText(argv[2]);
             if (CodePointCount(e) != 1)
-                return sqlite3_result_error(ctx, "ESCAPE expression must be a single character", -1);
+                return sqlite3_result_error(ctx, "ESCAPE expression must be a single character",
+                                            -1);
             escape = ToCodePoints(e)[0];
         }
-        sqlite3_result_int(ctx, LikeMatch(AccessText(argv[0]), AccessText(argv[1]), escape) ? 1 : 0);
+        sqlite3_result_int(ctx,
+                           LikeMatch(AccessText(argv[0]), AccessText(argv[1]), escape) ? 1 : 0);
     });
 }
 
@@ -242,9 +268,10 @@ int Collate(void*, int na, const void* a, int nb, const void* b) {
     }
 }
 
-void Create(sqlite3* db, const char* name, int nArg, void (*fn)(sqlite3_context*, int, sqlite3_value**)) {
-    if (sqlite3_create_function_v2(db, name, nArg, kFlags, nullptr, fn, nullptr, nullptr, nullptr) !=
-        SQLITE_OK)
+void Create(sqlite3* db, const char* name, int nArg,
+            void (*fn)(sqlite3_context*, int, sqlite3_value**)) {
+    if (sqlite3_create_function_v2(db, name, nArg, kFlags, nullptr, fn, nullptr, nullptr,
+                                   nullptr) != SQLITE_OK)
         throw Error(kErrInternal, std::string("Cannot register the SQL function ") + name + ": " +
                                       sqlite3_errmsg(db));
 }
@@ -273,7 +300,8 @@ void RegisterCollation(sqlite3* db) {
     const std::string name(kTextCollation);
     if (sqlite3_create_collation_v2(db, name.c_str(), SQLITE_UTF8, nullptr, Collate, nullptr) !=
         SQLITE_OK)
-        throw Error(kErrInternal, "Cannot register the collation " + name + ": " + sqlite3_errmsg(db));
+        throw Error(kErrInternal,
+                    "Cannot register the collation " + name + ": " + sqlite3_errmsg(db));
 }
 
 void RegisterAccessLike(sqlite3* db) {

@@ -46,14 +46,18 @@ const Blob& Value::blob() const {
 
 std::string Value::ToText() const {
     switch (v_.index()) {
-        case 1: return std::to_string(std::get<std::int64_t>(v_));
-        case 2: return FormatAccessNumber(std::get<double>(v_));
-        case 3: return std::get<std::string>(v_);
+        case 1:
+            return std::to_string(std::get<std::int64_t>(v_));
+        case 2:
+            return FormatAccessNumber(std::get<double>(v_));
+        case 3:
+            return std::get<std::string>(v_);
         case 4: {
             const Blob& b = std::get<Blob>(v_);
             return std::string(b.begin(), b.end());
         }
-        default: return {};
+        default:
+            return {};
     }
 }
 
@@ -99,7 +103,9 @@ Statement::Statement(sqlite3* db, std::string_view sql) : sql_(sql) {
     if (!stmt_) throw Error(kErrInternal, "Empty statement: " + Excerpt(sql_));
 }
 
-Statement::~Statement() { sqlite3_finalize(stmt_); }
+Statement::~Statement() {
+    sqlite3_finalize(stmt_);
+}
 
 Statement::Statement(Statement&& other) noexcept
     : stmt_(std::exchange(other.stmt_, nullptr)), sql_(std::move(other.sql_)) {}
@@ -151,17 +157,18 @@ Statement& Statement::BindText(int index, std::string_view value) {
 }
 
 Statement& Statement::BindTextNoCopy(int index, std::string_view value) {
-    CheckBind(stmt_,
-              sqlite3_bind_text64(stmt_, index, value.data(), value.size(), SQLITE_STATIC,
-                                  SQLITE_UTF8),
-              sql_);
+    CheckBind(
+        stmt_,
+        sqlite3_bind_text64(stmt_, index, value.data(), value.size(), SQLITE_STATIC, SQLITE_UTF8),
+        sql_);
     return *this;
 }
 
 Statement& Statement::BindBlob(int index, const void* data, std::size_t size) {
     // A zero-length blob must still be a blob, not Null.
     static const char kEmpty = 0;
-    CheckBind(stmt_, sqlite3_bind_blob64(stmt_, index, size ? data : &kEmpty, size, SQLITE_TRANSIENT),
+    CheckBind(stmt_,
+              sqlite3_bind_blob64(stmt_, index, size ? data : &kEmpty, size, SQLITE_TRANSIENT),
               sql_);
     return *this;
 }
@@ -182,9 +189,13 @@ void Statement::Run() {
     Reset();
 }
 
-void Statement::Reset() { sqlite3_reset(stmt_); }
+void Statement::Reset() {
+    sqlite3_reset(stmt_);
+}
 
-int Statement::ColumnCount() const { return sqlite3_column_count(stmt_); }
+int Statement::ColumnCount() const {
+    return sqlite3_column_count(stmt_);
+}
 
 std::string Statement::ColumnName(int column) const {
     const char* name = sqlite3_column_name(stmt_, column);
@@ -193,18 +204,22 @@ std::string Statement::ColumnName(int column) const {
 
 Value Statement::Get(int column) const {
     switch (sqlite3_column_type(stmt_, column)) {
-        case SQLITE_INTEGER: return Value(static_cast<std::int64_t>(sqlite3_column_int64(stmt_, column)));
-        case SQLITE_FLOAT: return Value(sqlite3_column_double(stmt_, column));
+        case SQLITE_INTEGER:
+            return Value(static_cast<std::int64_t>(sqlite3_column_int64(stmt_, column)));
+        case SQLITE_FLOAT:
+            return Value(sqlite3_column_double(stmt_, column));
         case SQLITE_TEXT: {
             const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, column));
-            return Value(std::string(p, static_cast<std::size_t>(sqlite3_column_bytes(stmt_, column))));
+            return Value(
+                std::string(p, static_cast<std::size_t>(sqlite3_column_bytes(stmt_, column))));
         }
         case SQLITE_BLOB: {
             const auto* p = static_cast<const std::uint8_t*>(sqlite3_column_blob(stmt_, column));
             const auto n = static_cast<std::size_t>(sqlite3_column_bytes(stmt_, column));
             return Value(Blob(p, p + n));
         }
-        default: return Value();
+        default:
+            return Value();
     }
 }
 
@@ -212,7 +227,9 @@ bool Statement::IsNull(int column) const {
     return sqlite3_column_type(stmt_, column) == SQLITE_NULL;
 }
 
-std::int64_t Statement::GetInt(int column) const { return sqlite3_column_int64(stmt_, column); }
+std::int64_t Statement::GetInt(int column) const {
+    return sqlite3_column_int64(stmt_, column);
+}
 
 std::string Statement::GetText(int column) const {
     const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, column));
@@ -232,7 +249,9 @@ Connection::Connection(const std::string& filename, int flags) {
     sqlite3_extended_result_codes(db_, 1);
 }
 
-Connection::~Connection() { sqlite3_close_v2(db_); }
+Connection::~Connection() {
+    sqlite3_close_v2(db_);
+}
 
 Connection::Connection(Connection&& other) noexcept : db_(std::exchange(other.db_, nullptr)) {}
 

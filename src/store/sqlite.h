@@ -16,7 +16,7 @@ using Blob = std::vector<std::uint8_t>;
 
 // One SQLite value: Null, integer, real, text (UTF-8) or blob.
 class Value {
-public:
+  public:
     Value() = default;
     Value(std::nullptr_t) {}
     Value(int v) : v_(std::int64_t{v}) {}
@@ -46,7 +46,7 @@ public:
 
     bool operator==(const Value&) const = default;
 
-private:
+  private:
     std::variant<std::monostate, std::int64_t, double, std::string, Blob> v_;
 };
 
@@ -59,7 +59,7 @@ using Row = std::vector<Value>;
 std::string QuoteName(std::string_view name);
 
 class Statement {
-public:
+  public:
     Statement() = default;
     Statement(sqlite3* db, std::string_view sql);
     ~Statement();
@@ -95,14 +95,14 @@ public:
     std::int64_t GetInt(int column) const;
     std::string GetText(int column) const;  // Null gives ""
 
-private:
+  private:
     sqlite3_stmt* stmt_ = nullptr;
     std::string sql_;
 };
 
 // An owned connection.
 class Connection {
-public:
+  public:
     Connection() = default;
     // Opens with sqlite3_open_v2; raises naming the file.
     Connection(const std::string& filename, int flags);
@@ -115,7 +115,7 @@ public:
     sqlite3* get() const { return db_; }
     explicit operator bool() const { return db_ != nullptr; }
 
-private:
+  private:
     sqlite3* db_ = nullptr;
 };
 
@@ -130,14 +130,14 @@ std::vector<Row> QueryRows(sqlite3* db, std::string_view sql, const Row& params 
 // A savepoint: rolled back when it goes out of scope without Commit(). Nests freely, so a
 // helper can open one whether or not its caller holds a transaction.
 class Transaction {
-public:
+  public:
     explicit Transaction(sqlite3* db);
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
     void Commit();
 
-private:
+  private:
     sqlite3* db_;
     std::string name_;
     bool open_ = true;

@@ -37,7 +37,8 @@ CREATE TABLE IF NOT EXISTS __tb_links(
 
 // Store tables: not ours, not SQLite's.
 constexpr std::string_view kUserTables =
-    "type = 'table' AND lower(substr(name, 1, 5)) <> '__tb_' AND lower(substr(name, 1, 7)) <> 'sqlite_'";
+    "type = 'table' AND lower(substr(name, 1, 5)) <> '__tb_' AND lower(substr(name, 1, 7)) <> "
+    "'sqlite_'";
 
 std::string SelectUserTables(std::string_view extra) {
     return "SELECT name FROM sqlite_schema WHERE " + std::string(kUserTables) + std::string(extra);
@@ -45,7 +46,9 @@ std::string SelectUserTables(std::string_view extra) {
 
 }  // namespace
 
-bool IsInternalName(std::string_view name) { return IStartsWith(name, kInternalPrefix); }
+bool IsInternalName(std::string_view name) {
+    return IStartsWith(name, kInternalPrefix);
+}
 
 void CheckAccessName(std::string_view table, std::string_view column) {
     const bool isTable = column.empty();
@@ -55,7 +58,8 @@ void CheckAccessName(std::string_view table, std::string_view column) {
         isTable ? "Table '" + std::string(table) + "'"
                 : "Column '" + std::string(column) + "' of table '" + std::string(table) + "'";
     if (TrimSpace(name).empty()) Raise(what + ": the name is empty.");
-    if (name.front() == ' ') Raise(what + ": the name starts with a blank, which Access does not allow.");
+    if (name.front() == ' ')
+        Raise(what + ": the name starts with a blank, which Access does not allow.");
     if (CodePointCount(name) > static_cast<std::size_t>(kMaxNameLength))
         Raise(what + ": the name is longer than " + std::to_string(kMaxNameLength) +
               " characters, which Access does not allow.");
@@ -70,7 +74,8 @@ void CheckAccessName(std::string_view table, std::string_view column) {
 
 // --- opening ---
 
-Store::Store(Connection db, std::filesystem::path path) : db_(std::move(db)), path_(std::move(path)) {
+Store::Store(Connection db, std::filesystem::path path)
+    : db_(std::move(db)), path_(std::move(path)) {
     Setup();
 }
 
@@ -79,7 +84,8 @@ Store Store::Create(const std::filesystem::path& file) {
         std::error_code ec;
         for (const char* suffix : {"", "-journal", "-wal", "-shm"})
             std::filesystem::remove(file.string() + suffix, ec);
-        Connection db(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX);
+        Connection db(file.string(),
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX);
         return Store(std::move(db), file);
     });
 }
@@ -112,13 +118,17 @@ void Store::Setup() {
 
 // --- SQL ---
 
-void Store::Execute(std::string_view sql) const { tb::store::Execute(handle(), sql); }
+void Store::Execute(std::string_view sql) const {
+    tb::store::Execute(handle(), sql);
+}
 
 std::int64_t Store::ExecuteCount(std::string_view sql, const Row& params) const {
     return tb::store::ExecuteCount(handle(), sql, params);
 }
 
-Statement Store::Prepare(std::string_view sql) const { return Statement(handle(), sql); }
+Statement Store::Prepare(std::string_view sql) const {
+    return Statement(handle(), sql);
+}
 
 Value Store::QueryValue(std::string_view sql, const Row& params) const {
     return tb::store::QueryValue(handle(), sql, params);
@@ -137,11 +147,12 @@ std::optional<std::string> Store::FindTable(std::string_view name) const {
     return v.text();
 }
 
-std::optional<std::string> Store::FindColumn(std::string_view table, std::string_view column) const {
+std::optional<std::string> Store::FindColumn(std::string_view table,
+                                             std::string_view column) const {
     const auto t = FindTable(table);
     if (!t) return std::nullopt;
-    const Value v = QueryValue("SELECT name FROM pragma_table_info(?1) WHERE name = ?2 COLLATE JETNOCASE",
-                               {*t, column});
+    const Value v = QueryValue(
+        "SELECT name FROM pragma_table_info(?1) WHERE name = ?2 COLLATE JETNOCASE", {*t, column});
     if (v.isNull()) return std::nullopt;
     return v.text();
 }
@@ -172,7 +183,8 @@ std::string Store::RequireColumn(const std::string& table, std::string_view colu
 }
 
 void Store::CheckNewTableName(std::string_view name, std::string_view) const {
-    if (IStartsWith(name, "sqlite_")) Raise("Table '" + std::string(name) + "': the name is reserved.");
+    if (IStartsWith(name, "sqlite_"))
+        Raise("Table '" + std::string(name) + "': the name is reserved.");
     CheckAccessName(name, {});
     if (FindTable(name) || FindLink(name))
         Raise("Table '" + std::string(name) + "' already exists.");
@@ -180,14 +192,18 @@ void Store::CheckNewTableName(std::string_view name, std::string_view) const {
 
 // --- catalogue ---
 
-void Store::SetCatalogType(std::string_view table, std::string_view column, const ColumnType& type) const {
-    ExecuteCount("INSERT OR REPLACE INTO __tb_columns(table_name, column_name, jet_type) VALUES(?1, ?2, ?3)",
-                 {table, column, type.Name()});
+void Store::SetCatalogType(std::string_view table, std::string_view column,
+                           const ColumnType& type) const {
+    ExecuteCount(
+        "INSERT OR REPLACE INTO __tb_columns(table_name, column_name, jet_type) VALUES(?1, ?2, ?3)",
+        {table, column, type.Name()});
 }
 
-std::optional<ColumnType> Store::CatalogType(std::string_view table, std::string_view column) const {
-    const Value v = QueryValue(
-        "SELECT jet_type FROM __tb_columns WHERE table_name = ?1 AND column_name = ?2", {table, column});
+std::optional<ColumnType> Store::CatalogType(std::string_view table,
+                                             std::string_view column) const {
+    const Value v =
+        QueryValue("SELECT jet_type FROM __tb_columns WHERE table_name = ?1 AND column_name = ?2",
+                   {table, column});
     if (v.isNull()) return std::nullopt;
     return ColumnType::FromName(v.text());
 }
@@ -200,10 +216,11 @@ void ForgetTable(const Store& store, std::string_view table) {
 std::vector<ColumnDef> Store::Columns(std::string_view table) const {
     const std::string t = RequireTable(table, "Columns");
     std::vector<ColumnDef> out;
-    for (const Row& r : QueryRows(
-             "SELECT p.name, p.type, c.jet_type FROM pragma_table_info(?1) AS p "
-             "LEFT JOIN __tb_columns AS c ON c.table_name = ?1 AND c.column_name = p.name ORDER BY p.cid",
-             {t})) {
+    for (const Row& r :
+         QueryRows("SELECT p.name, p.type, c.jet_type FROM pragma_table_info(?1) AS p "
+                   "LEFT JOIN __tb_columns AS c ON c.table_name = ?1 AND c.column_name = p.name "
+                   "ORDER BY p.cid",
+                   {t})) {
         ColumnDef d{r[0].text(), ColumnType::Text()};
         std::optional<ColumnType> type;
         if (!r[2].isNull()) type = ColumnType::FromName(r[2].text());
@@ -236,7 +253,8 @@ void Store::CreateTable(std::string_view name, const std::vector<ColumnDef>& col
             CheckAccessName(name, c.name);
             for (std::size_t j = 0; j < i; ++j)
                 if (CompareIgnoringCase(columns[j].name, c.name) == 0)
-                    Raise("Table '" + std::string(name) + "' has the column '" + c.name + "' twice.");
+                    Raise("Table '" + std::string(name) + "' has the column '" + c.name +
+                          "' twice.");
             if (c.type.counter && ++counters > 1)
                 Raise("Table '" + std::string(name) + "' has more than one counter column.");
             if (i) sql += ", ";
@@ -282,8 +300,10 @@ void Store::RenameTable(std::string_view oldName, std::string_view newName) {
         const std::string t = RequireTable(oldName, {});
         if (t == newName) return;
         const bool caseOnly = CompareIgnoringCase(t, newName) == 0;
-        if (!caseOnly) CheckNewTableName(newName, {});
-        else CheckAccessName(newName, {});
+        if (!caseOnly)
+            CheckNewTableName(newName, {});
+        else
+            CheckAccessName(newName, {});
         Transaction tx(handle());
         if (caseOnly) {
             // SQLite sees the two spellings as one name and refuses the rename.
@@ -300,7 +320,8 @@ void Store::RenameTable(std::string_view oldName, std::string_view newName) {
     });
 }
 
-void Store::RenameColumn(std::string_view table, std::string_view oldName, std::string_view newName) {
+void Store::RenameColumn(std::string_view table, std::string_view oldName,
+                         std::string_view newName) {
     Trap("RenameColumn", [&] {
         const std::string t = RequireTable(table, {});
         const std::string c = RequireColumn(t, oldName, {});
@@ -309,11 +330,14 @@ void Store::RenameColumn(std::string_view table, std::string_view oldName, std::
         if (CompareIgnoringCase(c, newName) != 0 && FindColumn(t, newName))
             Raise("Field '" + std::string(newName) + "' already exists in table '" + t + "'.");
         Transaction tx(handle());
-        Execute("ALTER TABLE " + QuoteName(t) + " RENAME COLUMN " + QuoteName(c) + " TO " + QuoteName(newName));
-        ExecuteCount("UPDATE __tb_columns SET column_name = ?3 WHERE table_name = ?1 AND column_name = ?2",
-                     {t, c, newName});
-        ExecuteCount("UPDATE __tb_indexes SET column_name = ?3 WHERE table_name = ?1 AND column_name = ?2",
-                     {t, c, newName});
+        Execute("ALTER TABLE " + QuoteName(t) + " RENAME COLUMN " + QuoteName(c) + " TO " +
+                QuoteName(newName));
+        ExecuteCount(
+            "UPDATE __tb_columns SET column_name = ?3 WHERE table_name = ?1 AND column_name = ?2",
+            {t, c, newName});
+        ExecuteCount(
+            "UPDATE __tb_indexes SET column_name = ?3 WHERE table_name = ?1 AND column_name = ?2",
+            {t, c, newName});
         tx.Commit();
     });
 }
@@ -328,11 +352,13 @@ void Store::DropColumn(std::string_view table, std::string_view column) {
         for (const Row& r : QueryRows("SELECT DISTINCT index_name FROM __tb_indexes "
                                       "WHERE table_name = ?1 AND column_name = ?2",
                                       {t, c})) {
-            for (const Row& s : QueryRows("SELECT DISTINCT sqlite_name FROM __tb_indexes WHERE "
-                                          "table_name = ?1 AND index_name = ?2 AND sqlite_name <> ''",
-                                          {t, r[0]}))
+            for (const Row& s :
+                 QueryRows("SELECT DISTINCT sqlite_name FROM __tb_indexes WHERE "
+                           "table_name = ?1 AND index_name = ?2 AND sqlite_name <> ''",
+                           {t, r[0]}))
                 Execute("DROP INDEX IF EXISTS " + QuoteName(s[0].text()));
-            ExecuteCount("DELETE FROM __tb_indexes WHERE table_name = ?1 AND index_name = ?2", {t, r[0]});
+            ExecuteCount("DELETE FROM __tb_indexes WHERE table_name = ?1 AND index_name = ?2",
+                         {t, r[0]});
         }
         for (const Row& r : QueryRows("SELECT DISTINCT il.name FROM pragma_index_list(?1) AS il, "
                                       "pragma_index_info(il.name) AS ii "
@@ -356,7 +382,8 @@ void Store::DropColumn(std::string_view table, std::string_view column) {
 
 // --- indexes ---
 
-IndexDef Store::IndexColumn(std::string_view column, std::string_view table, std::string_view jetName) {
+IndexDef Store::IndexColumn(std::string_view column, std::string_view table,
+                            std::string_view jetName) {
     return Trap("IndexColumn", [&] {
         const std::string t = RequireTable(table, {});
         const std::string c = RequireColumn(t, column, {});
@@ -368,7 +395,8 @@ IndexDef Store::CreateIndex(std::string_view table, std::string_view jetName,
                             const std::vector<std::string>& columns, bool primary, bool unique) {
     return Trap("CreateIndex", [&] {
         const std::string t = RequireTable(table, {});
-        if (columns.empty()) Raise("Index '" + std::string(jetName) + "' of table '" + t + "' has no column.");
+        if (columns.empty())
+            Raise("Index '" + std::string(jetName) + "' of table '" + t + "' has no column.");
         IndexDef def{t, std::string(jetName), {}, primary, unique || primary, {}};
         for (const std::string& c : columns) def.columns.push_back(RequireColumn(t, c, {}));
         if (def.name.empty()) def.name = def.columns[0];
@@ -376,8 +404,8 @@ IndexDef Store::CreateIndex(std::string_view table, std::string_view jetName,
         for (const IndexDef& old : Indexes(t)) {
             if (CompareIgnoringCase(old.name, def.name) == 0) {
                 const bool same = old.columns.size() == def.columns.size() &&
-                                  std::equal(old.columns.begin(), old.columns.end(), def.columns.begin(),
-                                             [](const auto& a, const auto& b) {
+                                  std::equal(old.columns.begin(), old.columns.end(),
+                                             def.columns.begin(), [](const auto& a, const auto& b) {
                                                  return CompareIgnoringCase(a, b) == 0;
                                              });
                 if (same && old.primary == def.primary && old.unique == def.unique) return old;
@@ -392,7 +420,7 @@ IndexDef Store::CreateIndex(std::string_view table, std::string_view jetName,
         def.sqliteName = base;
         for (int n = 2; !QueryValue("SELECT 1 FROM sqlite_schema WHERE name = ?1 COLLATE NOCASE",
                                     {def.sqliteName})
-                              .isNull();
+                             .isNull();
              ++n)
             def.sqliteName = base + "_" + std::to_string(n);
 
@@ -415,11 +443,13 @@ IndexDef Store::CreateIndex(std::string_view table, std::string_view jetName,
 std::vector<IndexDef> Store::Indexes(std::string_view table) const {
     const std::string t = RequireTable(table, "Indexes");
     std::vector<IndexDef> out;
-    for (const Row& r : QueryRows("SELECT index_name, column_name, sqlite_name, is_primary, is_unique "
-                                  "FROM __tb_indexes WHERE table_name = ?1 ORDER BY index_name, position",
-                                  {t})) {
+    for (const Row& r :
+         QueryRows("SELECT index_name, column_name, sqlite_name, is_primary, is_unique "
+                   "FROM __tb_indexes WHERE table_name = ?1 ORDER BY index_name, position",
+                   {t})) {
         if (out.empty() || out.back().name != r[0].text())
-            out.push_back({t, r[0].text(), {}, r[3].integer() != 0, r[4].integer() != 0, r[2].text()});
+            out.push_back(
+                {t, r[0].text(), {}, r[3].integer() != 0, r[4].integer() != 0, r[2].text()});
         out.back().columns.push_back(r[1].text());
     }
     return out;
@@ -438,33 +468,40 @@ void Store::CreateLink(const LinkDef& link) {
 }
 
 std::optional<LinkDef> Store::FindLink(std::string_view name) const {
-    const auto rows = QueryRows("SELECT link_name, remote_table, remote_path, password FROM __tb_links "
-                                "WHERE link_name = ?1",
-                                {name});
+    const auto rows = QueryRows(
+        "SELECT link_name, remote_table, remote_path, password FROM __tb_links "
+        "WHERE link_name = ?1",
+        {name});
     if (rows.empty()) return std::nullopt;
     return LinkDef{rows[0][0].text(), rows[0][1].text(), rows[0][2].text(), rows[0][3].text()};
 }
 
 std::vector<LinkDef> Store::Links() const {
     std::vector<LinkDef> out;
-    for (const Row& r : QueryRows("SELECT link_name, remote_table, remote_path, password FROM __tb_links "
-                                  "ORDER BY link_name"))
+    for (const Row& r :
+         QueryRows("SELECT link_name, remote_table, remote_path, password FROM __tb_links "
+                   "ORDER BY link_name"))
         out.push_back({r[0].text(), r[1].text(), r[2].text(), r[3].text()});
     return out;
 }
 
 void Store::DropLink(std::string_view name) {
     if (ExecuteCount("DELETE FROM __tb_links WHERE link_name = ?1", {name}) == 0)
-        throw Error(kErrTableMissing, "Table '" + std::string(name) + "' does not exist.", "DropLink");
+        throw Error(kErrTableMissing, "Table '" + std::string(name) + "' does not exist.",
+                    "DropLink");
 }
 
 void Store::RenameLink(std::string_view oldName, std::string_view newName) {
     Trap("RenameLink", [&] {
         const auto link = FindLink(oldName);
-        if (!link) throw Error(kErrTableMissing, "Table '" + std::string(oldName) + "' does not exist.");
-        if (CompareIgnoringCase(link->name, newName) != 0) CheckNewTableName(newName, {});
-        else CheckAccessName(newName, {});
-        ExecuteCount("UPDATE __tb_links SET link_name = ?2 WHERE link_name = ?1", {link->name, newName});
+        if (!link)
+            throw Error(kErrTableMissing, "Table '" + std::string(oldName) + "' does not exist.");
+        if (CompareIgnoringCase(link->name, newName) != 0)
+            CheckNewTableName(newName, {});
+        else
+            CheckAccessName(newName, {});
+        ExecuteCount("UPDATE __tb_links SET link_name = ?2 WHERE link_name = ?1",
+                     {link->name, newName});
     });
 }
 
@@ -482,8 +519,8 @@ std::string GroupRowsFilter(const char* pick, std::string_view table, std::strin
 }
 }  // namespace
 
-std::string FirstRowsFilter(std::string_view table, std::string_view groupBy, std::string_view where,
-                            std::string_view qualifier) {
+std::string FirstRowsFilter(std::string_view table, std::string_view groupBy,
+                            std::string_view where, std::string_view qualifier) {
     return GroupRowsFilter("min", table, groupBy, where, qualifier);
 }
 

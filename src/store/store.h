@@ -63,12 +63,13 @@ struct Assignment {
 // target row, the last of them in insertion order wins; with `leftJoin`, target rows that match
 // nothing get the expressions over Null (Null for plain columns).
 struct JoinUpdate {
-    std::string target;       // the table updated
-    std::string targetAlias;  // the name `on`, `where` and the expressions use for it; empty: target
+    std::string target;  // the table updated
+    std::string
+        targetAlias;  // the name `on`, `where` and the expressions use for it; empty: target
     // FROM text of the other side: "pid AS b", "t_plantitem p, pid b". A LEFT join takes one table
     // or one subquery.
     std::string source;
-    std::string on;           // the join condition
+    std::string on;  // the join condition
     std::vector<Assignment> set;
     std::string where;  // further condition on the joined rows; empty for none
     // The insertion order of the source rows. Empty: "<alias>._rowid_" of a one-table source.
@@ -80,7 +81,7 @@ struct JoinUpdate {
 using TypeHints = std::vector<ColumnDef>;
 
 class Store {
-public:
+  public:
     // A new store in the file `file`; an old file of that name is removed first.
     static Store Create(const std::filesystem::path& file);
     // A store file made earlier (kept after a failed run, or handed over by another step).
@@ -142,7 +143,8 @@ public:
     // --- Indexes (SQLite's names are global; Jet's are per table and kept in the catalogue) ---
     // One index on one column; the Jet name defaults to the column's name. Asking again for an
     // index that is already there returns it.
-    IndexDef IndexColumn(std::string_view column, std::string_view table, std::string_view jetName = {});
+    IndexDef IndexColumn(std::string_view column, std::string_view table,
+                         std::string_view jetName = {});
     IndexDef CreateIndex(std::string_view table, std::string_view jetName,
                          const std::vector<std::string>& columns, bool primary, bool unique);
     std::vector<IndexDef> Indexes(std::string_view table) const;
@@ -166,7 +168,7 @@ public:
     // Runs a JoinUpdate; returns the number of target rows written.
     std::int64_t UpdateFromJoin(const JoinUpdate& update);
 
-private:
+  private:
     Store(Connection db, std::filesystem::path path);
     void Setup();
 
@@ -181,7 +183,8 @@ private:
     std::string RequireColumn(const std::string& table, std::string_view column,
                               std::string_view routine) const;
     void CheckNewTableName(std::string_view name, std::string_view routine) const;
-    void SetCatalogType(std::string_view table, std::string_view column, const ColumnType& type) const;
+    void SetCatalogType(std::string_view table, std::string_view column,
+                        const ColumnType& type) const;
     std::optional<ColumnType> CatalogType(std::string_view table, std::string_view column) const;
     void ConvertValues(const std::string& table, const std::string& column, const ColumnType& type);
 

@@ -35,8 +35,8 @@ std::vector<ColumnStats> Stats(const Store& store, const std::string& table,
         sql += "max(typeof(" + c + ") = 'text'), max(typeof(" + c + ") = 'real'), max(typeof(" + c +
                ") = 'integer'), max(typeof(" + c + ") = 'blob'), max(CASE WHEN typeof(" + c +
                ") = 'text' THEN length(" + c + ") END), min(CASE WHEN typeof(" + c +
-               ") = 'integer' THEN " + c + " END), max(CASE WHEN typeof(" + c + ") = 'integer' THEN " +
-               c + " END)";
+               ") = 'integer' THEN " + c + " END), max(CASE WHEN typeof(" + c +
+               ") = 'integer' THEN " + c + " END)";
     }
     sql += " FROM " + QuoteName(table);
     const auto rows = store.QueryRows(sql);
@@ -45,8 +45,8 @@ std::vector<ColumnStats> Stats(const Store& store, const std::string& table,
     auto num = [](const Value& v) { return v.isInteger() ? v.integer() : std::int64_t{0}; };
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const std::size_t k = i * 7;
-        out[i] = {flag(r[k]), flag(r[k + 1]), flag(r[k + 2]), flag(r[k + 3]),
-                  num(r[k + 4]), num(r[k + 5]), num(r[k + 6])};
+        out[i] = {flag(r[k]),    flag(r[k + 1]), flag(r[k + 2]), flag(r[k + 3]),
+                  num(r[k + 4]), num(r[k + 5]),  num(r[k + 6])};
     }
     return out;
 }
@@ -57,7 +57,8 @@ ColumnType TypeFromData(const ColumnStats& s) {
     if (s.text) return s.maxLength > 255 ? ColumnType::Memo() : ColumnType::Text(255);
     if (s.real) return ColumnType::Double();
     if (s.integer)
-        return (s.minInt >= INT32_MIN && s.maxInt <= INT32_MAX) ? ColumnType::Long() : ColumnType::Double();
+        return (s.minInt >= INT32_MIN && s.maxInt <= INT32_MAX) ? ColumnType::Long()
+                                                                : ColumnType::Double();
     return ColumnType::Text(255);  // nothing but Null
 }
 
@@ -84,10 +85,14 @@ std::string ConversionExpression(const std::string& column, const ColumnType& ty
 
 std::pair<std::int64_t, std::int64_t> IntegerRange(JetType t) {
     switch (t) {
-        case JetType::Byte: return {0, 255};
-        case JetType::Integer: return {-32768, 32767};
-        case JetType::Boolean: return {INT64_MIN, INT64_MAX};
-        default: return {INT32_MIN, INT32_MAX};
+        case JetType::Byte:
+            return {0, 255};
+        case JetType::Integer:
+            return {-32768, 32767};
+        case JetType::Boolean:
+            return {INT64_MIN, INT64_MAX};
+        default:
+            return {INT32_MIN, INT32_MAX};
     }
 }
 
@@ -109,9 +114,10 @@ std::string SingleTableAlias(std::string_view source) {
 void Store::Rebuild(const std::string& table, const std::vector<RebuildColumn>& columns) {
     Transaction tx(handle());
     std::vector<std::string> indexSql;
-    for (const Row& r : QueryRows("SELECT sql FROM sqlite_schema WHERE type = 'index' AND tbl_name = ?1 "
-                                  "AND sql IS NOT NULL",
-                                  {table}))
+    for (const Row& r :
+         QueryRows("SELECT sql FROM sqlite_schema WHERE type = 'index' AND tbl_name = ?1 "
+                   "AND sql IS NOT NULL",
+                   {table}))
         indexSql.push_back(r[0].text());
 
     const std::string tmp = std::string(kInternalPrefix) + "rebuild";
@@ -153,7 +159,8 @@ void Store::AddCounterId(std::string_view table, std::string_view column) {
             Raise("Field '" + *old + "' already exists in table '" + t + "'.");
         const std::vector<ColumnDef> cols = Columns(t);
         for (const ColumnDef& d : cols)
-            if (d.type.counter) Raise("Table '" + t + "' already has the counter column '" + d.name + "'.");
+            if (d.type.counter)
+                Raise("Table '" + t + "' already has the counter column '" + d.name + "'.");
         CheckColumnCount(t, cols.size() + 1);
 
         std::vector<RebuildColumn> rebuilt;
@@ -163,59 +170,67 @@ void Store::AddCounterId(std::string_view table, std::string_view column) {
         Rebuild(t, rebuilt);
         SetCatalogType(t, column, ColumnType::Counter());
         // The key is the rowid itself: it has no SQLite index of its own.
-        ExecuteCount("INSERT OR REPLACE INTO __tb_indexes VALUES(?1, ?2, 0, ?2, '', 1, 1)", {t, column});
+        ExecuteCount("INSERT OR REPLACE INTO __tb_indexes VALUES(?1, ?2, 0, ?2, '', 1, 1)",
+                     {t, column});
         tx.Commit();
     });
 }
 
-void Store::ConvertValues(const std::string& table, const std::string& column, const ColumnType& type) {
+void Store::ConvertValues(const std::string& table, const std::string& column,
+                          const ColumnType& type) {
     const ColumnType old = TypeOf(table, column);
     if (old.storage() != type.storage() || old.counter) {
         std::vector<RebuildColumn> rebuilt;
         for (const ColumnDef& d : Columns(table)) {
-            if (d.name == column) rebuilt.push_back({d.name, type, ConversionExpression(d.name, type)});
-            else rebuilt.push_back({d.name, d.type, QuoteName(d.name)});
+            if (d.name == column)
+                rebuilt.push_back({d.name, type, ConversionExpression(d.name, type)});
+            else
+                rebuilt.push_back({d.name, d.type, QuoteName(d.name)});
         }
         Rebuild(table, rebuilt);
     }
     const std::string t = QuoteName(table), c = QuoteName(column);
     const Storage storage = type.storage();
     if (storage == Storage::Integer) {
-        Execute("UPDATE " + t + " SET " + c + " = jround(" + c + ") WHERE typeof(" + c + ") = 'real'");
+        Execute("UPDATE " + t + " SET " + c + " = jround(" + c + ") WHERE typeof(" + c +
+                ") = 'real'");
         if (type.jet == JetType::Boolean && old.jet != JetType::Boolean)
-            Execute("UPDATE " + t + " SET " + c + " = CASE WHEN " + c + " <> 0 THEN -1 ELSE 0 END WHERE typeof(" +
-                    c + ") = 'integer'");
+            Execute("UPDATE " + t + " SET " + c + " = CASE WHEN " + c +
+                    " <> 0 THEN -1 ELSE 0 END WHERE typeof(" + c + ") = 'integer'");
     }
     if (storage == Storage::Integer || storage == Storage::Real) {
         const Value bad = QueryValue("SELECT " + c + " FROM " + t + " WHERE typeof(" + c +
                                      ") NOT IN ('integer', 'real', 'null') LIMIT 1");
         if (!bad.isNull())
-            throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table + "' cannot become " +
-                                              type.Name() + ": the value '" + bad.ToText() +
-                                              "' is not a number.");
+            throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table +
+                                              "' cannot become " + type.Name() + ": the value '" +
+                                              bad.ToText() + "' is not a number.");
     }
     if (storage == Storage::Integer) {
         const auto [lo, hi] = IntegerRange(type.jet);
-        const Value bad = QueryValue("SELECT " + c + " FROM " + t + " WHERE " + c + " < ?1 OR " + c +
-                                         " > ?2 LIMIT 1",
-                                     {lo, hi});
+        const Value bad = QueryValue(
+            "SELECT " + c + " FROM " + t + " WHERE " + c + " < ?1 OR " + c + " > ?2 LIMIT 1",
+            {lo, hi});
         if (!bad.isNull())
-            throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table + "' cannot become " +
-                                              type.Name() + ": the value " + bad.ToText() +
-                                              " is out of its range.");
+            throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table +
+                                              "' cannot become " + type.Name() + ": the value " +
+                                              bad.ToText() + " is out of its range.");
     }
     SetCatalogType(table, column, type);
 }
 
-void Store::AlterColumnType(std::string_view table, std::string_view column, const ColumnType& type) {
+void Store::AlterColumnType(std::string_view table, std::string_view column,
+                            const ColumnType& type) {
     Trap("AlterColumnType", [&] {
         const std::string t = RequireTable(table, {});
         const std::string c = RequireColumn(t, column, {});
         if (type.counter) throw Error(kErrInternal, "A counter column is made by AddCounterId.");
         const ColumnType old = TypeOf(t, c);
         Transaction tx(handle());
-        if (old.storage() == type.storage() && !old.counter && !type.isNumber()) SetCatalogType(t, c, type);
-        else ConvertValues(t, c, type);
+        if (old.storage() == type.storage() && !old.counter && !type.isNumber())
+            SetCatalogType(t, c, type);
+        else
+            ConvertValues(t, c, type);
         if (type.jet == JetType::Text) {
             const ColumnStats s = Stats(*this, t, {c})[0];
             SetCatalogType(t, c, WidenText(type, s.maxLength));
@@ -236,10 +251,13 @@ bool Store::FitTypesToData(std::string_view table) {
         for (std::size_t i = 0; i < cols.size(); ++i) {
             const ColumnDef& d = cols[i];
             const Storage storage = d.type.storage();
-            if ((storage == Storage::Integer || storage == Storage::Real) && (stats[i].text || stats[i].blob)) {
+            if ((storage == Storage::Integer || storage == Storage::Real) &&
+                (stats[i].text || stats[i].blob)) {
                 // Text arrived where numbers stood (a decode without a type change first).
                 ConvertValues(t, d.name, ColumnType::Text(255));
-                SetCatalogType(t, d.name, WidenText(ColumnType::Text(255), Stats(*this, t, {d.name})[0].maxLength));
+                SetCatalogType(
+                    t, d.name,
+                    WidenText(ColumnType::Text(255), Stats(*this, t, {d.name})[0].maxLength));
                 changed = true;
             } else if (d.type.jet == JetType::Text && stats[i].maxLength > d.type.width) {
                 SetCatalogType(t, d.name, WidenText(d.type, stats[i].maxLength));
@@ -268,7 +286,8 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
                 CheckAccessName(tname, names.back());
                 for (int j = 0; j < i; ++j)
                     if (CompareIgnoringCase(names[static_cast<std::size_t>(j)], names.back()) == 0)
-                        Raise("Table '" + tname + "' would have the column '" + names.back() + "' twice.");
+                        Raise("Table '" + tname + "' would have the column '" + names.back() +
+                              "' twice.");
             }
             types.resize(names.size());
             hinted.resize(names.size());
@@ -290,7 +309,8 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
                     const char* col = sqlite3_column_origin_name(s, k);
                     const char* dbName = sqlite3_column_database_name(s, k);
                     std::optional<ColumnType> t;
-                    if (tbl && col && dbName && std::string_view(dbName) == "main") t = CatalogType(tbl, col);
+                    if (tbl && col && dbName && std::string_view(dbName) == "main")
+                        t = CatalogType(tbl, col);
                     if (!t) {
                         const char* decl = sqlite3_column_decltype(s, k);
                         if (decl) t = ColumnType::FromDeclaration(decl);
@@ -319,7 +339,8 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
         for (std::size_t i = 0; i < names.size(); ++i)
             // A column of unknown type is first declared without affinity, so values arrive as
             // they are; its type is then read from them.
-            create += (i ? ", " : "") + QuoteName(names[i]) + " " + (types[i] ? Declaration(*types[i]) : "BLOB");
+            create += (i ? ", " : "") + QuoteName(names[i]) + " " +
+                      (types[i] ? Declaration(*types[i]) : "BLOB");
         Execute(create + ")");
         Execute("INSERT INTO " + QuoteName(tname) + " " + std::string(select));
 
@@ -334,7 +355,8 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
                     rebuilt.push_back({names[i], *types[i], QuoteName(names[i])});
                 } else {
                     types[i] = TypeFromData(stats[u++]);
-                    rebuilt.push_back({names[i], *types[i], ConversionExpression(names[i], *types[i])});
+                    rebuilt.push_back(
+                        {names[i], *types[i], ConversionExpression(names[i], *types[i])});
                 }
             }
             Rebuild(tname, rebuilt);
@@ -355,12 +377,13 @@ void Store::AdoptTable(std::string_view table) {
             std::optional<ColumnType> type;
         };
         std::vector<Col> cols;
-        for (const Row& r : QueryRows("SELECT name, type, pk FROM pragma_table_info(?1) ORDER BY cid", {t})) {
+        for (const Row& r :
+             QueryRows("SELECT name, type, pk FROM pragma_table_info(?1) ORDER BY cid", {t})) {
             Col c{r[0].text(), r[1].ToText(), {}, r[2].integer() != 0, CatalogType(t, r[0].text())};
             CheckAccessName(t, c.name);
             const char* coll = nullptr;
-            if (sqlite3_table_column_metadata(handle(), "main", t.c_str(), c.name.c_str(), nullptr, &coll,
-                                              nullptr, nullptr, nullptr) == SQLITE_OK &&
+            if (sqlite3_table_column_metadata(handle(), "main", t.c_str(), c.name.c_str(), nullptr,
+                                              &coll, nullptr, nullptr, nullptr) == SQLITE_OK &&
                 coll)
                 c.collation = coll;
             if (!c.type) c.type = ColumnType::FromDeclaration(c.declared);
@@ -387,8 +410,9 @@ void Store::AdoptTable(std::string_view table) {
         if (rebuild) {
             std::vector<RebuildColumn> rebuilt;
             for (const Col& c : cols)
-                rebuilt.push_back({c.name, *c.type, c.type->counter ? QuoteName(c.name)
-                                                                     : ConversionExpression(c.name, *c.type)});
+                rebuilt.push_back(
+                    {c.name, *c.type,
+                     c.type->counter ? QuoteName(c.name) : ConversionExpression(c.name, *c.type)});
             Rebuild(t, rebuilt);
         }
         for (const Col& c : cols) SetCatalogType(t, c.name, *c.type);
@@ -398,7 +422,8 @@ void Store::AdoptTable(std::string_view table) {
 }
 
 std::string UpdateFromJoinSql(const JoinUpdate& u) {
-    if (u.set.empty()) throw Error(kErrInternal, "UpdateFromJoin on '" + u.target + "' sets nothing.");
+    if (u.set.empty())
+        throw Error(kErrInternal, "UpdateFromJoin on '" + u.target + "' sets nothing.");
     const std::string target = QuoteName(u.target);
     const std::string alias = u.targetAlias.empty() ? target : u.targetAlias;
     std::string order = u.order;
@@ -418,22 +443,23 @@ std::string UpdateFromJoinSql(const JoinUpdate& u) {
     sql += " FROM (SELECT " + alias + "." + std::string(kRowid) + " AS target_row";
     for (std::size_t i = 0; i < u.set.size(); ++i)
         sql += ", (" + u.set[i].expression + ") AS v" + std::to_string(i);
-    sql += ", row_number() OVER (PARTITION BY " + alias + "." + std::string(kRowid) + " ORDER BY " + order +
-           " DESC) AS match_rank FROM " + target;
+    sql += ", row_number() OVER (PARTITION BY " + alias + "." + std::string(kRowid) + " ORDER BY " +
+           order + " DESC) AS match_rank FROM " + target;
     if (!u.targetAlias.empty()) sql += " AS " + u.targetAlias;
     if (u.leftJoin) {
         // Parentheses around several tables would hide their rowids: one table or one subquery.
         if (SingleTableAlias(u.source).empty() && TrimSpace(u.source).substr(0, 1) != "(")
-            throw Error(kErrInternal, "UpdateFromJoin on '" + u.target +
-                                          "': a LEFT join takes one table or one subquery as its source.");
+            throw Error(kErrInternal,
+                        "UpdateFromJoin on '" + u.target +
+                            "': a LEFT join takes one table or one subquery as its source.");
         sql += " LEFT JOIN " + u.source + " ON " + u.on;
         if (!u.where.empty()) sql += " WHERE " + u.where;
     } else {
         sql += ", " + u.source + " WHERE (" + u.on + ")";
         if (!u.where.empty()) sql += " AND (" + u.where + ")";
     }
-    sql += ") AS " + m + " WHERE " + target + "." + std::string(kRowid) + " = " + m + ".target_row AND " + m +
-           ".match_rank = 1";
+    sql += ") AS " + m + " WHERE " + target + "." + std::string(kRowid) + " = " + m +
+           ".target_row AND " + m + ".match_rank = 1";
     return sql;
 }
 

@@ -20,11 +20,13 @@ using Names = std::vector<std::string>;
 
 TEST(CatalogOps, TablesLinksAndCase) {
     Store s = Store::InMemory();
-    s.CreateTable("Plantitems", {{"SP_ID", ColumnType::Text(32)}, {"ItemTag", ColumnType::Text(40)}});
+    s.CreateTable("Plantitems",
+                  {{"SP_ID", ColumnType::Text(32)}, {"ItemTag", ColumnType::Text(40)}});
     s.CreateTable("_Info", {{"Application", ColumnType::Text(255)}});
     MdbCreateLink(s, "PID", "PID", "/srv/out/PlantA_link.mdb", "");
 
-    EXPECT_EQ(AdoGetTableNames(s), (Names{"_Info", "PID", "Plantitems"}));  // internal tables unseen
+    EXPECT_EQ(AdoGetTableNames(s),
+              (Names{"_Info", "PID", "Plantitems"}));  // internal tables unseen
     EXPECT_TRUE(AdoTableExists(s, "PLANTITEMS"));
     EXPECT_TRUE(AdoTableExists(s, "pid"));
     EXPECT_FALSE(AdoTableExists(s, "__tb_columns"));
@@ -55,25 +57,32 @@ TEST(CatalogOps, LinkKeepsItsPasswordOutOfTheNameList) {
     ASSERT_TRUE(link.has_value());
     EXPECT_EQ(link->remoteTable, "PID");
     EXPECT_EQ(link->password, "secret");
-    EXPECT_EQ(Outcome([&] { s.CreateTable("PID", {{"a", ColumnType::Long()}}); }),
+    EXPECT_EQ(Outcome([&] {
+                  s.CreateTable("PID", {{"a", ColumnType::Long()}});
+              }),
               "error: Table 'PID' already exists.");
 }
 
 TEST(BulkInsert, OneTransactionAndTypesFitted) {
     Store s = Store::InMemory();
-    s.CreateTable("t_plantitem", {{"SP_ID", ColumnType::Text(32)}, {"Type", ColumnType::Long()},
-                                  {"Descr", ColumnType::Text(20)}, {"Size", ColumnType::Double()}});
+    s.CreateTable("t_plantitem", {{"SP_ID", ColumnType::Text(32)},
+                                  {"Type", ColumnType::Long()},
+                                  {"Descr", ColumnType::Text(20)},
+                                  {"Size", ColumnType::Double()}});
     s.AddCounterId("t_plantitem");
     {
         BulkInsert bulk(s, "T_PLANTITEM");
-        EXPECT_EQ(bulk.columns(), (Names{"SP_ID", "Type", "Descr", "Size"}));  // the counter numbers itself
+        EXPECT_EQ(bulk.columns(),
+                  (Names{"SP_ID", "Type", "Descr", "Size"}));  // the counter numbers itself
         const std::string longText(300, 'd');
         for (int i = 0; i < 1000; ++i) {
             const std::string id = "id" + std::to_string(i);
             bulk.SetTextNoCopy(0, id);
             bulk.SetInt(1, i % 7);
-            if (i == 500) bulk.SetText(2, longText);
-            else bulk.SetNull(2);
+            if (i == 500)
+                bulk.SetText(2, longText);
+            else
+                bulk.SetNull(2);
             bulk.SetDouble(3, i / 4.0);
             bulk.Insert();
         }
@@ -98,7 +107,8 @@ TEST(BulkInsert, OneTransactionAndTypesFitted) {
 TEST(StoreAttachment, RowsMoveFromAPlantTableOfTheSameName) {
     tb::test::TempDir dir;
     Store store = Store::Create(dir / "store.sqlite");
-    store.CreateTable("T_Drawing", {{"SP_ID", ColumnType::Text(32)}, {"Name", ColumnType::Text(10)}});
+    store.CreateTable("T_Drawing",
+                      {{"SP_ID", ColumnType::Text(32)}, {"Name", ColumnType::Text(10)}});
     store.IndexColumn("Name", "T_Drawing");  // writing it from the plant needs the collation there
     Fill(store, "T_Drawing", "('kept', 'Kept')");
 
@@ -106,21 +116,29 @@ TEST(StoreAttachment, RowsMoveFromAPlantTableOfTheSameName) {
     // are the plant's and only "st." reaches the store.
     Connection plant(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     RegisterFunctions(plant.get());  // as every plant connection does
-    Execute(plant.get(), "CREATE TABLE T_DRAWING (SP_ID TEXT, NAME TEXT); "
-                         "INSERT INTO T_DRAWING VALUES ('d1', 'P&ID-1'), ('d2', 'Ärger plan 2')");
+    Execute(plant.get(),
+            "CREATE TABLE T_DRAWING (SP_ID TEXT, NAME TEXT); "
+            "INSERT INTO T_DRAWING VALUES ('d1', 'P&ID-1'), ('d2', 'Ärger plan 2')");
     // A statement left open on the plant connection must not stop the attachment.
     Statement open(plant.get(), "SELECT SP_ID FROM T_DRAWING");
     ASSERT_TRUE(open.Step());
     {
         StoreAttachment attached(plant.get(), store, "st");
-        EXPECT_EQ(ExecuteCount(plant.get(), "INSERT INTO st.T_Drawing (SP_ID, Name) SELECT SP_ID, lcase(NAME) FROM T_DRAWING"), 2);
+        EXPECT_EQ(
+            ExecuteCount(
+                plant.get(),
+                "INSERT INTO st.T_Drawing (SP_ID, Name) SELECT SP_ID, lcase(NAME) FROM T_DRAWING"),
+            2);
         EXPECT_EQ(QueryValue(plant.get(), "SELECT count(*) FROM T_DRAWING").integer(), 2);
     }
     open.Reset();
     EXPECT_TRUE(store.FitTypesToData("t_drawing"));
     EXPECT_EQ(store.TypeOf("T_Drawing", "Name").Name(), "Text(12)");
-    EXPECT_EQ(Render(store, "SELECT SP_ID FROM T_Drawing WHERE Name = 'ÄRGER PLAN 2' OR Name = 'KEPT' ORDER BY 1"),
-              "d2;kept");
+    EXPECT_EQ(
+        Render(
+            store,
+            "SELECT SP_ID FROM T_Drawing WHERE Name = 'ÄRGER PLAN 2' OR Name = 'KEPT' ORDER BY 1"),
+        "d2;kept");
     EXPECT_EQ(Render(store, "PRAGMA integrity_check"), "ok");
 
     Store memory = Store::InMemory();

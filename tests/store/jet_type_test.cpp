@@ -1,28 +1,46 @@
 // Catalogue types: reading Jet DDL names, the widest type of a UNION, and the rewriting that lets
 // SQLite report every branch.
 
+#include "store/jet_type.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "store/compound_select.h"
-#include "store/jet_type.h"
 
 namespace tb::store {
 namespace {
 
 TEST(JetType, FromDeclaration) {
     const std::vector<std::pair<const char*, const char*>> cases = {
-        {"varchar(33)", "Text(33)"},    {"TEXT(40)", "Text(40)"},       {"Text", "Text(255)"},
-        {"VARCHAR (300)", "Memo"},      {"Memo", "Memo"},               {"LONGTEXT", "Memo"},
-        {"LONG INTEGER", "Long"},       {"long  integer", "Long"},      {"Integer", "Long"},
-        {"SMALLINT", "Integer"},        {"BYTE", "Byte"},               {"COUNTER", "Counter"},
-        {"TIMESTAMP", "DateTime"},      {"DATETIME", "DateTime"},       {"YESNO", "Boolean"},
-        {"BIT", "Boolean"},             {"OLEOBJECT", "OLE"},           {"LONGBINARY", "OLE"},
-        {"DOUBLE", "Double"},           {"REAL", "Double"},             {"SINGLE", "Single"},
-        {"CURRENCY", "Currency"},       {"GUID", "GUID"},               {"NUMERIC(10,2)", "Double"},
-        {"TEXT COLLATE JETNOCASE", "Text(255)"}, {"INTEGER PRIMARY KEY", "Long"},
+        {"varchar(33)", "Text(33)"},
+        {"TEXT(40)", "Text(40)"},
+        {"Text", "Text(255)"},
+        {"VARCHAR (300)", "Memo"},
+        {"Memo", "Memo"},
+        {"LONGTEXT", "Memo"},
+        {"LONG INTEGER", "Long"},
+        {"long  integer", "Long"},
+        {"Integer", "Long"},
+        {"SMALLINT", "Integer"},
+        {"BYTE", "Byte"},
+        {"COUNTER", "Counter"},
+        {"TIMESTAMP", "DateTime"},
+        {"DATETIME", "DateTime"},
+        {"YESNO", "Boolean"},
+        {"BIT", "Boolean"},
+        {"OLEOBJECT", "OLE"},
+        {"LONGBINARY", "OLE"},
+        {"DOUBLE", "Double"},
+        {"REAL", "Double"},
+        {"SINGLE", "Single"},
+        {"CURRENCY", "Currency"},
+        {"GUID", "GUID"},
+        {"NUMERIC(10,2)", "Double"},
+        {"TEXT COLLATE JETNOCASE", "Text(255)"},
+        {"INTEGER PRIMARY KEY", "Long"},
     };
     for (const auto& [decl, name] : cases) {
         const auto t = ColumnType::FromDeclaration(decl);
@@ -91,7 +109,8 @@ TEST(CompoundSelect, Variants) {
     };
     const std::vector<V> cases = {
         {"SELECT a FROM t", {}},
-        {"SELECT a FROM t1 UNION SELECT b FROM t2 ORDER BY 1", {"SELECT a FROM t1", "SELECT b FROM t2"}},
+        {"SELECT a FROM t1 UNION SELECT b FROM t2 ORDER BY 1",
+         {"SELECT a FROM t1", "SELECT b FROM t2"}},
         {"SELECT * FROM (SELECT a FROM t1 UNION ALL SELECT b FROM t2) AS u",
          {"SELECT * FROM (SELECT a FROM t1) AS u",
           "SELECT * FROM (SELECT a FROM t1 UNION ALL SELECT b FROM t2) AS u"}},

@@ -14,7 +14,8 @@ namespace {
 
 std::string Types(const Store& s, const std::string& table) {
     std::string out;
-    for (const ColumnDef& c : s.Columns(table)) out += (out.empty() ? "" : ",") + c.name + ":" + c.type.Name();
+    for (const ColumnDef& c : s.Columns(table))
+        out += (out.empty() ? "" : ",") + c.name + ":" + c.type.Name();
     return out;
 }
 
@@ -32,12 +33,15 @@ TEST(SelectInto, TypesFromDataForExpressions) {
     Store s = Store::InMemory();
     s.CreateTable("t", {{"k", ColumnType::Text(8)}, {"n", ColumnType::Integer()}});
     Fill(s, "t", "('a', 1), ('A', 2), ('b', 3)");
-    s.SelectInto("SELECT k, count(*) AS cnt, sum(n) * 0.5 AS half, jcat('', max(n)) AS txt, "
-                 "NULL AS empty, 3000000000 AS big FROM t GROUP BY k ORDER BY k DESC",
-                 "g");
-    EXPECT_EQ(Types(s, "g"), "k:Text(8),cnt:Long,half:Double,txt:Text(255),empty:Text(255),big:Double");
+    s.SelectInto(
+        "SELECT k, count(*) AS cnt, sum(n) * 0.5 AS half, jcat('', max(n)) AS txt, "
+        "NULL AS empty, 3000000000 AS big FROM t GROUP BY k ORDER BY k DESC",
+        "g");
+    EXPECT_EQ(Types(s, "g"),
+              "k:Text(8),cnt:Long,half:Double,txt:Text(255),empty:Text(255),big:Double");
     // Grouped ignoring case, rows in the statement's order, text compares in the new table too.
-    EXPECT_EQ(Render(s, "SELECT lcase(k), cnt, half, txt FROM g ORDER BY _rowid_"), "b|1|1.5|3;a|2|1.5|2");
+    EXPECT_EQ(Render(s, "SELECT lcase(k), cnt, half, txt FROM g ORDER BY _rowid_"),
+              "b|1|1.5|3;a|2|1.5|2");
     EXPECT_EQ(Render(s, "SELECT count(*) FROM g WHERE k = 'B' AND txt = '3'"), "1");
 }
 
@@ -55,7 +59,8 @@ TEST(SelectInto, HintsCounterAndLongText) {
     s.AddCounterId("t");
     Fill(s, "t (name)", "('ab'), ('cd')");
     s.Execute("UPDATE t SET name = name || '" + std::string(300, 'x') + "' WHERE ID = 2");
-    s.SelectInto("SELECT ID, name, ID * 2 AS twice FROM t", "u", {{"twice", ColumnType::Integer()}});
+    s.SelectInto("SELECT ID, name, ID * 2 AS twice FROM t", "u",
+                 {{"twice", ColumnType::Integer()}});
     // A copied counter is a Long; the 305-character text made the column a Memo.
     EXPECT_EQ(Types(s, "u"), "ID:Long,name:Memo,twice:Integer");
 }
@@ -63,7 +68,8 @@ TEST(SelectInto, HintsCounterAndLongText) {
 TEST(SelectInto, Refusals) {
     Store s = Store::InMemory();
     s.CreateTable("t", {{"a", ColumnType::Long()}});
-    EXPECT_EQ(Outcome([&] { s.SelectInto("SELECT a FROM t", "T"); }), "error: Table 'T' already exists.");
+    EXPECT_EQ(Outcome([&] { s.SelectInto("SELECT a FROM t", "T"); }),
+              "error: Table 'T' already exists.");
     EXPECT_EQ(Outcome([&] { s.SelectInto("SELECT a, a AS A FROM t", "u"); }),
               "error: Table 'u' would have the column 'A' twice.");
     EXPECT_FALSE(s.TableExists("u"));
@@ -71,7 +77,8 @@ TEST(SelectInto, Refusals) {
 
 TEST(AlterColumnType, ConvertsAsAccess) {
     Store s = Store::InMemory();
-    s.CreateTable("t", {{"d", ColumnType::Double()}, {"n", ColumnType::Long()}, {"x", ColumnType::Text(10)}});
+    s.CreateTable(
+        "t", {{"d", ColumnType::Double()}, {"n", ColumnType::Long()}, {"x", ColumnType::Text(10)}});
     Fill(s, "t", "(3.0, 5, '12'), (0.5, NULL, ' 7'), (1e20, -1, '2.5')");
     s.IndexColumn("x", "t");
     s.AlterColumnType("t", "d", ColumnType::Text(3));
@@ -79,25 +86,31 @@ TEST(AlterColumnType, ConvertsAsAccess) {
     EXPECT_EQ(Render(s, "SELECT d FROM t ORDER BY _rowid_"), "3;0.5;1E+20");
     EXPECT_EQ(s.TypeOf("t", "d").Name(), "Text(5)");
     s.AlterColumnType("t", "x", ColumnType::Long());
-    EXPECT_EQ(Render(s, "SELECT x, typeof(x) FROM t ORDER BY _rowid_"), "12|integer;7|integer;2|integer");
+    EXPECT_EQ(Render(s, "SELECT x, typeof(x) FROM t ORDER BY _rowid_"),
+              "12|integer;7|integer;2|integer");
     s.AlterColumnType("t", "n", ColumnType::Boolean());
     EXPECT_EQ(Render(s, "SELECT n FROM t ORDER BY _rowid_"), "-1;<null>;-1");
     // The index on x survived two rebuilds.
     EXPECT_EQ(IndexList(s, "t"), "x(x)");
-    EXPECT_EQ(Render(s, "SELECT count(*) FROM sqlite_schema WHERE type = 'index' AND tbl_name = 't'"), "1");
+    EXPECT_EQ(
+        Render(s, "SELECT count(*) FROM sqlite_schema WHERE type = 'index' AND tbl_name = 't'"),
+        "1");
 }
 
 TEST(AlterColumnType, FailureLeavesTheTableAsItWas) {
     Store s = Store::InMemory();
     s.CreateTable("t", {{"code", ColumnType::Text(10)}});
     Fill(s, "t", "('1'), ('Valve'), ('70000')");
-    EXPECT_EQ(Outcome([&] { s.AlterColumnType("t", "code", ColumnType::Long()); }),
-              "error: Column 'code' of table 't' cannot become Long: the value 'Valve' is not a number.");
-    EXPECT_EQ(Render(s, "SELECT code, typeof(code) FROM t ORDER BY _rowid_"), "1|text;Valve|text;70000|text");
+    EXPECT_EQ(
+        Outcome([&] { s.AlterColumnType("t", "code", ColumnType::Long()); }),
+        "error: Column 'code' of table 't' cannot become Long: the value 'Valve' is not a number.");
+    EXPECT_EQ(Render(s, "SELECT code, typeof(code) FROM t ORDER BY _rowid_"),
+              "1|text;Valve|text;70000|text");
     EXPECT_EQ(Types(s, "t"), "code:Text(10)");
     s.Execute("DELETE FROM t WHERE code = 'Valve'");
     EXPECT_EQ(Outcome([&] { s.AlterColumnType("t", "code", ColumnType::Integer()); }),
-              "error: Column 'code' of table 't' cannot become Integer: the value 70000 is out of its range.");
+              "error: Column 'code' of table 't' cannot become Integer: the value 70000 is out of "
+              "its range.");
 }
 
 TEST(FitTypesToData, TextArrivingInNumbersAndLongTexts) {
@@ -118,7 +131,8 @@ TEST(Counter, DropAndOrder) {
     s.CreateTable("t", {{"v", ColumnType::Text(5)}, {"w", ColumnType::Long()}});
     Fill(s, "t", "('c', 1), ('a', 2), ('b', 3)");
     s.AddCounterId("t");
-    EXPECT_EQ(Outcome([&] { s.AddCounterId("t", "id"); }), "error: Field 'ID' already exists in table 't'.");
+    EXPECT_EQ(Outcome([&] { s.AddCounterId("t", "id"); }),
+              "error: Field 'ID' already exists in table 't'.");
     EXPECT_EQ(Outcome([&] { s.AddCounterId("t", "Other"); }),
               "error: Table 't' already has the counter column 'ID'.");
     // Dropping the counter keeps the stored order.
@@ -132,7 +146,8 @@ TEST(Counter, DropAndOrder) {
 TEST(Indexes, NamesPerTableAndDroppedWithTheirColumn) {
     Store s = Store::InMemory();
     for (const char* t : {"PID", "T_LABELPERSIST"}) {
-        s.CreateTable(t, {{"SP_ID", ColumnType::Text(32)}, {"Representation_ID", ColumnType::Text(32)}});
+        s.CreateTable(
+            t, {{"SP_ID", ColumnType::Text(32)}, {"Representation_ID", ColumnType::Text(32)}});
         s.IndexColumn("sp_id", t);  // same Jet name in both tables
     }
     s.IndexColumn("Representation_ID", "PID");
@@ -146,14 +161,17 @@ TEST(Indexes, NamesPerTableAndDroppedWithTheirColumn) {
     s.Execute("CREATE INDEX raw_ix ON PID(Representation_ID)");
     s.DropColumn("PID", "REPRESENTATION_ID");
     EXPECT_EQ(IndexList(s, "PID"), "SP_ID(SP_ID)");
-    EXPECT_EQ(Render(s, "SELECT count(*) FROM sqlite_schema WHERE type = 'index' AND tbl_name = 'PID'"), "1");
+    EXPECT_EQ(
+        Render(s, "SELECT count(*) FROM sqlite_schema WHERE type = 'index' AND tbl_name = 'PID'"),
+        "1");
 
     // A composite key with its Jet name, as _Glossary has it.
     s.CreateTable("_Glossary", {{"Table", ColumnType::Text(64)}, {"Column", ColumnType::Text(64)}});
     s.CreateIndex("_Glossary", "ID", {"Table", "Column"}, true, false);
     EXPECT_EQ(IndexList(s, "_Glossary"), "ID(Table,Column) pk unique");
     Fill(s, "_Glossary", "('PID', 'Tag')");
-    EXPECT_NE(Outcome([&] { Fill(s, "_Glossary", "('pid', 'TAG')"); }), "ok");  // unique ignoring case
+    EXPECT_NE(Outcome([&] { Fill(s, "_Glossary", "('pid', 'TAG')"); }),
+              "ok");  // unique ignoring case
 }
 
 TEST(Rename, TablesAndColumnsKeepTheirCatalogue) {
@@ -167,10 +185,12 @@ TEST(Rename, TablesAndColumnsKeepTheirCatalogue) {
     EXPECT_EQ(IndexList(s, "Symbols"), "sp_id(SP_ID)");
     EXPECT_EQ(s.TableNames(), std::vector<std::string>{"Symbols"});
     s.CreateTable("other", {{"a", ColumnType::Long()}});
-    EXPECT_EQ(Outcome([&] { s.RenameTable("other", "SYMBOLS"); }), "error: Table 'SYMBOLS' already exists.");
+    EXPECT_EQ(Outcome([&] { s.RenameTable("other", "SYMBOLS"); }),
+              "error: Table 'SYMBOLS' already exists.");
     EXPECT_EQ(Outcome([&] { s.RenameColumn("symbols", "sp_id", "rotationangle"); }),
               "error: Field 'rotationangle' already exists in table 'Symbols'.");
-    EXPECT_EQ(Outcome([&] { s.RenameTable("missing", "x"); }), "error: Table 'missing' does not exist.");
+    EXPECT_EQ(Outcome([&] { s.RenameTable("missing", "x"); }),
+              "error: Table 'missing' does not exist.");
 }
 
 TEST(Rename, NonAsciiCaseOnly) {
@@ -184,7 +204,8 @@ TEST(Rename, NonAsciiCaseOnly) {
 
 TEST(AdoptTable, PlainSqlTableTakesTheStoreForm) {
     Store s = Store::InMemory();
-    s.Execute("CREATE TABLE user_t (Name varchar(33), Qty LONG INTEGER, Note Memo, Made TIMESTAMP, x)");
+    s.Execute(
+        "CREATE TABLE user_t (Name varchar(33), Qty LONG INTEGER, Note Memo, Made TIMESTAMP, x)");
     s.Execute("INSERT INTO user_t VALUES ('Pump', '00123', 'n', '2024-01-02 03:04:05', 1.5)");
     s.AdoptTable("USER_T");
     EXPECT_EQ(Types(s, "user_t"), "Name:Text(33),Qty:Long,Note:Memo,Made:DateTime,x:Double");
@@ -194,9 +215,12 @@ TEST(AdoptTable, PlainSqlTableTakesTheStoreForm) {
 
 TEST(UpdateFromJoin, SeveralSourcesAndFilters) {
     Store s = Store::InMemory();
-    s.CreateTable("t_connector", {{"sp_id", ColumnType::Text(5)}, {"Plantitemtype", ColumnType::Long()}});
-    s.CreateTable("pid", {{"sp_id", ColumnType::Text(5)}, {"REPRESENTATION_ID", ColumnType::Text(5)}});
-    s.CreateTable("t_plantitem", {{"sp_id", ColumnType::Text(5)}, {"Plantitemtype", ColumnType::Long()}});
+    s.CreateTable("t_connector",
+                  {{"sp_id", ColumnType::Text(5)}, {"Plantitemtype", ColumnType::Long()}});
+    s.CreateTable("pid",
+                  {{"sp_id", ColumnType::Text(5)}, {"REPRESENTATION_ID", ColumnType::Text(5)}});
+    s.CreateTable("t_plantitem",
+                  {{"sp_id", ColumnType::Text(5)}, {"Plantitemtype", ColumnType::Long()}});
     Fill(s, "t_connector", "('r1', NULL), ('r2', NULL), ('r3', 9)");
     Fill(s, "pid", "('m1', 'R1'), ('m2', 'r2'), ('m9', 'r2')");
     Fill(s, "t_plantitem", "('m1', 4), ('m2', 5), ('m9', 6)");
@@ -207,30 +231,44 @@ TEST(UpdateFromJoin, SeveralSourcesAndFilters) {
     u.set = {{"plantitemtype", "t_plantitem.Plantitemtype"}};
     u.order = "pid._rowid_";
     EXPECT_EQ(s.UpdateFromJoin(u), 2);
-    EXPECT_EQ(Render(s, "SELECT sp_id, Plantitemtype FROM t_connector ORDER BY sp_id"), "r1|4;r2|6;r3|9");
+    EXPECT_EQ(Render(s, "SELECT sp_id, Plantitemtype FROM t_connector ORDER BY sp_id"),
+              "r1|4;r2|6;r3|9");
 
     // A filter on the target keeps other rows as they are, also with a LEFT join.
-    JoinUpdate l{"t_connector", "c", "pid AS p", "c.sp_id = p.REPRESENTATION_ID", {{"Plantitemtype", "length(p.sp_id)"}},
-                 "c.sp_id <> 'r1'", "", true};
+    JoinUpdate l{"t_connector",
+                 "c",
+                 "pid AS p",
+                 "c.sp_id = p.REPRESENTATION_ID",
+                 {{"Plantitemtype", "length(p.sp_id)"}},
+                 "c.sp_id <> 'r1'",
+                 "",
+                 true};
     EXPECT_EQ(s.UpdateFromJoin(l), 2);
-    EXPECT_EQ(Render(s, "SELECT sp_id, Plantitemtype FROM t_connector ORDER BY sp_id"), "r1|4;r2|2;r3|<null>");
+    EXPECT_EQ(Render(s, "SELECT sp_id, Plantitemtype FROM t_connector ORDER BY sp_id"),
+              "r1|4;r2|2;r3|<null>");
 
     JoinUpdate bad = u;
     bad.order.clear();
-    EXPECT_EQ(Outcome([&] { s.UpdateFromJoin(bad); }),
-              "error: UpdateFromJoin on 't_connector': a source of several tables needs its order.");
+    EXPECT_EQ(
+        Outcome([&] { s.UpdateFromJoin(bad); }),
+        "error: UpdateFromJoin on 't_connector': a source of several tables needs its order.");
 }
 
 TEST(FirstLast, RowsOfEachGroupInInsertionOrder) {
     Store s = Store::InMemory();
-    s.CreateTable("t_lastrevision", {{"sp_drawingid", ColumnType::Text(5)}, {"rev", ColumnType::Text(5)}});
+    s.CreateTable("t_lastrevision",
+                  {{"sp_drawingid", ColumnType::Text(5)}, {"rev", ColumnType::Text(5)}});
     Fill(s, "t_lastrevision", "('d1', 'C'), ('d2', 'A'), ('D1', 'A'), ('d1', 'B'), ('d2', 'Z')");
     const std::string first = FirstRowsFilter("t_lastrevision", "sp_drawingid");
-    EXPECT_EQ(first, "\"t_lastrevision\"._rowid_ IN (SELECT min(_rowid_) FROM \"t_lastrevision\" GROUP BY sp_drawingid)");
-    EXPECT_EQ(Render(s, "SELECT sp_drawingid, rev FROM t_lastrevision WHERE " + first + " ORDER BY 1"), "d1|C;d2|A");
+    EXPECT_EQ(first,
+              "\"t_lastrevision\"._rowid_ IN (SELECT min(_rowid_) FROM \"t_lastrevision\" GROUP BY "
+              "sp_drawingid)");
+    EXPECT_EQ(
+        Render(s, "SELECT sp_drawingid, rev FROM t_lastrevision WHERE " + first + " ORDER BY 1"),
+        "d1|C;d2|A");
     const std::string last = LastRowsFilter("t_lastrevision", "sp_drawingid", "rev <> 'z'", "r");
-    EXPECT_EQ(Render(s, "SELECT sp_drawingid, rev FROM t_lastrevision r WHERE rev <> 'z' AND " + last +
-                            " ORDER BY 1"),
+    EXPECT_EQ(Render(s, "SELECT sp_drawingid, rev FROM t_lastrevision r WHERE rev <> 'z' AND " +
+                            last + " ORDER BY 1"),
               "d1|B;d2|A");
 }
 

@@ -88,7 +88,8 @@ const std::vector<SemanticsCase>& Cases() {
         {"equal, column left", NamesTable, "SELECT n FROM names WHERE n = 'ärger'", "Ärger"},
         {"equal, column right", NamesTable, "SELECT n FROM names WHERE 'äRGER' = n", "Ärger"},
         {"not equal", NamesTable, "SELECT count(*) FROM names WHERE n <> 'OLÉ'", "3"},
-        {"in list, full folding", NamesTable, "SELECT n FROM names WHERE n IN ('straße')", "STRASSE"},
+        {"in list, full folding", NamesTable, "SELECT n FROM names WHERE n IN ('straße')",
+         "STRASSE"},
         {"like, non-ASCII", NamesTable, "SELECT n FROM names WHERE n LIKE 'ÄR%' OR n LIKE '%É'",
          "Ärger;olé"},
         {"distinct and group by",
@@ -114,10 +115,12 @@ const std::vector<SemanticsCase>& Cases() {
         {"union in a subquery",
          [](Store& s) {
              UnionTables(s);
-             s.SelectInto("SELECT * FROM (SELECT a AS v, num AS n FROM t1 UNION SELECT b, dbl FROM t2) AS u",
-                          "u");
+             s.SelectInto(
+                 "SELECT * FROM (SELECT a AS v, num AS n FROM t1 UNION SELECT b, dbl FROM t2) AS u",
+                 "u");
          },
-         "SELECT column_name, jet_type FROM __tb_columns WHERE table_name = 'u' ORDER BY column_name",
+         "SELECT column_name, jet_type FROM __tb_columns WHERE table_name = 'u' ORDER BY "
+         "column_name",
          "n|Double;v|Text(40)"},
         {"union at the top",
          [](Store& s) {
@@ -133,7 +136,8 @@ const std::vector<SemanticsCase>& Cases() {
          "SELECT x FROM u ORDER BY x", "1;y"},
 
         // Access's &.
-        {"jcat", {},
+        {"jcat",
+         {},
          "SELECT jcat(NULL, NULL), jcat(NULL, 'a', NULL), jcat('', NULL), jcat(3.0), jcat(1e20), "
          "jcat(0.5), jcat(0.1 + 0.2), jcat('n', -7, 'x'), jcat(1e-5)",
          "<null>|a||3|1E+20|0.5|0.3|n-7x|1E-05"},
@@ -143,13 +147,15 @@ const std::vector<SemanticsCase>& Cases() {
         {"last matching row wins",
          [](Store& s) {
              JoinTables(s);
-             s.UpdateFromJoin({"target", "t", "source AS s", "t.k = s.k", {{"v", "s.v"}}, "", "", false});
+             s.UpdateFromJoin(
+                 {"target", "t", "source AS s", "t.k = s.k", {{"v", "s.v"}}, "", "", false});
          },
          "SELECT k, v FROM target ORDER BY k", "a|a last;b|b only;c|old c"},
         {"left join writes Null",
          [](Store& s) {
              JoinTables(s);
-             s.UpdateFromJoin({"target", "t", "source AS s", "t.k = s.k", {{"v", "s.v"}}, "", "", true});
+             s.UpdateFromJoin(
+                 {"target", "t", "source AS s", "t.k = s.k", {{"v", "s.v"}}, "", "", true});
          },
          "SELECT k, v FROM target ORDER BY k", "a|a last;b|b only;c|<null>"},
 
@@ -158,7 +164,8 @@ const std::vector<SemanticsCase>& Cases() {
          "zulu|1;mike|2;bravo|3;yankee|4"},
         {"counter in the catalogue", Counted,
          "SELECT c.jet_type, i.index_name, i.is_primary FROM __tb_columns c JOIN __tb_indexes i "
-         "ON i.table_name = c.table_name AND i.column_name = c.column_name WHERE c.table_name = 'items'",
+         "ON i.table_name = c.table_name AND i.column_name = c.column_name WHERE c.table_name = "
+         "'items'",
          "Counter|ID|1"},
 
         // A rename that changes only the case.
@@ -172,8 +179,8 @@ const std::vector<SemanticsCase>& Cases() {
          "Plantitems;Plantitems.SP_ID Text(32)"},
 
         // Access's limits, checked as tables and columns are made.
-        {"255 columns", [](Store& s) { WideTable(s, 255); }, "SELECT count(*) FROM pragma_table_info('wide')",
-         "255"},
+        {"255 columns", [](Store& s) { WideTable(s, 255); },
+         "SELECT count(*) FROM pragma_table_info('wide')", "255"},
         {"256 columns", [](Store& s) { WideTable(s, 256); }, "",
          "error: Table 'wide' would have 256 columns; Access allows at most 255."},
         {"256th column added",
@@ -183,14 +190,26 @@ const std::vector<SemanticsCase>& Cases() {
          },
          "", "error: Table 'wide' would have 256 columns"},
         {"64-character name",
-         [](Store& s) { s.CreateTable("t", {{std::string(64, 'x'), ColumnType::Long()}}); }, "", "ok"},
+         [](Store& s) {
+             s.CreateTable("t", {{std::string(64, 'x'), ColumnType::Long()}});
+         },
+         "", "ok"},
         {"65-character name",
-         [](Store& s) { s.CreateTable("t", {{std::string(65, 'x'), ColumnType::Long()}}); }, "",
+         [](Store& s) {
+             s.CreateTable("t", {{std::string(65, 'x'), ColumnType::Long()}});
+         },
+         "",
          "error: Column '" + std::string(65, 'x') + "' of table 't': the name is longer than 64"},
-        {"dot in a column name", [](Store& s) { s.CreateTable("t", {{"a.b", ColumnType::Long()}}); }, "",
-         "error: Column 'a.b' of table 't': the name holds '.'"},
-        {"bracket in a table name", [](Store& s) { s.CreateTable("t[1]", {{"a", ColumnType::Long()}}); }, "",
-         "error: Table 't[1]': the name holds '['"},
+        {"dot in a column name",
+         [](Store& s) {
+             s.CreateTable("t", {{"a.b", ColumnType::Long()}});
+         },
+         "", "error: Column 'a.b' of table 't': the name holds '.'"},
+        {"bracket in a table name",
+         [](Store& s) {
+             s.CreateTable("t[1]", {{"a", ColumnType::Long()}});
+         },
+         "", "error: Table 't[1]': the name holds '['"},
         {"bang in a renamed column",
          [](Store& s) {
              s.CreateTable("t", {{"a", ColumnType::Long()}});
