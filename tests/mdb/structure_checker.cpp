@@ -18,7 +18,7 @@ constexpr std::size_t kPage = JetFile::kPage;
 
 class Checker {
 public:
-    Checker(const std::string& bytes, const CheckOptions& options) : file_(bytes), options_(options) {}
+    Checker(std::string bytes, const CheckOptions& options) : file_(std::move(bytes)), options_(options) {}
 
     std::vector<std::string> Run();
 
@@ -408,8 +408,8 @@ std::vector<std::string> Checker::Run() {
 
 }  // namespace
 
-std::vector<std::string> CheckJetStructure(const std::string& fileBytes, const CheckOptions& options) {
-    Checker checker(fileBytes, options);
+std::vector<std::string> CheckJetStructure(std::string fileBytes, const CheckOptions& options) {
+    Checker checker(std::move(fileBytes), options);
     return checker.Run();
 }
 

@@ -26,6 +26,6 @@ struct CheckOptions {
 };
 
 // The problems found, empty when the file is sound.
-std::vector<std::string> CheckJetStructure(const std::string& fileBytes, const CheckOptions& options = {});
+std::vector<std::string> CheckJetStructure(std::string fileBytes, const CheckOptions& options = {});
 
 }  // namespace tb::mdb::test
