@@ -1,0 +1,56 @@
+#include "plantaccess/dialect.h"
+
+#include "common/text.h"
+#include "plantaccess/session.h"
+
+namespace tb::plantaccess {
+
+Dialect DialectOfDbType(std::string_view dbType) {
+    if (IEquals(dbType, "ORACLE")) return Dialect::Oracle;
+    if (IEquals(dbType, "SQLITE")) return Dialect::Sqlite;
+    return Dialect::SqlServer;
+}
+
+bool UsesOracleTexts(Dialect dialect) {
+    return dialect == Dialect::Oracle || dialect == Dialect::Sqlite;
+}
+
+std::string_view DialectName(Dialect dialect) {
+    switch (dialect) {
+        case Dialect::Oracle: return "Oracle";
+        case Dialect::SqlServer: return "SqlServer";
+        case Dialect::AccessCopy: return "AccessCopy";
+        case Dialect::Sqlite: return "Sqlite";
+    }
+    return "SqlServer";
+}
+
+std::string GetFullTableName(Dialect dialect, std::string_view prefix, std::string_view table) {
+    if (dialect == Dialect::SqlServer) return std::string(prefix) + std::string(table);
+    return std::string(table);
+}
+
+std::string GetFullTableName(std::string_view prefix, std::string_view table) {
+    return GetFullTableName(CurrentDialect(), prefix, table);
+}
+
+std::string OrgColumnName(std::string_view name) { return "Org_" + std::string(name); }
+
+std::string AlterSessionSql(std::string_view schemaUser) {
+    return "ALTER SESSION SET CURRENT_SCHEMA=" + std::string(schemaUser);
+}
+
+bool NeedsAlterSession(Dialect dialect) { return dialect == Dialect::Oracle; }
+
+std::string_view TopOne(Dialect dialect) {
+    return dialect == Dialect::SqlServer ? " TOP 1 " : "";
+}
+
+std::string RowNumBelow2(Dialect dialect, std::string_view conjunction) {
+    if (dialect != Dialect::Oracle) return {};
+    return " " + std::string(conjunction) + " ROWNUM <2";
+}
+
+std::string_view LimitOne(Dialect dialect) { return dialect == Dialect::Sqlite ? " LIMIT 1" : ""; }
+
+}  // namespace tb::plantaccess
