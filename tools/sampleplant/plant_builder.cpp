@@ -521,13 +521,14 @@ Run PlantBuilder::AddRun(Drawing& d, const Group& g, const RunSpec& spec) {
 }
 
 std::vector<std::string> PlantBuilder::Route(Drawing& d, const Run& run,
-                                             const std::vector<Stop>& stops, bool zeroLength) {
+                                             const std::vector<Stop>& stops, bool zeroLength,
+                                             bool relate) {
     std::vector<std::string> reps;
     for (std::size_t i = 0; i + 1 < stops.size(); ++i) {
         const std::string rep = AddRep(d, run.id, "Connector", "");
         AddConnectorRow(rep, stops[i], stops[i + 1], zeroLength, -1);
-        if (!stops[i].rep.empty()) AddRelationship(d, rep, stops[i].rep);
-        if (!stops[i + 1].rep.empty()) AddRelationship(d, rep, stops[i + 1].rep);
+        if (relate && !stops[i].rep.empty()) AddRelationship(d, rep, stops[i].rep);
+        if (relate && !stops[i + 1].rep.empty()) AddRelationship(d, rep, stops[i + 1].rep);
         reps.push_back(rep);
     }
     return reps;
@@ -806,7 +807,8 @@ Placed PlantBuilder::AddDuctingComp(Drawing& d, const Group& g, const std::strin
     AddPlantItem(id, "DuctingComp", "", g.id);
     data_.Row("T_DuctingComp")("SP_ID", id)("DuctingCompType", CodeOf("DuctingCompType", type)).Add();
     data_.Row("T_InlineComp")("SP_ID", id)("SP_DuctRunID", ductRun)("SP_DuctingCompID", id).Add();
-    Placed placed{id, AddRep(d, id, "Symbol", SymbolFor(type)), x, y};
+    // Ducting components carry no piping points: their connectors name no point index.
+    Placed placed{id, AddRep(d, id, "Symbol", SymbolFor(type)), x, y, false};
     AddSymbolRow(placed.rep, x, y, 0);
     AddItemHistory(d, id);
     return placed;

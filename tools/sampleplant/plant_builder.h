@@ -203,9 +203,10 @@ public:
                      int quarterTurns = 0);
 
     Run AddRun(Drawing& d, const Group& g, const RunSpec& spec);
-    // Connectors between consecutive stops; returns their representations.
+    // Connectors between consecutive stops; returns their representations. Each connector
+    // gets a relationship row to the symbols at its ends unless `relate` is false.
     std::vector<std::string> Route(Drawing& d, const Run& run, const std::vector<Stop>& stops,
-                                   bool zeroLength = false);
+                                   bool zeroLength = false, bool relate = true);
     // A run from `start` through inline items (their points 1 and 2, or branch points) to
     // `end`: one connector per gap.
     std::vector<std::string> RouteThrough(Drawing& d, const Run& run, const Stop& start,

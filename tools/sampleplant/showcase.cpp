@@ -214,12 +214,20 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
     fvSpec.description = "Feed flow control valve";
     fvSpec.failModes = {{"Fail Closed", "High"}, {"Fail Last Position", "Low"}};
     const Placed fv = b.AddInstrument(&d1, u11, fvSpec, &r3, 0.74, 0.30);
+    const Placed bpIn = b.AddBranchPoint(d1, r3, 0.72, 0.30);
+    const Placed bpOut = b.AddBranchPoint(d1, r3, 0.76, 0.30);
     const Placed opc1103 = b.AddOPC(d1, u11, pairA1, "OPC-1103", pairA2, "Piping OPC", 0.82, 0.30);
-    const auto r3Conn =
-        b.RouteThrough(d1, r3, At(pumpAN2, 1), {cv1, gv4, bp2, bp3, bp4, fe, fv}, At(opc1103));
+    const auto r3Conn = b.RouteThrough(d1, r3, At(pumpAN2, 1),
+                                       {cv1, gv4, bp2, bp3, bp4, fe, bpIn, fv, bpOut}, At(opc1103));
     b.AddLabel(d1, r3.id, r3Conn[0], "Line Number", 0.57, 0.27);
-    b.AddLabel(d1, r3.id, r3Conn[7], "Line Number", 0.78, 0.31);
-    b.AddLabel(d1, r3.id, r3Conn[7], "Flow Arrow", 0.79, 0.29);
+    b.AddLabel(d1, r3.id, r3Conn.back(), "Line Number", 0.78, 0.31);
+    b.AddLabel(d1, r3.id, r3Conn.back(), "Flow Arrow", 0.79, 0.29);
+    // The control valve's bypass carries the same tag: the runs of 11003-P form a loop.
+    RunSpec bypassSpec = Line("003", "2\"");
+    bypassSpec.tag = "11003-P";
+    const Run r3c = b.AddRun(d1, u11, bypassSpec);
+    const Placed bypass = b.AddPipingComp(d1, u11, &r3c, Valve("Globe Valve", "2\""), 0.74, 0.25);
+    b.RouteThrough(d1, r3c, At(bpIn), {bypass}, At(bpOut));
     // Pump B discharge joins 11003-P at its first branch point.
     const Run r6 = b.AddRun(d1, u11, Line("006", "3\""));
     const Placed cv2 = b.AddPipingComp(d1, u11, &r6, Valve("Check Valve", "3\""), 0.58, 0.12);
@@ -273,6 +281,15 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
     licSpec.functions = {"Indicate", "Control", "Alarm High", "Alarm Low"};
     const Placed lic = b.AddInstrument(&d1, u11, licSpec, nullptr, 0.44, 0.50);
     b.AddSignal(d1, u11, At(lt), At(lic));
+    // LSH-1101's own connection has no far end and steps around LT-1101 (its avoid item):
+    // it takes LT-1101's connected item, the drum nozzle N6.
+    InstrSpec lshSpec = Instrument("L", "SH", "1101", "Switch", "Level Switch");
+    lshSpec.functions = {"Switch", "Alarm High"};
+    const Placed lsh = b.AddInstrument(&d1, u11, lshSpec, nullptr, 0.42, 0.40);
+    const Run r11b = b.AddRun(d1, u11, ImpulseLine("1/2\""));
+    Stop lshEnd = At(lsh);
+    lshEnd.avoid = lt.rep;
+    b.Route(d1, r11b, {Open(0.41, 0.38), lshEnd});
 
     // Flow: FT-1101 on the orifice's third point (it reaches 11003-P through the inline
     // instrument), FIC-1101, and the control valve.
@@ -302,7 +319,7 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
     b.Route(d1, r14, {Open(0.66, 0.39), ttEnd});
 
     b.AddLoop(d1, u11, "F", "1101", {fe.item, ft.item, fic.item, fv.item}, "Feed flow control");
-    b.AddLoop(d1, u11, "L", "1101", {lt.item, lic.item}, "Feed drum level control");
+    b.AddLoop(d1, u11, "L", "1101", {lt.item, lic.item, lsh.item}, "Feed drum level control");
     b.AddLoop(d1, u11, "T", "1103", {te.item, tt.item}, "Feed temperature");
     b.AddLoop(d1, u11, "P", "1199", {}, "Spare pressure loop (no instruments)");
     b.AddItemGroup(d1, u11, "Package", "PKG-1101", "Feed Pump Package", {pumpA.item, pumpB.item});
@@ -378,7 +395,7 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
     const Placed exN2 = b.AddNozzle(d2, u12, Nozzle(front, "2", "3\""), 0.37, 0.32, 2);
     const Placed exN3 = b.AddNozzle(d2, u12, Nozzle(ex, "3", "2\""), 0.48, 0.34, 1);
     const Placed exN4 = b.AddNozzle(d2, u12, Nozzle(ex, "4", "1\""), 0.48, 0.26, 3);
-    b.AddNozzle(d2, u12, Nozzle(rear, "5", "1\""), 0.53, 0.27, 0);
+    const Placed exN5 = b.AddNozzle(d2, u12, Nozzle(rear, "5", "1\""), 0.53, 0.27, 0);
 
     // 11003-P continues here from OPC-1103 through a strainer whose symbol file has no folder.
     RunSpec r3bSpec = Line("003", "3\"");
@@ -436,8 +453,30 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
     trap.tagSeq = "001";
     trap.specialty = true;
     const Placed st = b.AddPipingComp(d2, u12, &r17, trap, 0.60, 0.20);
+    b.Route(d2, r17, {At(exN4, 1), At(st, 1)});
+    // The trap discharges into a line of another tag; that connection has no relationship row.
+    RunSpec condOutSpec = Line("004", "1\"", "SC");
+    condOutSpec.fluidSystem = "Steam";
+    const Run r17b = b.AddRun(d2, u12, condOutSpec);
     const Placed opcCond = b.AddOPC(d2, u12, b.NewId(), "SC-HDR", "", "Utility OPC", 0.80, 0.20);
-    b.RouteThrough(d2, r17, At(exN4, 1), {st}, At(opcCond));
+    b.Route(d2, r17b, {At(st, 2), At(opcCond)}, false, false);
+
+    // PSV-1201 on the rear head through a zero-length stub that carries two labels.
+    RunSpec stub2Spec = Line("007", "1\"", "MS");
+    stub2Spec.fluidSystem = "Steam";
+    stub2Spec.zeroLength = true;
+    const Run r23 = b.AddRun(d2, u12, stub2Spec);
+    InstrSpec psv2Spec = Instrument("P", "SV", "1201", "Relief Device", "Pressure Safety Valve");
+    psv2Spec.isInline = true;
+    psv2Spec.size = "1\"";
+    const Placed psv2 = b.AddInstrument(&d2, u12, psv2Spec, &r23, 0.53, 0.22);
+    const auto stub2 = b.Route(d2, r23, {At(exN5, 1), At(psv2, 1)}, true);
+    b.AddLabel(d2, r23.id, stub2[0], "Line Number", 0.54, 0.24);
+    b.AddLabel(d2, r23.id, stub2[0], "Size", 0.52, 0.24);
+    RunSpec ventOut = Line("008", "2\"", "MS");
+    ventOut.fluidSystem = "Steam";
+    const Run r24 = b.AddRun(d2, u12, ventOut);
+    b.Route(d2, r24, {At(psv2, 2), Open(0.53, 0.15)});
 
     // The feed drum drawn once more, with its manhole and a drain that carries the tag
     // 11002-P a third time, touching neither run of that tag on PID-11-01.
@@ -513,7 +552,25 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
     drainSpec.type = "Secondary Piping";
     const Run r20 = b.AddRun(d3, s12, drainSpec);
     const Placed gv10 = b.AddPipingComp(d3, s12, &r20, Valve("Gate Valve", "2\""), 0.55, 0.20);
-    b.RouteThrough(d3, r20, At(tankN2, 1), {gv10}, Open(0.55, 0.12));
+    EquipSpec filterSpec;
+    filterSpec.prefix = "F";
+    filterSpec.seq = "1202";
+    filterSpec.cls = "Filter";
+    filterSpec.subclass = "Cartridge Filter";
+    filterSpec.type = "Single Cartridge Filter";
+    filterSpec.description = "Drain Filter";
+    filterSpec.subtable = "T_EquipmentOther";
+    filterSpec.subText = {{"MeshSize", "25 micron"}};
+    filterSpec.symbol = "\\Equipment\\Filters\\Cartridge Filter.sym";
+    const Placed filter = b.AddEquipment(d3, s12, filterSpec, 0.55, 0.10);
+    const Placed filterN1 = b.AddNozzle(d3, s12, Nozzle(filter, "1", "2\""), 0.55, 0.13, 1);
+    const Placed filterN2 = b.AddNozzle(d3, s12, Nozzle(filter, "2", "2\""), 0.58, 0.10, 0);
+    b.RouteThrough(d3, r20, At(tankN2, 1), {gv10}, At(filterN1, 1));
+    RunSpec drain2Spec = Line("006", "2\"", "DR");
+    drain2Spec.fluidSystem = "Drains";
+    drain2Spec.type = "Secondary Piping";
+    const Run r20b = b.AddRun(d3, s12, drain2Spec);
+    b.Route(d3, r20b, {At(filterN2, 1), Open(0.65, 0.10)});
     b.AddNote(d3, "HOLD: TANK NOZZLE ORIENTATION TO BE CONFIRMED BY VENDOR.", "Hold", 0.70, 0.50);
     b.AddFrames(d3, 0);
     b.AddDrawingHistory(d3, 0);
