@@ -22,7 +22,8 @@ std::string SystemMessage(int err) { return std::strerror(err); }
 
 }  // namespace
 
-PageFile::PageFile(std::filesystem::path target) : target_(std::move(target)) {
+PageFile::PageFile(std::filesystem::path target, std::uint32_t maxPages)
+    : target_(std::move(target)), maxPages_(maxPages) {
     std::filesystem::path folder = target_.parent_path();
     if (folder.empty()) folder = ".";
     // open() with O_EXCL rather than mkstemp, so that the file gets the usual mode (0666 less
@@ -55,7 +56,7 @@ void PageFile::Close() noexcept {
 }
 
 std::uint32_t PageFile::Allocate() {
-    if (count_ >= jet::kMaxPages) {
+    if (count_ >= maxPages_) {
         std::string what = context_.empty() ? std::string() : " while writing " + context_;
         Raise("The database " + target_.string() + " would grow over 2 GB" + what +
               "; Access files cannot be larger.");

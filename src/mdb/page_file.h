@@ -12,7 +12,8 @@ namespace tb::mdb {
 
 class PageFile {
 public:
-    explicit PageFile(std::filesystem::path target);
+    // `maxPages` is the size limit (2 GB); tests pass a smaller one.
+    explicit PageFile(std::filesystem::path target, std::uint32_t maxPages = 0x80000000u / 4096);
     ~PageFile();  // removes the temporary file unless committed
     PageFile(const PageFile&) = delete;
     PageFile& operator=(const PageFile&) = delete;
@@ -40,6 +41,7 @@ private:
     std::filesystem::path temp_;
     int fd_ = -1;
     bool committed_ = false;
+    std::uint32_t maxPages_;
     std::uint32_t count_ = 0;    // pages allocated
     std::uint32_t flushed_ = 0;  // pages [0, flushed_) are on disk; the rest is in buffer_
     std::vector<std::uint8_t> buffer_;

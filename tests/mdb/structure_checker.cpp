@@ -37,6 +37,9 @@ private:
     CheckOptions options_;
     std::vector<std::string> owners_;
     std::vector<std::string> problems_;
+
+public:
+    std::size_t keysChecked_ = 0;
 };
 
 void Checker::Claim(std::uint32_t page, const std::string& owner) {
@@ -226,25 +229,29 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
         if (!hit.insert(pointer).second) Problem(what + ": two entries point to the same row");
         const Bytes8 key(e.begin(), e.end() - 4);
         keys.insert(key);
-        if (catalogue && options_.checkCatalogKeys) {
-            // Rebuild the key from the row's values.
+        if ((catalogue && options_.checkCatalogKeys) || options_.checkAllKeys) {
+            // Rebuild the key from the row's values where the encoding is known: ascending Long
+            // and Text (up to U+00FF) columns.
             jet::ByteVec expected;
+            bool known = true;
             for (const auto& [column, flags] : ix.columns) {
                 const ParsedColumn* c = tdef.Column(column);
-                if (!c || (flags & 0x01) == 0) return;  // only ascending Long and Text keys
-                if (row->second->null[column]) {
+                if (!c || (flags & 0x01) == 0) {
+                    known = false;
+                } else if (row->second->null[column]) {
                     jet::AppendNullKey(expected);
                 } else if (c->type == 0x04) {
                     jet::AppendLongKey(static_cast<std::int32_t>(Le32(row->second->raw[column].data())), expected);
                 } else if (c->type == 0x0A) {
                     std::u16string units;
                     jet::Utf8ToUnits(DecodeJetText(row->second->raw[column]), units);
-                    jet::AppendTextKeyPart(units, expected);
+                    known = known && jet::AppendTextKeyPart(units, expected);
                 } else {
-                    return;
+                    known = false;
                 }
             }
-            if (Bytes8(expected.begin(), expected.end()) != key) {
+            if (known) ++keysChecked_;
+            if (known && Bytes8(expected.begin(), expected.end()) != key) {
                 Problem(what + ": the entry for page " + std::to_string(page) + " row " +
                         std::to_string(e[e.size() - 1]) + " does not hold the row's key");
             }
@@ -408,9 +415,12 @@ std::vector<std::string> Checker::Run() {
 
 }  // namespace
 
-std::vector<std::string> CheckJetStructure(std::string fileBytes, const CheckOptions& options) {
+std::vector<std::string> CheckJetStructure(std::string fileBytes, const CheckOptions& options,
+                                           std::size_t* keysChecked) {
     Checker checker(std::move(fileBytes), options);
-    return checker.Run();
+    auto problems = checker.Run();
+    if (keysChecked) *keysChecked = checker.keysChecked_;
+    return problems;
 }
 
 }  // namespace tb::mdb::test

@@ -21,11 +21,15 @@ struct CheckOptions {
     bool rowsHaveAllColumns = true;
     // Re-encode the keys of the catalogue's indexes (Long and Text columns) from the rows.
     bool checkCatalogKeys = true;
+    // Re-encode the keys of every index where the encoding is known (ascending Long and Text).
+    bool checkAllKeys = false;
 
-    static CheckOptions ForAccessFiles() { return {false, false, false, true}; }
+    static CheckOptions ForAccessFiles() { return {false, false, false, true, true}; }
 };
 
-// The problems found, empty when the file is sound.
-std::vector<std::string> CheckJetStructure(std::string fileBytes, const CheckOptions& options = {});
+// The problems found, empty when the file is sound. `keysChecked` receives the number of index
+// entries whose key was rebuilt from the row and compared.
+std::vector<std::string> CheckJetStructure(std::string fileBytes, const CheckOptions& options = {},
+                                           std::size_t* keysChecked = nullptr);
 
 }  // namespace tb::mdb::test
