@@ -1,0 +1,42 @@
+#pragma once
+// The attribute keys of a run: every category section of the attribute configuration, read once
+// and held in file order. The builders take them from here instead of reading the file anew.
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tb::extraction {
+
+class AttributeKeys {
+public:
+    AttributeKeys() = default;
+    // The sections of every category name the configuration may hold; empty keys are skipped.
+    static AttributeKeys Load(const std::filesystem::path& attributeIni);
+
+    // Replaces the keys of a category (tests; a run that changes its configuration).
+    void Set(std::string_view category, std::vector<std::string> keys);
+
+    // The keys of a category in file order; none when it has no section or no keys.
+    const std::vector<std::string>& Keys(std::string_view category) const;
+    // Whether the category holds the key, ignoring case.
+    bool Has(std::string_view category, std::string_view key) const;
+    // Whether a key of the category, in lower case, is like the pattern (* ? # [..] as VB's Like).
+    bool AnyLike(std::string_view category, std::string_view lowerPattern) const;
+    // The same over every category.
+    bool AnyLike(std::string_view lowerPattern) const;
+    // The number of keys over all categories.
+    std::size_t Count() const;
+
+private:
+    std::vector<std::pair<std::string, std::vector<std::string>>> categories_;
+};
+
+// Whether `names` holds `name`, ignoring case (column lists of tables).
+bool HasName(const std::vector<std::string>& names, std::string_view name);
+// The spelling `names` holds for `name`, ignoring case; empty when absent.
+std::string FindName(const std::vector<std::string>& names, std::string_view name);
+
+}  // namespace tb::extraction

@@ -1,0 +1,340 @@
+#include "extraction/category_sql.h"
+
+#include <charconv>
+#include <optional>
+
+#include "attributes/categories.h"
+#include "common/text.h"
+
+namespace tb::extraction {
+namespace {
+
+std::string Bracket(std::string_view name) { return "[" + std::string(name) + "]"; }
+
+std::string Entry(std::string_view column, std::string_view alias) {
+    return Bracket(column) + " AS " + Bracket(alias);
+}
+
+// The owner suffixes a column of a plant table may carry in any category.
+const std::vector<std::string_view>& AllOwnerSuffixes() {
+    static const std::vector<std::string_view> list = {"_InlineComp", "_PipeRun",    "_Equipment",
+                                                       "_Nozzle",     "_Instrument", "_Instrloop",
+                                                       "_DuctRun"};
+    return list;
+}
+
+// The owner suffixes of one category's sides, as the group attributes carry them.
+std::vector<std::string_view> CategorySuffixes(std::string_view category) {
+    if (IEquals(category, "InlineComp_Prun")) return {"_InlineComp", "_PipeRun"};
+    if (IEquals(category, "Eqp_Nozzle")) return {"_Equipment", "_Nozzle"};
+    if (IEquals(category, "Instruments")) return {"_Instrument"};
+    return {};
+}
+
+// The one owner suffix at the end of a key taken off.
+std::string StripOneOwnerSuffix(std::string_view key) {
+    std::size_t n = 0;
+    const OwnerSuffix* owners = OwnerSuffixes(n);
+    for (std::size_t i = 0; i < n; ++i)
+        if (IEndsWith(key, owners[i].suffix)) return StripSuffix(key, owners[i].suffix);
+    return std::string(key);
+}
+
+// The working name of a group table: the name without "T_"; T_System is "TestSystem".
+std::string GroupName(std::string_view table) {
+    std::string name(IStartsWith(table, "T_") ? table.substr(2) : table);
+    if (IEquals(name, "System")) name = "TestSystem";
+    return name;
+}
+
+struct PointKey {
+    int index = 0;
+    std::string column;
+};
+
+// "_<n>_<column>" of a piping point key.
+std::optional<PointKey> ParsePointKey(std::string_view attr) {
+    if (attr.size() < 4 || attr[0] != '_') return std::nullopt;
+    const auto underscore = attr.find('_', 1);
+    if (underscore == std::string_view::npos || underscore == 1 || underscore + 1 >= attr.size())
+        return std::nullopt;
+    PointKey out;
+    const auto* first = attr.data() + 1;
+    const auto* last = attr.data() + underscore;
+    const auto r = std::from_chars(first, last, out.index);
+    if (r.ec != std::errc() || r.ptr != last) return std::nullopt;
+    out.column = std::string(attr.substr(underscore + 1));
+    return out;
+}
+
+std::string CaseQuery(std::string_view key, std::string_view owner, const std::vector<std::string>* caseColumns,
+                      bool withQuality) {
+    if (!owner.empty() && !IEndsWith(key, owner)) return {};
+    const auto ck = withQuality ? attributes::ParseCaseProcessKey(key) : attributes::ParseCaseKey(key);
+    if (!ck || ck->column.empty()) return {};
+    std::string column = ck->column;
+    if (caseColumns) {
+        column = FindName(*caseColumns, ck->column);
+        if (column.empty()) return {};
+    }
+    const std::string table = ck->caseType == 5 ? "T_CaseControl" : "T_CaseProcess";
+    std::string sql = withQuality ? "SELECT " : "SELECT DISTINCT ";
+    sql += Entry("SP_ID", table + "_SP_ID") + "," +
+           Entry(column, GetColumnAlias(table + "." + std::string(key))) + " FROM " + Bracket(table) +
+           " WHERE casetype=" + std::to_string(ck->caseType);
+    if (withQuality) sql += " AND quality=" + std::to_string(ck->quality);
+    return sql;
+}
+
+}  // namespace
+
+std::vector<std::string> GetAttrs4Table(const std::vector<std::string>& keys, std::string_view table,
+                                        std::string_view suffix, const std::vector<std::string>* columns) {
+    std::vector<std::string> out;
+    for (const std::string& key : keys) {
+        const auto dot = key.find('.');
+        if (dot == std::string::npos || !IEquals(std::string_view(key).substr(0, dot), table)) continue;
+        if (!suffix.empty()) {
+            const auto underscore = key.rfind('_');
+            const std::string_view tail =
+                underscore == std::string::npos ? std::string_view(key) : std::string_view(key).substr(underscore + 1);
+            if (IFind(suffix, tail) == std::string::npos) continue;
+        }
+        std::string column = key.substr(dot + 1);
+        if (columns && !HasName(*columns, StripOneOwnerSuffix(column))) continue;
+        out.push_back(std::move(column));
+    }
+    return out;
+}
+
+std::string StripOwnerSuffixes(std::string_view key, const std::vector<std::string_view>& suffixes) {
+    std::string out(key);
+    for (std::string_view s : suffixes) out = StripSuffix(out, s);
+    return out;
+}
+
+std::vector<std::string> GetAllDefCols4T_Table(const AttributeKeys& keys, std::string_view table,
+                                               const std::vector<std::string>& tableColumns) {
+    std::vector<std::string> out;
+    for (const std::string& category : attributes::GetCategoryList(true)) {
+        for (const std::string& attr : GetAttrs4Table(keys.Keys(category), table)) {
+            std::string column = StripOwnerSuffixes(attr, AllOwnerSuffixes());
+            if (HasName(tableColumns, column) && !HasName(out, column)) out.push_back(std::move(column));
+        }
+    }
+    return out;
+}
+
+std::string GetSQL4AddCols4DiffTypes(const AttributeKeys& keys, std::string_view table,
+                                     std::string_view category, std::string_view suffix,
+                                     const std::vector<std::string>& tableColumns) {
+    std::vector<std::string> attrs = GetAttrs4Table(keys.Keys(category), table, suffix);
+    if (attrs.empty()) {
+        if (!IEquals(category, "Plantitems")) return {};
+        attrs.emplace_back("SP_ID");
+    }
+    // The column the chain joins on; SP_INSTRUMENTID of t_instrfunction keeps its plain name.
+    std::string keyColumn = "SP_ID";
+    if (IEquals(table, "t_status")) keyColumn = "SP_MODELITEMID";
+    else if (IEquals(table, "t_symbol")) keyColumn = "SP_PLANTITEMID";
+    else if (IEquals(table, "t_instrfunction")) keyColumn = "SP_INSTRUMENTID";
+    const bool plainKey = IEquals(keyColumn, "SP_INSTRUMENTID");
+    const std::string keyAttr = plainKey ? keyColumn : keyColumn + std::string(suffix);
+    if (!HasName(attrs, keyAttr)) attrs.push_back(keyAttr);
+
+    const bool startOfChain = IEquals(category, "Plantitems") && IEquals(table, "t_plantitem");
+    // t_piperun was copied under its aliases: its columns are named by them.
+    const bool aliasedCopy = IEquals(table, "t_piperun");
+    std::vector<std::string> names, entries;
+    for (const std::string& attr : attrs) {
+        const bool isPlainKey = plainKey && IEquals(attr, keyColumn);
+        if (!suffix.empty() && !isPlainKey && !IEndsWith(attr, suffix)) continue;
+        const std::string column = StripSuffix(attr, suffix);
+        const std::string alias = GetColumnAlias(std::string(table) + "." + attr);
+        std::string name, entry;
+        if (isPlainKey || startOfChain) {
+            name = column;
+            entry = Bracket(column);
+        } else if (aliasedCopy && suffix.empty()) {
+            name = alias;
+            entry = Bracket(alias);
+        } else {
+            name = alias;
+            entry = Entry(column, alias);
+        }
+        const bool isKey = IEquals(attr, keyAttr);
+        const std::string_view stored = aliasedCopy && suffix.empty() ? std::string_view(alias) : column;
+        if (!isKey && !HasName(tableColumns, stored)) continue;
+        if (HasName(names, name)) continue;
+        names.push_back(name);
+        entries.push_back(std::move(entry));
+    }
+    return "SELECT " + Join(entries, ",") + " FROM " + Bracket(table);
+}
+
+std::string GetSQL4OthersCols(const AttributeKeys& keys, std::string_view category,
+                              const std::vector<std::string>& pidColumns) {
+    std::vector<std::string> columns = {"[SP_ID]"}, seen;
+    bool drawingColumns = false, drawingId = false;
+    for (const std::string& attr : GetAttrs4Table(keys.Keys(category), "Others")) {
+        const std::string column = FindName(pidColumns, ShortenAlias(GetColumnAlias("Others." + attr)));
+        if (column.empty() || IEquals(column, "SP_ID") || HasName(seen, column)) continue;
+        seen.push_back(column);
+        columns.push_back(Bracket(column));
+        if (IStartsWith(column, "Drawing_")) drawingColumns = true;
+        if (IEquals(column, "Drawing_SP_ID")) drawingId = true;
+    }
+    if (drawingColumns && !drawingId) {
+        const std::string column = FindName(pidColumns, "Drawing_SP_ID");
+        if (!column.empty()) columns.push_back(Bracket(column));
+    }
+    std::vector<std::string> select = columns;
+    select[0] = "[SP_ID] AS [Others_SP_ID]";
+    return "SELECT " + Join(select, ",") + " FROM [PID] GROUP BY " + Join(columns, ",");
+}
+
+DrawingColumns GetCols4Drawings(const AttributeKeys& keys, const std::vector<std::string>& drawingColumns) {
+    DrawingColumns out;
+    auto add = [&](const std::string& column) {
+        for (const AliasedColumn& c : out.columns)
+            if (IEquals(c.column, column)) return;
+        out.columns.push_back({column, ShortenAlias("Drawing_" + column)});
+    };
+    for (const std::string& key : keys.Keys("Drawings")) {
+        const auto dot = key.find('.');
+        if (dot == std::string::npos) continue;
+        const std::string_view table = std::string_view(key).substr(0, dot);
+        if (IEquals(table, "T_PlantGroup")) out.plantGroups = true;
+        if (!IEquals(table, "T_Drawing")) continue;
+        const std::string column = key.substr(dot + 1);
+        if (HasName(drawingColumns, column)) add(column);
+    }
+    add("SP_ID");
+    if (out.plantGroups) add("SP_PLANTGROUPID");
+    out.modifiedDate = keys.AnyLike("*drawing*lastmodifieddate*");
+    out.modifiedUser = keys.AnyLike("*drawing*lastmodifieduser*");
+    return out;
+}
+
+std::vector<std::string> GetDefCols4PackageOrSystem(const AttributeKeys& keys, std::string_view group,
+                                                    const std::vector<std::string>& columns) {
+    const std::vector<std::string> categories =
+        IEquals(group, "instrloop") ? std::vector<std::string>{"Instruments"}
+                                    : std::vector<std::string>{"InlineComp_Prun", "Eqp_Nozzle", "Instruments"};
+    const std::string prefix = std::string(group) + "_";
+    std::vector<std::string> out;
+    for (const std::string& category : categories) {
+        for (const std::string& attr : GetAttrs4Table(keys.Keys(category), "T_Plantitem")) {
+            if (!IStartsWith(attr, prefix)) continue;
+            std::string column = StripOwnerSuffixes(attr.substr(prefix.size()), CategorySuffixes(category));
+            if (HasName(columns, column) && !HasName(out, column)) out.push_back(std::move(column));
+        }
+    }
+    if (!out.empty() && !HasName(out, "SP_ID")) out.emplace_back("SP_ID");
+    return out;
+}
+
+std::string GetColsOfGroupTable(const AttributeKeys& keys, std::string_view category, std::string_view table,
+                                std::string_view suffix, const std::vector<std::string>& groupColumns) {
+    const std::string group = GroupName(table);
+    const std::string prefix = group + "_";
+    std::vector<std::string> aliases, entries;
+    auto add = [&](const std::string& column, const std::string& alias) {
+        if (HasName(aliases, alias)) return;
+        aliases.push_back(alias);
+        entries.push_back(Entry(column, alias));
+    };
+    bool idTaken = false;
+    for (const std::string& attr : GetAttrs4Table(keys.Keys(category), "T_PlantItem", suffix)) {
+        if (!IStartsWith(attr, prefix) || !IEndsWith(attr, suffix)) continue;
+        const std::string column = FindName(groupColumns, StripSuffix(attr.substr(prefix.size()), suffix));
+        if (column.empty()) continue;
+        if (IEquals(column, "SP_ID")) idTaken = true;
+        add(column, GetColumnAlias("T_PlantItem." + attr));
+    }
+    if (!entries.empty() && !idTaken) {
+        const std::string id = FindName(groupColumns, "SP_ID");
+        if (!id.empty()) add(id, GetColumnAlias("T_PlantItem." + prefix + "SP_ID" + std::string(suffix)));
+    }
+    return Join(entries, ",");
+}
+
+std::vector<std::string> GetInstrumentAttrs(const std::vector<std::string>& keys) {
+    std::vector<std::string> out;
+    for (const std::string& key : keys) {
+        std::string k = StripOwnerSuffixes(key, {"_Instrument", "_Instrloop"});
+        if (!HasName(out, k)) out.push_back(std::move(k));
+    }
+    return out;
+}
+
+std::string GetSQL4CaseProcess(std::string_view key, std::string_view owner,
+                               const std::vector<std::string>* caseColumns) {
+    return CaseQuery(key, owner, caseColumns, true);
+}
+
+std::string GetSQL4TCase(std::string_view key, std::string_view owner, const std::vector<std::string>* caseColumns) {
+    return CaseQuery(key, owner, caseColumns, false);
+}
+
+std::string CaseTableOfKey(std::string_view key, bool withQuality) {
+    const auto ck = withQuality ? attributes::ParseCaseProcessKey(key) : attributes::ParseCaseKey(key);
+    if (!ck) return {};
+    return ck->caseType == 5 ? "T_CaseControl" : "T_CaseProcess";
+}
+
+HistoryFlags GetHistoryFlags(const AttributeKeys& keys) {
+    HistoryFlags f;
+    f.createdDate = keys.AnyLike("t_plantitem.createddate*");
+    f.createdUser = keys.AnyLike("t_plantitem.createduser*");
+    f.modifiedDate = keys.AnyLike("t_plantitem.lastmodifieddate*");
+    f.modifiedUser = keys.AnyLike("t_plantitem.lastmodifieduser*");
+    return f;
+}
+
+DrawingCountFlags GetDrawingCountFlags(const AttributeKeys& keys) {
+    return {keys.Has("Drawings", "t_drawing.noofversions"), keys.Has("Drawings", "t_drawing.noofauxgraphic")};
+}
+
+PointColumns GetPointColumns(const AttributeKeys& keys, const std::vector<std::string>& pointColumns) {
+    PointColumns out;
+    std::vector<std::string> wanted;
+    bool any = false;
+    for (const char* category : {"InlineComp_Prun", "Instruments"}) {
+        for (const std::string& attr : GetAttrs4Table(keys.Keys(category), "T_PipingPoint")) {
+            const auto pk = ParsePointKey(attr);
+            if (!pk) continue;
+            any = true;
+            if (IEquals(pk->column, "Description")) {
+                (IEquals(category, "Instruments") ? out.descriptionInstr : out.descriptionInline) = true;
+            } else if (IEquals(pk->column, "ConnectedPiperunID")) {
+                out.connectedPiperunID = true;
+            } else if (HasName(pointColumns, pk->column) && !HasName(wanted, pk->column)) {
+                wanted.push_back(pk->column);
+            }
+        }
+    }
+    if (!any) return out;
+    for (const char* base : {"SP_ID", "SP_PLANTITEMID", "POINTINDEX"})
+        if (!HasName(wanted, base)) out.columns.emplace_back(base);
+    for (std::string& c : wanted) out.columns.push_back(std::move(c));
+    return out;
+}
+
+std::vector<AliasedColumn> GetPointColumns4Category(const AttributeKeys& keys, std::string_view category,
+                                                    int pointIndex, const std::vector<std::string>& pointColumns) {
+    std::vector<AliasedColumn> out;
+    for (const std::string& attr : GetAttrs4Table(keys.Keys(category), "T_PipingPoint")) {
+        const auto pk = ParsePointKey(attr);
+        if (!pk || pk->index != pointIndex) continue;
+        const std::string column = FindName(pointColumns, pk->column);
+        if (column.empty()) continue;
+        AliasedColumn c{column, GetColumnAlias("T_PipingPoint." + attr)};
+        bool seen = false;
+        for (const AliasedColumn& o : out) seen = seen || IEquals(o.alias, c.alias);
+        if (!seen) out.push_back(std::move(c));
+    }
+    return out;
+}
+
+}  // namespace tb::extraction

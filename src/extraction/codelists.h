@@ -1,0 +1,43 @@
+#pragma once
+// Code lists and the glossary: the plant's code lists, attribute names and display names in the
+// extract, the "no value" row of every list, and _Glossary, the name SmartPlant P&ID shows for
+// each output column.
+
+#include <string>
+#include <string_view>
+
+#include "store/store.h"
+
+namespace tb::extraction {
+
+// The "FailureActionLow" rows: the rows of the list "FailureAction" once more under that name, so
+// the low failure action decodes with the texts of the high one.
+void AddFailureActionLowRows(store::Store& store);
+
+// Gives every code list of Codelist_cp a "no value" row (index -1, text Null) unless it has an
+// entry with an empty text already. Names compare ignoring case, as far as 255 characters.
+void AddNullToCodelist(store::Store& store);
+
+// A column split into its owner and its attribute.
+struct GlossaryOwner {
+    std::string owner;
+    std::string attribute;
+    bool operator==(const GlossaryOwner&) const = default;
+};
+// "drawing*" columns belong to the representation ("Drawing_Name" -> Representation,
+// "Drawing.Name"); a column with a "_" that is not that of a leading "sp_" splits at it
+// ("PipeRun_ItemTag" -> PipeRun, ItemTag); any other column is an attribute of the plant item in
+// Plantitems and of the category's own object in a category table of one object (Instruments,
+// ItemNotes, OPCs, InlineComp_Prun's pipe run, Eqp_Nozzle's equipment); elsewhere it has no owner.
+GlossaryOwner GetGlossaryOwner(std::string_view column, std::string_view table);
+// The word shown for an owner: "Inline Component", "Piping Component", "Pipe Run", "Instrument
+// Loop", "Plant Item", "Model Item"; any other owner as written with a capital first letter.
+std::string GetGlossaryOwnerName(std::string_view owner);
+
+// Fills _Glossary (made when missing, key Table and Column) for every column of the tables named
+// in Task and of PID, from the display names of itemattributions_cp (looked up ignoring case: the
+// owner's form "<owner>.<attribute>" first, then the attribute alone). Columns already there and
+// columns without a display name get no row.
+void FillGlossary(store::Store& store);
+
+}  // namespace tb::extraction

@@ -1,0 +1,170 @@
+#include "extraction/revisions.h"
+
+#include "common/error.h"
+#include "common/text.h"
+#include "extraction/category_sql.h"
+#include "extraction/output_model.h"
+
+namespace tb::extraction {
+namespace {
+
+using store::ColumnType;
+
+// The revision text of the first row of each drawing of t_lastrevision (the last row for the
+// first revision) into Drawings.<column>, through t_lastrevision2.
+void FillRevisionColumn(store::Store& store, const std::string& column, bool lastRow) {
+    const std::string filter = lastRow ? store::LastRowsFilter("t_lastrevision", "[sp_drawingid]")
+                                       : store::FirstRowsFilter("t_lastrevision", "[sp_drawingid]");
+    if (store.TableExists("t_lastrevision2")) store.DropTable("t_lastrevision2");
+    store.SelectInto("SELECT [sp_drawingid] AS [sp_id], jcat([SP_MAJORREVISIONNUMBER], [SP_MINORREVISIONNUMBER]) AS [" +
+                         column + "] FROM [t_lastrevision] WHERE " + filter + " ORDER BY _rowid_",
+                     "t_lastrevision2");
+    store.AddColumn("Drawings", {column, ColumnType::Text(255)});
+    store::JoinUpdate u;
+    u.target = "Drawings";
+    u.targetAlias = "t1";
+    u.source = "[t_lastrevision2] t2";
+    u.on = "t1.[DRAWING_SP_ID]=t2.[sp_id]";
+    u.set = {{column, "t2.[" + column + "]"}};
+    store.UpdateFromJoin(u);
+    store.DropTable("t_lastrevision2");
+}
+
+// Takes the newest remaining revision of each drawing off the list.
+void RemoveNewestRevisions(store::Store& store) {
+    store.Execute("DELETE FROM [t_lastrevision] WHERE [sp_id] IN (SELECT [sp_id] FROM [t_lastrevision] WHERE " +
+                  store::FirstRowsFilter("t_lastrevision", "[sp_drawingid]") + ")");
+}
+
+}  // namespace
+
+std::vector<std::string> GetCols4Revision(const AttributeKeys& keys, const std::vector<std::string>& revisionColumns) {
+    std::vector<std::string> out;
+    bool versionAssociated = false;
+    for (const std::string& column : GetAttrs4Table(keys.Keys("Drawings"), "T_Revision")) {
+        if (IEquals(column, "VersionAssociated")) versionAssociated = true;
+        else if (HasName(revisionColumns, column) && !HasName(out, column)) out.push_back(column);
+    }
+    if (out.empty() && !versionAssociated) return out;
+    for (const char* id : {"SP_ID", "SP_DRAWINGID"})
+        if (!HasName(out, id)) out.emplace_back(id);
+    return out;
+}
+
+RevisionColumnFlags GetRevisionColumnFlags(const AttributeKeys& keys) {
+    RevisionColumnFlags f;
+    f.first = keys.Has("Drawings", "Others.FirstRevision");
+    f.last2 = keys.Has("Drawings", "Others.Last-2Revision");
+    f.last1 = keys.Has("Drawings", "Others.Last-1Revision");
+    f.last = keys.Has("Drawings", "Others.LastRevision");
+    return f;
+}
+
+void AddVersionAssociated(store::Store& store) {
+    Trap("AddVersionAssociated", [&] {
+        store.AddColumn("T_Revision", {"VersionAssociated", ColumnType::Text(10)});
+        store::JoinUpdate u;
+        u.target = "T_Revision";
+        u.source = "[t_drawingversion]";
+        u.on = "[T_Revision].[Revision_SP_ID]=[t_drawingversion].[sp_revisionid]";
+        u.set = {{"VersionAssociated", "'True'"}};
+        store.UpdateFromJoin(u);
+        store.Execute("UPDATE [T_Revision] SET [VersionAssociated]='False' WHERE [VersionAssociated] IS NULL");
+        store.DropTable("t_drawingversion");
+    });
+}
+
+void AddRevision2Drawings(store::Store& store, const AttributeKeys& keys) {
+    Trap("AddRevision2Drawings", [&] {
+        if (store.TableExists("T_Revision") && store.TableExists("Drawings")) {
+            if (store.TableExists("tempDrawings")) store.DropTable("tempDrawings");
+            JoinTable(store, "LEFT", {}, "Drawings", "DRAWING_SP_ID", "T_Revision", "Revision_SP_DRAWINGID",
+                      "tempDrawings");
+            store.DropTable("Drawings");
+            store.RenameTable("tempDrawings", "Drawings");
+            if (store.ColumnExists("Drawings", "Revision_SP_DRAWINGID")) store.DropColumn("Drawings", "Revision_SP_DRAWINGID");
+        }
+        const RevisionColumnFlags f = GetRevisionColumnFlags(keys);
+        if (!store.TableExists("t_lastrevision")) return;
+        if (f.any() && store.TableExists("Drawings")) {
+            if (f.last) FillRevisionColumn(store, "LastRevision", false);
+            if (f.last1) {
+                RemoveNewestRevisions(store);
+                FillRevisionColumn(store, "Last-1Revision", false);
+            }
+            if (f.last2) {
+                RemoveNewestRevisions(store);
+                if (!f.last1) RemoveNewestRevisions(store);
+                FillRevisionColumn(store, "Last-2Revision", false);
+            }
+            if (f.first) FillRevisionColumn(store, "FirstRevision", true);
+        }
+        if (store.TableExists("t_lastrevision2")) store.DropTable("t_lastrevision2");
+        store.DropTable("t_lastrevision");
+    });
+}
+
+void AddDrawingLastModified(store::Store& store, const AttributeKeys& keys, bool date, bool user) {
+    Trap("AddDrawingLastModified", [&] {
+        const auto history = store.FindTable("t_history");
+        if (!history) throw Error(store::kErrTableMissing, "The table 't_history' does not exist.");
+        date = date && store.ColumnExists(*history, "timestamp");
+        user = user && store.ColumnExists(*history, "actor");
+
+        // Adds what the flags ask for and fills it from the last history row of the drawing.
+        auto fill = [&](const std::string& table, bool withDate, bool withUser) {
+            if (!withDate && !withUser) return;
+            store::JoinUpdate u;
+            u.target = table;
+            u.source = "[t_history]";
+            u.on = "[" + table + "].[drawing_sp_id]=[t_history].[sp_drawingid]";
+            if (withDate) {
+                store.AddColumn(table, {"Drawing_LastModifiedDate", ColumnType::DateTime()});
+                u.set.push_back({"Drawing_LastModifiedDate", "[t_history].[timestamp]"});
+            }
+            if (withUser) {
+                store.AddColumn(table, {"Drawing_LastModifiedUser", ColumnType::Text(40)});
+                u.set.push_back({"Drawing_LastModifiedUser", "[t_history].[actor]"});
+            }
+            store.UpdateFromJoin(u);
+        };
+        if (const auto pid = store.FindTable("PID")) fill(*pid, date, user);
+        if (const auto drawings = store.FindTable("Drawings")) {
+            const bool withDate = date && keys.Has("Drawings", "T_Drawing.LastModifiedDate");
+            fill(*drawings, withDate, user && keys.Has("Drawings", "T_Drawing.LastModifiedUser"));
+            if (withDate) ConvertDate2Text(store, *drawings, "Drawing_LastModifiedDate");
+        }
+        store.DropTable(*history);
+    });
+}
+
+void AddDrawingLastModified2(store::Store& store) {
+    Trap("AddDrawingLastModified2", [&] {
+        store.AddColumn("t_drawing", {"LastModifiedDate", ColumnType::DateTime()});
+        store::JoinUpdate u;
+        u.target = "t_drawing";
+        u.source = "[t_history2]";
+        u.on = "[t_drawing].[sp_id]=[t_history2].[sp_drawingid]";
+        u.set = {{"LastModifiedDate", "[t_history2].[timestamp]"}};
+        store.UpdateFromJoin(u);
+        store.DropTable("t_history2");
+    });
+}
+
+void AddTaskToVmp(store::Store& store) {
+    Trap("AddTaskToVmp", [&] {
+        struct Entry {
+            const char* table;
+            const char* word;
+        };
+        for (const Entry& e : {Entry{"InlineComp_Prun", "Piping"}, Entry{"Eqp_Nozzle", "Equipment"},
+                               Entry{"Instruments", "Instrument"}}) {
+            const auto t = store.FindTable(e.table);
+            if (!t) continue;
+            store.AddColumn(*t, {"Task", ColumnType::Text(20)});
+            store.Execute("UPDATE [" + *t + "] SET [Task]='" + e.word + "'");
+        }
+    });
+}
+
+}  // namespace tb::extraction

@@ -1,0 +1,49 @@
+#pragma once
+// Revisions and drawing dates: the revision rows of each drawing in Drawings, its last, last but
+// one, last but two and first revision numbers, and the time and user of its last change.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "extraction/attribute_keys.h"
+#include "store/store.h"
+
+namespace tb::extraction {
+
+// The revision columns of the Drawings category: its "T_Revision." keys that the plant's
+// t_revision has (`revisionColumns`), each once, then SP_ID and SP_DRAWINGID. The computed
+// "T_Revision.VersionAssociated" counts as a key that stands, so that its table is made.
+std::vector<std::string> GetCols4Revision(const AttributeKeys& keys, const std::vector<std::string>& revisionColumns);
+
+// The four computed revision numbers of the Drawings category.
+struct RevisionColumnFlags {
+    bool first = false;  // "Others.FirstRevision"
+    bool last2 = false;  // "Others.Last-2Revision"
+    bool last1 = false;  // "Others.Last-1Revision"
+    bool last = false;   // "Others.LastRevision"
+    bool any() const { return first || last2 || last1 || last; }
+};
+RevisionColumnFlags GetRevisionColumnFlags(const AttributeKeys& keys);
+
+// The column VersionAssociated of T_Revision: 'True' for a revision that a drawing version names
+// (rows of the working table t_drawingversion), else 'False'. Drops t_drawingversion.
+void AddVersionAssociated(store::Store& store);
+
+// After the category chains: the revision rows joined to Drawings (one row per revision), then
+// the computed revision numbers from t_lastrevision, whose rows stand newest first within a
+// drawing. Drops the working tables.
+void AddRevision2Drawings(store::Store& store, const AttributeKeys& keys);
+
+// The time and user of each drawing's last change, from the working table t_history
+// (sp_drawingid, and timestamp and actor as flagged), into PID and, as far as its category asks,
+// into Drawings (whose date then becomes text). Where a drawing has several history rows, the
+// last one in stored order wins. Drops t_history.
+void AddDrawingLastModified(store::Store& store, const AttributeKeys& keys, bool date, bool user);
+// The viewer form: t_drawing.LastModifiedDate from t_history2. Drops t_history2.
+void AddDrawingLastModified2(store::Store& store);
+
+// The column Task of the package's category tables: "Piping", "Equipment", "Instrument".
+void AddTaskToVmp(store::Store& store);
+
+}  // namespace tb::extraction
