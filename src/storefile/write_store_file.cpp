@@ -1,0 +1,186 @@
+// WriteStoreFile: the store's tables into an .mdb through our Jet writer, or into a plain SQLite
+// file. Both forms read the rows through StoreTableSource, so they refuse the same values with the
+// same messages.
+
+#include <string>
+
+#include "common/error.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "storefile/store_file.h"
+#include "storefile/store_rows.h"
+#include "storefile/temp_target.h"
+
+namespace tb::storefile {
+
+namespace {
+
+// Tables in the order written: the store's user tables, never its own bookkeeping.
+std::vector<std::string> TablesToWrite(const store::Store& store) {
+    std::vector<std::string> out;
+    for (std::string& t : store.TableNames())
+        if (!IStartsWith(t, store::kInternalPrefix)) out.push_back(std::move(t));
+    return out;
+}
+
+void LogSkippedLinks(const store::Store& store) {
+    // The password of a link is never logged.
+    for (const store::LinkDef& link : store.Links())
+        LogLine("Link " + link.name + " (table " + link.remoteTable + " of " + link.remotePath +
+                ") is not written: the extract writer has no linked tables yet.");
+}
+
+// --- .mdb ---
+
+WriteSummary WriteMdb(const store::Store& store, const fs::path& target,
+                      const WriteOptions& options) {
+    WriteSummary summary;
+    mdb::JetWriter writer(target, options.jet);  // removes its temporary file unless committed
+    for (const std::string& table : TablesToWrite(store)) {
+        ShowProgress("Writing " + table + "...");
+        StoreTableSource rows(store, table);
+        writer.AddTable(rows.def(), rows);
+        summary.tables.push_back(table);
+        summary.rows += rows.rowsRead();
+    }
+    writer.Commit();
+    return summary;
+}
+
+// --- .sqlite ---
+
+// Declarations every SQLite reader understands; text compares ignore (ASCII) case with the
+// built-in NOCASE, so the file needs no collation of ours.
+std::string SqliteDeclaration(const store::ColumnType& type) {
+    switch (type.jet) {
+        case mdb::JetType::Text:
+        case mdb::JetType::Memo:
+            return "TEXT COLLATE NOCASE";
+        case mdb::JetType::DateTime:
+        case mdb::JetType::GUID:
+            return "TEXT";
+        case mdb::JetType::Boolean:
+        case mdb::JetType::Byte:
+        case mdb::JetType::Integer:
+        case mdb::JetType::Long:
+            return "INTEGER";
+        case mdb::JetType::Single:
+        case mdb::JetType::Double:
+        case mdb::JetType::Currency:
+        case mdb::JetType::Numeric:
+            return "REAL";
+        case mdb::JetType::OLE:
+        case mdb::JetType::Binary:
+            return "BLOB";
+    }
+    return "BLOB";
+}
+
+// Binds a checked value as the SQLite file keeps it: Booleans 1/0, Currency as REAL, dates as
+// ISO text, GUIDs as their "{...}" text. `scratch` holds converted text until the step.
+void BindValue(store::Statement& insert, int index, const mdb::Value& value, std::string& scratch) {
+    std::visit(
+        [&](const auto& v) {
+            using T = std::decay_t<decltype(v)>;
+            if constexpr (std::is_same_v<T, mdb::Null>) {
+                insert.BindNull(index);
+            } else if constexpr (std::is_same_v<T, bool>) {
+                insert.BindInt(index, v ? 1 : 0);
+            } else if constexpr (std::is_same_v<T, std::int64_t>) {
+                insert.BindInt(index, v);
+            } else if constexpr (std::is_same_v<T, double>) {
+                insert.BindDouble(index, v);
+            } else if constexpr (std::is_same_v<T, mdb::Currency>) {
+                insert.BindDouble(index, static_cast<double>(v.scaled) / 10000.0);
+            } else if constexpr (std::is_same_v<T, mdb::DateTime>) {
+                insert.BindText(index, mdb::DateTimeToText(v));
+            } else if constexpr (std::is_same_v<T, std::string>) {
+                insert.BindTextNoCopy(index, v);
+            } else if constexpr (std::is_same_v<T, mdb::Bytes>) {
+                insert.BindBlob(index, v.data(), v.size());
+            } else {
+                scratch = GuidToText(v);
+                insert.BindText(index, scratch);
+            }
+        },
+        value);
+}
+
+void WriteSqliteTable(sqlite3* out, const store::Store& store, const std::string& table,
+                      store::Statement& recordType, WriteSummary& summary) {
+    StoreTableSource rows(store, table);
+    store::Transaction tx(out);
+    std::string create = "CREATE TABLE " + store::QuoteName(table) + " (";
+    std::string insertSql = "INSERT INTO " + store::QuoteName(table) + " VALUES (";
+    for (std::size_t i = 0; i < rows.columns().size(); ++i) {
+        const store::ColumnDef& c = rows.columns()[i];
+        create += (i ? ", " : "") + store::QuoteName(c.name) + " " + SqliteDeclaration(c.type);
+        insertSql += i ? ", ?" : "?";
+        recordType.BindText(1, table).BindText(2, c.name).BindInt(3,
+                                                                  static_cast<std::int64_t>(i + 1));
+        recordType.BindText(4, c.type.Name()).Run();
+    }
+    store::Execute(out, create + ")");
+    store::Statement insert(out, insertSql + ")");
+
+    ProgressMeter meter("Writing table " + table, static_cast<std::uint64_t>(rows.RowCountHint()));
+    mdb::Row row;
+    std::string scratch;
+    while (rows.Next(row)) {
+        for (std::size_t i = 0; i < row.size(); ++i)
+            BindValue(insert, static_cast<int>(i + 1), row[i], scratch);
+        insert.Run();
+        meter.Advance();
+    }
+    tx.Commit();
+    summary.tables.push_back(table);
+    summary.rows += rows.rowsRead();
+}
+
+WriteSummary WriteSqlite(const store::Store& store, const fs::path& target) {
+    const std::vector<std::string> tables = TablesToWrite(store);
+    for (const std::string& t : tables)
+        if (IEquals(t, kJetTypesTable))
+            Raise("The table '" + t +
+                  "' cannot be written to a SQLite extract: the file keeps its column "
+                  "types under that name.");
+
+    TempTarget file(target);  // removed unless committed
+    WriteSummary summary;
+    {
+        store::Connection out(file.path().string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
+        // The file is discarded on any failure: no journal on disk, no syncs until it is complete.
+        store::Execute(
+            out.get(),
+            "PRAGMA journal_mode=MEMORY; PRAGMA synchronous=OFF; PRAGMA page_size=4096;");
+        store::Execute(out.get(), "CREATE TABLE " + store::QuoteName(kJetTypesTable) +
+                                      " (table_name TEXT NOT NULL, column_name TEXT NOT NULL, "
+                                      "position INTEGER NOT NULL, jet_type TEXT NOT NULL, "
+                                      "PRIMARY KEY (table_name, column_name))");
+        store::Statement recordType(
+            out.get(), "INSERT INTO " + store::QuoteName(kJetTypesTable) + " VALUES (?, ?, ?, ?)");
+        for (const std::string& table : tables) {
+            ShowProgress("Writing " + table + "...");
+            WriteSqliteTable(out.get(), store, table, recordType, summary);
+        }
+    }  // closed before the rename
+    file.Commit();
+    return summary;
+}
+
+}  // namespace
+
+bool IsSqliteTarget(const fs::path& target) {
+    return IEquals(target.extension().string(), ".sqlite");
+}
+
+WriteSummary WriteStoreFile(const store::Store& store, const fs::path& target,
+                            const WriteOptions& options) {
+    return Trap("WriteStoreFile", [&] {
+        LogSkippedLinks(store);
+        return IsSqliteTarget(target) ? WriteSqlite(store, target)
+                                      : WriteMdb(store, target, options);
+    });
+}
+
+}  // namespace tb::storefile
