@@ -168,6 +168,16 @@ TEST_F(LogTest, ReportErrorLogsSourceAndText) {
     CurrentRun().batchMode = false;
 }
 
+TEST_F(LogTest, FileContentBetweenStarLines) {
+    test::WriteFile(dir / "plant.ini", "[General]\nAllLoops=0\r\n");
+    LogFileContent(dir / "plant.ini");
+    const std::string name = (dir / "plant.ini").string();
+    EXPECT_EQ(ReadFile(dir / "run.log"), CentredStarLine("Begin of '" + name + "' file") +
+                                             "\r\n[General]\r\nAllLoops=0\r\n" +
+                                             CentredStarLine("End of '" + name + "' file") +
+                                             "\r\n\r\n");
+}
+
 TEST_F(LogTest, StatusLinesAndTheCommonSink) {
     InstallLogSink();
     std::string shown;
