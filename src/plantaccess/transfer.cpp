@@ -75,11 +75,14 @@ ColumnType FromSeen(const Seen& s) {
 
 // --- the row loop ---
 
-void BindCell(store::BulkInsert& bulk, int i, Target target, const Cell& cell, std::string& scratch,
-              std::string_view table, std::string_view column) {
+// Binds one value. `guessed`: the column's type came from its first value, so values that do not
+// fit it are kept as they come and the type is put right afterwards (as the SQLite path does).
+void BindCell(store::BulkInsert& bulk, int i, Target target, bool guessed, const Cell& cell,
+              std::string& scratch, Seen& seen, std::string_view table, std::string_view column) {
     switch (cell.kind) {
         case CellKind::Null: bulk.SetNull(i); return;
         case CellKind::Text:
+            seen.text = true;
             if (!NeedsCleaning(cell.bytes)) {
                 bulk.SetTextNoCopy(i, cell.bytes);
             } else if (auto cleaned = CleanCopiedText(cell.bytes)) {
@@ -90,13 +93,16 @@ void BindCell(store::BulkInsert& bulk, int i, Target target, const Cell& cell, s
             }
             return;
         case CellKind::Integer:
+            seen.integer = true;
+            if (!Fits32(cell.integer)) seen.wide = true;
             switch (target) {
                 case Target::Text:
                     scratch = std::to_string(cell.integer);
                     bulk.SetTextNoCopy(i, scratch);
                     return;
                 case Target::Long:
-                    if (!Fits32(cell.integer)) throw Error(kErrOverflow, OverflowText(table, column, std::to_string(cell.integer)));
+                    if (!Fits32(cell.integer) && !guessed)
+                        throw Error(kErrOverflow, OverflowText(table, column, std::to_string(cell.integer)));
                     bulk.SetInt(i, cell.integer);
                     return;
                 case Target::Boolean: bulk.SetInt(i, cell.integer ? -1 : 0); return;
@@ -104,6 +110,7 @@ void BindCell(store::BulkInsert& bulk, int i, Target target, const Cell& cell, s
                 default: bulk.SetInt(i, cell.integer); return;
             }
         case CellKind::Real:
+            seen.real = true;
             switch (target) {
                 case Target::Text:
                     scratch = store::FormatAccessNumber(cell.real);
@@ -111,6 +118,10 @@ void BindCell(store::BulkInsert& bulk, int i, Target target, const Cell& cell, s
                     return;
                 case Target::Long: {
                     const double r = cell.real;
+                    if (guessed) {
+                        bulk.SetDouble(i, r);
+                        return;
+                    }
                     if (std::trunc(r) != r || r < std::numeric_limits<std::int32_t>::min() ||
                         r > std::numeric_limits<std::int32_t>::max())
                         throw Error(kErrOverflow, OverflowText(table, column, store::FormatAccessNumber(r)));
@@ -121,8 +132,23 @@ void BindCell(store::BulkInsert& bulk, int i, Target target, const Cell& cell, s
                 default: bulk.SetDouble(i, cell.real); return;
             }
         case CellKind::Blob:
+            seen.blob = true;
             bulk.SetValue(i, store::Value(store::Blob(cell.bytes.begin(), cell.bytes.end())));
             return;
+    }
+}
+
+// Puts right the columns typed by their first value (or by none) that the values contradict.
+void FixGuessedTypes(store::Store& st, const std::string& table, const std::vector<ColumnDef>& made,
+                     const std::vector<Target>& targets, const std::vector<bool>& guessed,
+                     const std::vector<Seen>& seen) {
+    for (std::size_t i = 0; i < made.size(); ++i) {
+        if (!guessed[i]) continue;
+        const ColumnType now = made[i].type;
+        ColumnType wanted = now;
+        if (targets[i] == Target::Any) wanted = FromSeen(seen[i]);
+        else if (now.jet == JetType::Long && (seen[i].real || seen[i].wide)) wanted = ColumnType::Double();
+        if (!(wanted == now)) st.AlterColumnType(table, made[i].name, wanted);
     }
 }
 
@@ -269,7 +295,9 @@ TransferResult CopyFromSqlitePlant(const SqlitePlantConnection& plant, std::stri
                 target = TargetOf(*type);
             } else if (hasRow && sqlite3_column_type(probe.get(), i) != SQLITE_NULL) {
                 switch (sqlite3_column_type(probe.get(), i)) {
-                    case SQLITE_INTEGER: type = GuessFromCell({CellKind::Integer, sqlite3_column_int64(probe.get(), i), 0, {}}); break;
+                    case SQLITE_INTEGER:
+                        type = GuessFromCell({CellKind::Integer, sqlite3_column_int64(probe.get(), i), 0, {}});
+                        break;
                     case SQLITE_FLOAT: type = ColumnType::Double(); break;
                     case SQLITE_BLOB: type = ColumnType::OLE(); break;
                     default: type = ColumnType::Text(255); break;
@@ -292,6 +320,7 @@ TransferResult CopyFromSqlitePlant(const SqlitePlantConnection& plant, std::stri
     for (const ColumnDef& d : made) names.push_back(d.name);
     ctx.names = &names;
     ctx.table = *st.FindTable(table);
+    std::int64_t rows = 0;
     try {
         const std::string schema = IEquals(plant.schemaUser(), "store") ? "tb_store" : "store";
         store::StoreAttachment attached(db, st, schema);
@@ -313,6 +342,7 @@ TransferResult CopyFromSqlitePlant(const SqlitePlantConnection& plant, std::stri
         try {
             store::Transaction tx(db);
             store::Execute(db, insert);
+            rows = sqlite3_changes64(db);
             tx.Commit();
         } catch (...) {
             sqlite3_progress_handler(db, 0, nullptr, nullptr);
@@ -324,16 +354,7 @@ TransferResult CopyFromSqlitePlant(const SqlitePlantConnection& plant, std::stri
         st.DropTable(ctx.table);
         throw;
     }
-    const std::int64_t rows = st.QueryValue("SELECT count(*) FROM " + store::QuoteName(ctx.table)).integer();
-    // Columns typed by their first value, or by none, that the values contradict.
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (!ctx.guessed[i]) continue;
-        const ColumnType now = made[i].type;
-        ColumnType wanted = now;
-        if (ctx.targets[i] == Target::Any) wanted = FromSeen(ctx.seen[i]);
-        else if (now.jet == JetType::Long && (ctx.seen[i].real || ctx.seen[i].wide)) wanted = ColumnType::Double();
-        if (!(wanted == now)) st.AlterColumnType(ctx.table, names[i], wanted);
-    }
+    FixGuessedTypes(st, ctx.table, made, ctx.targets, ctx.guessed, ctx.seen);
     st.FitTypesToData(ctx.table);
     return Finish(st, ctx.table, rows);
 }
@@ -405,25 +426,35 @@ TransferResult CopyCursorToStore(RowCursor& cursor, store::Store& st, std::strin
         bool hasRow = cursor.Next();
         std::vector<ColumnDef> defs;
         std::vector<Target> targets;
+        std::vector<bool> guessed;
         for (std::size_t i = 0; i < fields.size(); ++i) {
             auto type = CopyColumnType(fields[i]);
-            if (!type) type = GuessFromCell(hasRow ? cursor.Get(static_cast<int>(i)) : Cell{});
+            Target target = Target::Any;
+            const bool guess = !type.has_value();
+            const Cell first = hasRow ? cursor.Get(static_cast<int>(i)) : Cell{};
+            if (type) target = TargetOf(*type);
+            else if (first.kind != CellKind::Null) type = GuessFromCell(first), target = TargetOf(*type);
+            else type = ColumnType::OLE();  // no affinity: the values decide afterwards
             defs.push_back({fields[i].name, *type});
-            targets.push_back(TargetOf(*type));
+            targets.push_back(target);
+            guessed.push_back(guess);
         }
         st.CreateTable(table, defs);
         const std::string name = *st.FindTable(table);
+        const std::vector<ColumnDef> made = st.Columns(name);
+        std::vector<Seen> seen(fields.size());
         std::int64_t rows = 0;
         try {
             std::vector<std::string> names;
-            for (const ColumnDef& d : st.Columns(name)) names.push_back(d.name);
+            for (const ColumnDef& d : made) names.push_back(d.name);
             store::BulkInsert bulk(st, name, names);
             std::vector<std::string> scratch(fields.size());
             const int n = static_cast<int>(fields.size());
             for (; hasRow; hasRow = cursor.Next()) {
-                for (int i = 0; i < n; ++i)
-                    BindCell(bulk, i, targets[static_cast<std::size_t>(i)], cursor.Get(i),
-                             scratch[static_cast<std::size_t>(i)], name, names[static_cast<std::size_t>(i)]);
+                for (int i = 0; i < n; ++i) {
+                    const auto k = static_cast<std::size_t>(i);
+                    BindCell(bulk, i, targets[k], guessed[k], cursor.Get(i), scratch[k], seen[k], name, names[k]);
+                }
                 bulk.Insert();
                 if (++rows % 20000 == 0) DoEvents();
             }
@@ -432,6 +463,7 @@ TransferResult CopyCursorToStore(RowCursor& cursor, store::Store& st, std::strin
             st.DropTable(name);
             throw;
         }
+        FixGuessedTypes(st, name, made, targets, guessed, seen);
         return Finish(st, name, rows);
     });
 }
