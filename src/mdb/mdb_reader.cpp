@@ -11,6 +11,7 @@
 
 #include "common/encoding.h"
 #include "common/error.h"
+#include "common/log.h"
 #include "common/text.h"
 
 namespace tb::mdb {
@@ -293,6 +294,7 @@ struct TableCursor::Impl {
     std::vector<int> scales;  // per column, for Numeric
     std::vector<MdbField> fields;
     std::vector<unsigned char> longValue;
+    std::uint64_t delivered = 0;
     bool finished = false;  // libmdb would start over on the last page when asked again
 
     [[noreturn]] void Broken(std::size_t col, std::string_view what) const {
@@ -413,8 +415,14 @@ bool TableCursor::Next(Row& row) {
     Impl& c = *impl_;
     MdbTableDef* t = c.table.get();
     // No column is bound, so libmdb formats nothing; it finds the next live row on its page.
-    if (c.finished || !mdb_fetch_row(t)) {
+    if (c.finished) return false;
+    if (!mdb_fetch_row(t)) {
         c.finished = true;
+        // libmdb passes over rows it cannot take apart; say so rather than lose them unseen.
+        if (c.delivered != t->num_rows)
+            LogLine("Table " + Quoted(c.def.name) + " in " + c.file.string() + ": " +
+                    std::to_string(c.delivered) + " rows read, its definition states " +
+                    std::to_string(t->num_rows));
         return false;
     }
     MdbHandle* h = c.mdb.get();
@@ -426,7 +434,12 @@ bool TableCursor::Next(Row& row) {
                                       c.file.string() + " cannot be read");
     row.resize(c.def.columns.size());
     for (std::size_t i = 0; i < row.size(); ++i) row[i] = c.Decode(i, c.fields[i]);
+    ++c.delivered;
     return true;
+}
+
+std::int64_t TableCursor::RowCountHint() const {
+    return impl_->table->num_rows;
 }
 
 TableCursor MdbReader::Rows(std::string_view name) const {

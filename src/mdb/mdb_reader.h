@@ -70,6 +70,8 @@ class TableCursor : public RowSource {
 
     const TableDef& def() const;
     bool Next(Row& row) override;
+    // The row count the table definition states.
+    std::int64_t RowCountHint() const override;
 
     struct Impl;
 

@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "common/error.h"
+#include "common/log.h"
 #include "common/md5.h"
 #include "mdb/mdb_reader.h"
 #include "support/test_support.h"
@@ -301,6 +302,39 @@ TEST(MdbReaderCorpus, CursorsAndSchemaCallsInterleave) {
     }
     EXPECT_FALSE(a.Next(ra));
     EXPECT_FALSE(a.Next(ra));  // stays at the end
+}
+
+// A count in the table definition that the rows do not bear out is logged, not passed over.
+TEST(MdbReaderCorpus, RowsDifferingFromTheDeclaredCountAreLogged) {
+    REQUIRE_CORPUS();
+    struct Sink : LogSink {
+        std::vector<std::string> lines;
+        void Line(std::string_view text) override { lines.emplace_back(text); }
+        void Raw(std::string_view) override {}
+        void Status(std::string_view) override {}
+    } sink;
+    test::TempDir dir;
+    std::string bytes = test::ReadFile(corpus / "testV2000.mdb");
+    std::int64_t tdefPage = -1;
+    {
+        MdbReader reader(corpus / "testV2000.mdb");
+        EXPECT_EQ(reader.Rows("Table1").RowCountHint(), 2);
+        reader.ForEachRow("MSysObjects", [&](const Row& r) {
+            if (r[2] == Value("Table1")) tdefPage = std::get<std::int64_t>(r[0]) & 0xFFFFFF;
+        });
+    }
+    ASSERT_GT(tdefPage, 2);
+    bytes[static_cast<std::size_t>(tdefPage) * 4096 + 16] = 5;  // the row count
+    test::WriteFile(dir / "counted.mdb", bytes);
+    MdbReader reader(dir / "counted.mdb");
+    SetLogSink(&sink);
+    const auto rows = ReadAll(reader, "Table1");
+    SetLogSink(nullptr);
+    EXPECT_EQ(rows.size(), 2u);
+    ASSERT_EQ(sink.lines.size(), 1u);
+    EXPECT_NE(sink.lines[0].find("2 rows read, its definition states 5"), std::string::npos)
+        << sink.lines[0];
+    EXPECT_NE(sink.lines[0].find("counted.mdb"), std::string::npos) << sink.lines[0];
 }
 
 // --- errors -------------------------------------------------------------------------------------
