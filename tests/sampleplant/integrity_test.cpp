@@ -16,15 +16,9 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-const GeneratedPlant& Tiny() {
-    static const GeneratedPlant plant(kShowcaseDrawings);
-    return plant;
-}
+const GeneratedPlant& Tiny() { return TinyPlant(); }
 
-const GeneratedPlant& Default() {
-    static const GeneratedPlant plant(kDefaultDrawings);
-    return plant;
-}
+const GeneratedPlant& Default() { return DefaultPlant(); }
 
 struct PlantCase {
     const char* name;

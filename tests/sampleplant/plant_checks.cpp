@@ -55,6 +55,60 @@ GeneratedPlant::~GeneratedPlant() {
     fs::remove_all(dir, ec);
 }
 
+const GeneratedPlant& TinyPlant() {
+    static const GeneratedPlant plant(kShowcaseDrawings);
+    return plant;
+}
+
+const GeneratedPlant& DefaultPlant() {
+    static const GeneratedPlant plant(kDefaultDrawings);
+    return plant;
+}
+
+std::map<std::pair<std::string, std::string>, std::int64_t> ReadmeCounts(const std::string& column) {
+    const std::string text = tb::test::ReadFile(tb::test::SourceDir() / "tools/sampleplant/README.md");
+    const auto begin = text.find("<!-- counts:begin -->");
+    const auto end = text.find("<!-- counts:end -->");
+    if (begin == std::string::npos || end == std::string::npos) {
+        throw std::runtime_error("README.md has no counts table");
+    }
+    std::map<std::pair<std::string, std::string>, std::int64_t> counts;
+    int index = -1;
+    std::size_t pos = begin;
+    while (pos < end) {
+        const auto eol = text.find('\n', pos);
+        const std::string line = text.substr(pos, eol - pos);
+        pos = eol + 1;
+        if (line.rfind("| ", 0) != 0) continue;
+        std::vector<std::string> cells;
+        std::size_t start = 2;
+        for (std::size_t bar; (bar = line.find(" |", start)) != std::string::npos; start = bar + 3) {
+            cells.push_back(line.substr(start, bar - start));
+        }
+        if (index < 0) {
+            for (std::size_t i = 0; i < cells.size(); ++i) {
+                if (cells[i].rfind(column, 0) == 0) index = static_cast<int>(i);
+            }
+            if (index < 0) throw std::runtime_error("README.md has no column " + column);
+            continue;
+        }
+        if (cells.size() <= static_cast<std::size_t>(index) || cells[0] == "all files") continue;
+        counts[{cells[0], cells[1]}] = std::stoll(cells[static_cast<std::size_t>(index)]);
+    }
+    return counts;
+}
+
+std::map<std::pair<std::string, std::string>, std::int64_t> PlantCounts(const GeneratedPlant& plant) {
+    std::map<std::pair<std::string, std::string>, std::int64_t> counts;
+    for (const auto& entry : fs::directory_iterator(plant.dir)) {
+        if (entry.path().extension() != ".db") continue;
+        for (const auto& [table, rows] : CountRows(entry.path())) {
+            counts[{entry.path().filename().string(), table}] = rows;
+        }
+    }
+    return counts;
+}
+
 const std::vector<Reference>& PlantDataReferences() {
     static const std::vector<Reference> refs = {
         {"T_PlantItem", "SP_ID", "T_ModelItem", "SP_ID"},

@@ -28,6 +28,16 @@ struct GeneratedPlant {
     fs::path File(const std::string& schemaUser) const { return dir / (schemaUser + ".db"); }
 };
 
+// The presets, generated once per test program.
+const GeneratedPlant& TinyPlant();
+const GeneratedPlant& DefaultPlant();
+
+// The counts table of tools/sampleplant/README.md: (file, table) -> rows, for the column whose
+// heading begins with `column`.
+std::map<std::pair<std::string, std::string>, std::int64_t> ReadmeCounts(const std::string& column);
+// What a generated plant holds, in the same form.
+std::map<std::pair<std::string, std::string>, std::int64_t> PlantCounts(const GeneratedPlant& plant);
+
 // One reference between tables: `column` of `table` holds ids of `target`.`targetColumn`.
 struct Reference {
     std::string table;

@@ -8,10 +8,7 @@
 namespace tb::sampleplant::test {
 namespace {
 
-const GeneratedPlant& Tiny() {
-    static const GeneratedPlant plant(kShowcaseDrawings);
-    return plant;
-}
+const GeneratedPlant& Tiny() { return TinyPlant(); }
 
 struct EdgeCase {
     const char* what;

@@ -15,10 +15,7 @@
 namespace tb::sampleplant::test {
 namespace {
 
-const GeneratedPlant& Tiny() {
-    static const GeneratedPlant plant(kShowcaseDrawings);
-    return plant;
-}
+const GeneratedPlant& Tiny() { return TinyPlant(); }
 
 // Oracle's CONCAT: Null counts as ''.
 void Concat(sqlite3_context* ctx, int argc, sqlite3_value** argv) {

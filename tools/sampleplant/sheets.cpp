@@ -444,7 +444,8 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
 
     // Revisions, stored versions, frames and the drawing's own history.
     static const char* const kMajors[] = {"A", "B", "C", "0", "1"};
-    const int revisions = static_cast<int>(r.Below(5));
+    int revisions = static_cast<int>(r.Below(5));
+    if (missingFile) revisions = std::max(revisions, 2);  // its second revision has no date
     for (int i = 0; i < revisions; ++i) {
         const std::string minor = r.Chance(10) ? "" : std::to_string(r.Below(3));
         b.AddRevision(d, kMajors[i], minor, d.day + 20 + 30 * i, missingFile && i == 1);
