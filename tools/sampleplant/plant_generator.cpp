@@ -130,7 +130,7 @@ Result GeneratePlant(const Options& options) {
                     "GeneratePlant");
     }
     fs::path out = fs::absolute(options.out).lexically_normal();
-    if (out.has_filename() == false) out = out.parent_path();
+    if (!out.has_filename()) out = out.parent_path();  // "DIR/" names DIR
     PrepareFolder(out);
     Result result;
 
