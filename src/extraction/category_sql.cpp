@@ -88,6 +88,106 @@ std::string CaseQuery(std::string_view key, std::string_view owner, const std::v
 
 }  // namespace
 
+std::string GetPartialWhereSql(std::string_view table, const Selection& sel, Dialect dialect,
+                               std::string_view prefix) {
+    if (!sel.any()) return {};
+    const std::string t = ToLowerAscii(table);
+    const std::string drawingIds = sel.drawingIDs;
+    if (t == "t_representation" || t == "t_relationship")
+        return drawingIds.empty() ? std::string() : "SP_DrawingID IN (" + drawingIds + ")";
+
+    enum class Shape { Ids, AssociatedDrawings, Items } shape = Shape::Ids;
+    if (!sel.selectFilter.empty()) shape = sel.loadAssociatedDrawings ? Shape::AssociatedDrawings : Shape::Items;
+    const std::string& filter = sel.selectFilter;
+    const std::string representation = plantaccess::GetFullTableName(dialect, prefix, "t_representation");
+    const std::string drawing = plantaccess::GetFullTableName(dialect, prefix, "t_drawing");
+
+    // The plant groups or drawings of the first shape; both together are their union.
+    auto core = [&](std::string_view qualifier) {
+        std::vector<std::string> parts;
+        if (!sel.plantGroupIDs.empty())
+            parts.push_back(std::string(qualifier) + "SP_PLANTGROUPID IN (" + sel.plantGroupIDs + ")");
+        if (!drawingIds.empty()) parts.push_back(std::string(qualifier) + "SP_ID IN (" + drawingIds + ")");
+        return parts.size() == 2 ? "(" + parts[0] + " OR " + parts[1] + ")" : parts.at(0);
+    };
+    if (t == "t_drawing") {
+        switch (shape) {
+            case Shape::Ids: return core("t_drawing.");
+            case Shape::AssociatedDrawings: return "t_drawing.sp_id in (" + filter + ")";
+            case Shape::Items: return "t_representation.SP_MODELITEMID in (" + filter + ")";
+        }
+    }
+    // <R>: the representations of the selected drawings.
+    const std::string r = shape == Shape::Ids
+                              ? representation + " where sp_drawingid in (select sp_id from " + drawing + " WHERE " +
+                                    core("") + ")"
+                              : representation + " where sp_drawingid in (" + filter + ")";
+    auto form = [&](std::string_view column, std::string_view picked) {
+        if (shape == Shape::Items) return std::string(column) + " in (" + filter + ")";
+        return std::string(column) + " in (select " + std::string(picked) + " from " + r + ")";
+    };
+    static const std::string modelItemTables =
+        ",t_inlinecomp,t_piperun,t_pipingcomp,t_plantitem,t_modelitem,t_equipment,t_nozzle,t_vessel,t_mechanical,"
+        "t_equipcomponent,t_heatexchanger,t_instrument,t_note,t_opc,";
+    if (modelItemTables.find("," + t + ",") != std::string::npos) return form("sp_id", "sp_modelitemid");
+    if (t == "t_casecontrol" || t == "t_caseprocess") return form("t_case.sp_modelitemid", "sp_modelitemid");
+    if (t == "t_history" || t == "t_status") return form("sp_modelitemid", "sp_modelitemid");
+    if (t == "t_pipingpoint") return form("SP_PLANTITEMID", "sp_modelitemid");
+    if (t == "t_instrfunction" || t == "t_instrfailmode") return form("sp_instrumentid", "sp_modelitemid");
+    if (t == "t_connector") return form("sp_connectitem1id", "sp_id");
+    if (t == "t_symbol") return form("sp_id", "sp_id");
+    return {};
+}
+
+std::string AppendSelectionClause(std::string_view sql, std::string_view clause) {
+    if (clause.empty()) return std::string(sql);
+    return std::string(sql) + (IFind(sql, " WHERE ") == std::string::npos ? " WHERE " : " AND ") + std::string(clause);
+}
+
+DrawingSql GetSQL4TDrawing(const AttributeKeys& keys, const std::vector<std::string>& categories,
+                           const std::vector<std::string>& drawingColumns, Dialect dialect) {
+    DrawingSql out;
+    std::vector<std::string> names;
+    auto add = [&](std::string name) {
+        if (IEquals(name, "drawingname")) name = "Name";
+        if (IEquals(name, "drawingpath")) name = "Path";
+        if (!name.empty() && !HasName(names, name)) names.push_back(std::move(name));
+    };
+    for (const std::string& category : categories) {
+        for (const std::string& key : keys.Keys(category)) {
+            const auto dot = key.find('.');
+            if (dot == std::string::npos) continue;
+            const std::string_view table = std::string_view(key).substr(0, dot);
+            const std::string column = key.substr(dot + 1);
+            if (IEquals(table, "T_Symbol")) {
+                if (IEquals(column, "Name")) out.symbolNames = true;
+            } else if (IEquals(table, "T_Drawing")) {
+                add(column);
+            } else if (IEquals(table, "Others")) {
+                if (IStartsWith(column, "Drawing_")) add(column.substr(8));
+                else if (IEquals(column, "FileName") || IEquals(column, "Instockpile") ||
+                         IEquals(column, "DrawingName") || IEquals(column, "DrawingPath"))
+                    add(column);
+            }
+        }
+    }
+    for (const char* always : {"Name", "Path", "SP_ID", "Instockpile", "FileName"}) add(always);
+
+    const std::string_view as = AliasKeyword(dialect);
+    std::vector<std::string> entries;
+    for (const std::string& name : names) {
+        if (IEquals(name, "FileName")) {
+            entries.push_back(FileNameExpression(dialect, "t_representation.FILENAME") + std::string(as) + "FileName");
+        } else if (IEquals(name, "Instockpile")) {
+            entries.push_back(InstockpileAsText(dialect) + std::string(as) + "Instockpile");
+        } else if (drawingColumns.empty() || HasName(drawingColumns, name)) {
+            entries.push_back("T_Drawing." + name + std::string(as) + ShortenAlias("Drawing_" + name));
+        }
+    }
+    out.columns = Join(entries, ",");
+    return out;
+}
+
 std::vector<std::string> GetAttrs4Table(const std::vector<std::string>& keys, std::string_view table,
                                         std::string_view suffix, const std::vector<std::string>* columns) {
     std::vector<std::string> out;

@@ -15,6 +15,7 @@
 
 #include "extraction/attribute_keys.h"
 #include "extraction/column_alias.h"
+#include "extraction/plant_sql.h"
 #include "store/store.h"
 
 namespace tb::extraction {
@@ -56,6 +57,39 @@ std::string GetSQL4AddCols4DiffTypes(const AttributeKeys& keys, std::string_view
 // drawing keep their drawing's id.
 std::string GetSQL4OthersCols(const AttributeKeys& keys, std::string_view category,
                               const std::vector<std::string>& pidColumns);
+
+// --- Plant statements ---
+
+// The selection of a run: plant group and drawing ids (comma lists of quoted ids), or a filter
+// statement that yields item ids, or, with loadAssociatedDrawings, drawing ids.
+struct Selection {
+    std::string plantGroupIDs;
+    std::string drawingIDs;
+    std::string selectFilter;
+    bool loadAssociatedDrawings = false;
+    bool any() const { return !plantGroupIDs.empty() || !drawingIDs.empty() || !selectFilter.empty(); }
+};
+
+// The condition that restricts a plant table (named in any case) to the selection; empty when
+// nothing is selected or the table is not restricted. Plant groups and drawings together select
+// their union. The subqueries name t_representation and t_drawing with the schema's prefix.
+std::string GetPartialWhereSql(std::string_view table, const Selection& selection, Dialect dialect,
+                               std::string_view prefix);
+// The statement with the condition behind " WHERE ", or behind " AND " when it has a WHERE.
+std::string AppendSelectionClause(std::string_view sql, std::string_view clause);
+
+// The drawing columns of the PID statement: over the categories, the "T_Drawing." keys and the
+// "Others.Drawing_" keys ("DrawingName" counts as Name, "DrawingPath" as Path), always Name, Path,
+// SP_ID, Instockpile and FileName. FileName is the file name of t_representation.FILENAME,
+// Instockpile t_representation.instockpile as text, every other column "T_Drawing.<col>" under
+// ShortenAlias("Drawing_<col>"); a column the plant's T_Drawing lacks (`drawingColumns`; an empty
+// list checks nothing) is left out. symbolNames tells whether a category wants the symbol's Name (a "T_Symbol.Name" key).
+struct DrawingSql {
+    std::string columns;
+    bool symbolNames = false;
+};
+DrawingSql GetSQL4TDrawing(const AttributeKeys& keys, const std::vector<std::string>& categories,
+                           const std::vector<std::string>& drawingColumns, Dialect dialect);
 
 // The columns of the Drawings category: its "T_Drawing." keys that the plant's T_Drawing has
 // (`drawingColumns`), each with the alias ShortenAlias("Drawing_" + column), then SP_ID and,

@@ -4,8 +4,10 @@
 #include <unordered_set>
 
 #include "common/error.h"
+#include "plantaccess/store_connection.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "extraction/output_model.h"
 #include "store/access_text.h"
 #include "store/sqlite.h"
 
@@ -68,6 +70,37 @@ std::string DisplayName(const DisplayNames& names, const GlossaryOwner& o) {
 }
 
 }  // namespace
+
+bool LowFailureActionWanted(const AttributeKeys& keys) {
+    return keys.Has("Instruments", "T_InstrFailMode.FailureActionLow_Instrument") ||
+           keys.Has("InlineComp_Prun", "T_InstrFailMode.FailureActionLow_Instrument");
+}
+
+bool ExtractCodelists(const PlantSchema& dictionary, store::Store& store, bool lowFailureAction) {
+    return Trap("ExtractCodelists", [&] {
+        const bool copy = dictionary.dialect == Dialect::AccessCopy;
+        if (copy) {
+            const auto conn = std::dynamic_pointer_cast<plantaccess::StoreConnection>(dictionary.connection);
+            if (!conn || !conn->store().TableExists("codelists")) return false;
+        }
+        ShowProgress("Extracting data from PIDD...");
+        plantaccess::Connection& source = *dictionary.connection;
+        Rs2Access(source, CodelistSql(dictionary.dialect, dictionary.prefix), store, "Codelist_cp",
+                  "ATTRIBUTE_NAME\rCODELIST_NUMBER\rCODELIST_INDEX\rCODELIST_TEXT\rCODELIST_SHORT_TEXT\r"
+                  "CODELIST_CONSTRAINT\rCODELIST_SORT_VALUE");
+        if (lowFailureAction) AddFailureActionLowRows(store);
+        IndexTable(store, "Codelist_cp", {"ATTRIBUTE_NAME", "CODELIST_INDEX"});
+        if (copy) return true;
+        Rs2Access(source, EntityUniqueNameSql(dictionary.dialect, dictionary.prefix), store, "m_cp",
+                  "entity_name\runique_name");
+        Rs2Access(source, AttributesSql(dictionary.dialect, dictionary.prefix), store, "ATTRIBUTES_cp",
+                  "ATTRIBUTE_NUMBER\rATTRIBUTE_NAME\rDEPENDSONID");
+        IndexTable(store, "ATTRIBUTES_cp", {"ATTRIBUTE_NUMBER", "ATTRIBUTE_NAME"});
+        Rs2Access(source, ItemAttributionsSql(dictionary.dialect, dictionary.prefix), store, "itemattributions_cp",
+                  "NAME\rDISPLAYNAME");
+        return true;
+    });
+}
 
 void AddFailureActionLowRows(store::Store& store) {
     Trap("AddFailureActionLowRows", [&] {

@@ -6,9 +6,21 @@
 #include <string>
 #include <string_view>
 
+#include "extraction/attribute_keys.h"
+#include "extraction/plant_sql.h"
 #include "store/store.h"
 
 namespace tb::extraction {
+
+// Whether a low failure action is configured ("T_InstrFailMode.FailureActionLow_Instrument" in
+// Instruments or InlineComp_Prun).
+bool LowFailureActionWanted(const AttributeKeys& keys);
+
+// Reads the dictionary schema's code lists into Codelist_cp (with the "FailureActionLow" rows
+// when `lowFailureAction`), indexed on ATTRIBUTE_NAME and CODELIST_INDEX, and, unless the source
+// is a plant copy, m_cp, ATTRIBUTES_cp (indexed on ATTRIBUTE_NUMBER and ATTRIBUTE_NAME) and
+// itemattributions_cp. A plant copy without the table "codelists" gives nothing: false.
+bool ExtractCodelists(const PlantSchema& dictionary, store::Store& store, bool lowFailureAction);
 
 // The "FailureActionLow" rows: the rows of the list "FailureAction" once more under that name, so
 // the low failure action decodes with the texts of the high one.

@@ -10,6 +10,8 @@
 #include "common/ini.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "plantaccess/ado.h"
+#include "plantaccess/session.h"
 #include "platform/platform.h"
 #include "store/sqlite.h"
 
@@ -53,6 +55,42 @@ store::Value TextOrNull(std::string_view text) {
 }
 
 }  // namespace
+
+plantaccess::TransferResult Rs2Access(plantaccess::Connection& source, std::string_view sql, store::Store& store,
+                                      std::string_view table, std::string_view renames) {
+    plantaccess::SetSessionLastSql(std::string(sql));
+    try {
+        if (const auto old = store.FindTable(table)) store.DropTable(*old);
+        plantaccess::TransferResult result = plantaccess::CopyQueryToStore(source, sql, store, table);
+        if (!renames.empty()) {
+            const std::vector<std::string> names = Split(renames, "\r");
+            const std::string t = RequireTable(store, table);
+            for (std::size_t i = 0; i < names.size() && i < result.columns.size(); ++i) {
+                if (names[i].empty() || names[i] == result.columns[i].name) continue;
+                store.RenameColumn(t, result.columns[i].name, names[i]);
+                result.columns[i].name = names[i];
+            }
+        }
+        return result;
+    } catch (...) {
+        LogLine(sql);
+        RethrowChained("Rs2Access");
+    }
+}
+
+bool Compact(const std::filesystem::path& extract) {
+    return Trap("Compact", [&] {
+        // The extract is written in one piece from the store at the end, so it is compact by
+        // construction and the store itself needs no compaction to be right. The size rule and
+        // its log lines stay; at that size a VACUUM gives the pages of dropped working tables back.
+        const auto store = plantaccess::FindMdbStore(extract);
+        const std::filesystem::path file = store && !store->path().empty() ? store->path() : extract;
+        std::error_code ec;
+        const std::uintmax_t size = std::filesystem::file_size(file, ec);
+        if (ec || size < kCompactThreshold) return false;
+        return plantaccess::CompactDatabase(extract);
+    });
+}
 
 void AddID2Table(store::Store& store, std::string_view table) {
     Trap("AddID2Table", [&] { store.AddCounterId(RequireTable(store, table), "ID"); });

@@ -10,9 +10,20 @@
 #include <vector>
 
 #include "extraction/attribute_keys.h"
+#include "plantaccess/connection.h"
+#include "plantaccess/transfer.h"
 #include "store/store.h"
 
 namespace tb::extraction {
+
+// Carries the rows of a plant query into the new store table `table` (a table of that name goes
+// first), through the plant access layer's bulk transfer: no row passes through a text file or a
+// helper program. `renames` ("\r"-separated names, by position) renames every column whose name
+// differs, case included, so the run's spelling stands whatever case the server gives back
+// (Oracle answers unquoted names in capitals). An empty result still makes the table. The
+// statement is kept as the session's last statement and logged when it fails.
+plantaccess::TransferResult Rs2Access(plantaccess::Connection& source, std::string_view sql, store::Store& store,
+                                      std::string_view table, std::string_view renames = {});
 
 // The counter [ID] as the table's primary key, numbering the rows in stored order.
 void AddID2Table(store::Store& store, std::string_view table);
@@ -46,6 +57,11 @@ void ConvertDate2Text(store::Store& store, std::string_view table, std::string_v
 
 // The size from which the extract is compacted: the first whole byte count at or over 1.8 x 2^29.
 inline constexpr std::uintmax_t kCompactThreshold = 966367642;
+
+// Compacts the extract when its store has reached kCompactThreshold bytes, through the session's
+// CompactDatabase (which logs "Compacting database '<file>'..." and the outcome); below that it
+// does nothing. True when it compacted.
+bool Compact(const std::filesystem::path& extract);
 
 // --- _Info ---
 

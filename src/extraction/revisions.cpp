@@ -60,6 +60,30 @@ RevisionColumnFlags GetRevisionColumnFlags(const AttributeKeys& keys) {
     return f;
 }
 
+void ExtractTRevision(const PlantSchema& plant, store::Store& store, const AttributeKeys& keys) {
+    Trap("ExtractTRevision", [&] {
+        plantaccess::Connection& source = *plant.connection;
+        const std::vector<std::string> columns = GetCols4Revision(keys, GetAllDbColumns(plant, "t_revision"));
+        if (!columns.empty()) {
+            Rs2Access(source, "select r." + Join(columns, ",r.") + " from " + plant.Table("t_revision") + " r", store,
+                      "T_Revision", Join(columns, "\r"));
+            for (const std::string& c : columns) store.RenameColumn("T_Revision", c, "Revision_" + c);
+            if (keys.Has("Drawings", "T_Revision.VersionAssociated")) {
+                Rs2Access(source,
+                          "select sp_revisionid from " + plant.Table("t_drawingversion") +
+                              " where not sp_revisionid is null",
+                          store, "t_drawingversion", "sp_revisionid");
+                AddVersionAssociated(store);
+            }
+        }
+        if (GetRevisionColumnFlags(keys).any())
+            Rs2Access(source,
+                      "select sp_id, SP_MAJORREVISIONNUMBER, SP_MINORREVISIONNUMBER, sp_drawingid from " +
+                          plant.Table("t_revision") + " order by sp_drawingid, sp_revisiondate desc",
+                      store, "t_lastrevision", "sp_id\rSP_MAJORREVISIONNUMBER\rSP_MINORREVISIONNUMBER\rsp_drawingid");
+    });
+}
+
 void AddVersionAssociated(store::Store& store) {
     Trap("AddVersionAssociated", [&] {
         store.AddColumn("T_Revision", {"VersionAssociated", ColumnType::Text(10)});

@@ -7,9 +7,17 @@
 #include <vector>
 
 #include "extraction/attribute_keys.h"
+#include "extraction/plant_sql.h"
 #include "store/store.h"
 
 namespace tb::extraction {
+
+// Reads the plant's revisions: T_Revision with the configured revision columns (renamed
+// "Revision_<col>") and, when configured, VersionAssociated; t_lastrevision (sp_id, major and
+// minor number, sp_drawingid, newest first within a drawing by the plant's order of
+// sp_revisiondate) when a computed revision number is configured. All revisions of the plant are
+// read; the join to Drawings picks those of the extract's drawings.
+void ExtractTRevision(const PlantSchema& plant, store::Store& store, const AttributeKeys& keys);
 
 // The revision columns of the Drawings category: its "T_Revision." keys that the plant's
 // t_revision has (`revisionColumns`), each once, then SP_ID and SP_DRAWINGID. The computed
