@@ -3,13 +3,15 @@
 namespace tb::mdb::jet {
 
 bool Utf8ToUnits(std::string_view utf8, std::u16string& out) {
-    out.clear();
+    // At most one unit per byte; filled by index and cut to size at the end.
+    out.resize(utf8.size());
+    char16_t* o = out.data();
     const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
     const auto* end = p + utf8.size();
     while (p < end) {
         const unsigned c = *p;
         if (c < 0x80) {
-            out.push_back(static_cast<char16_t>(c));
+            *o++ = static_cast<char16_t>(c);
             ++p;
             continue;
         }
@@ -37,13 +39,14 @@ bool Utf8ToUnits(std::string_view utf8, std::u16string& out) {
         if (cp < kMin[extra] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
         if (cp >= 0x10000) {
             cp -= 0x10000;
-            out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
-            out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
+            *o++ = static_cast<char16_t>(0xD800 + (cp >> 10));
+            *o++ = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
         } else {
-            out.push_back(static_cast<char16_t>(cp));
+            *o++ = static_cast<char16_t>(cp);
         }
         p += extra + 1;
     }
+    out.resize(static_cast<std::size_t>(o - out.data()));
     return true;
 }
 
@@ -56,13 +59,21 @@ bool IsCompressible(std::u16string_view text) {
 }
 
 void AppendText(std::u16string_view text, bool compress, ByteVec& out) {
+    const std::size_t at = out.size();
     if (compress && IsCompressible(text)) {
-        out.push_back(0xFF);
-        out.push_back(0xFE);
-        for (char16_t c : text) out.push_back(static_cast<std::uint8_t>(c));
+        out.resize(at + 2 + text.size());
+        std::uint8_t* p = out.data() + at;
+        *p++ = 0xFF;
+        *p++ = 0xFE;
+        for (char16_t c : text) *p++ = static_cast<std::uint8_t>(c);
         return;
     }
-    for (char16_t c : text) Append16(out, c);
+    out.resize(at + 2 * text.size());
+    std::uint8_t* p = out.data() + at;
+    for (char16_t c : text) {
+        *p++ = static_cast<std::uint8_t>(c);
+        *p++ = static_cast<std::uint8_t>(c >> 8);
+    }
 }
 
 namespace {

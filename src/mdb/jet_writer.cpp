@@ -115,11 +115,9 @@ StoredRows StoreSystemRows(const SystemTable& table, const std::vector<Row>& row
         }
         out.rows.push_back({number, page.Add(bytes.data(), bytes.size())});
     }
-    if (!rows.empty() || number != 0) {
-        file.Write(number, page.bytes());
-        out.pages.Add(number);
-        out.lastHasRoom = page.freeSpace() > 0;
-    }
+    file.Write(number, page.bytes());  // the table's first page is written even when empty
+    out.pages.Add(number);
+    out.lastHasRoom = page.freeSpace() > 0;
     return out;
 }
 
@@ -214,7 +212,6 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
         DataPage page(owner);
         PageSet dataPages;
         std::uint32_t lastDataPage = 0;
-        bool lastHasRoom = false;
         std::uint64_t count = 0;
         Row row;
         while (rows.Next(row)) {
@@ -234,13 +231,13 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
                 ShowProgress("Writing table " + def.name + ": " + std::to_string(count) + " rows");
             }
         }
+        // The last page is never empty unless the table is.
+        const bool lastHasRoom = !page.empty() && page.freeSpace() > 0;
         if (!page.empty()) {
             lastDataPage = file_.Allocate();
             file_.Write(lastDataPage, page.bytes());
             dataPages.Add(lastDataPage);
         }
-        lastHasRoom = !dataPages.empty() && (page.empty() ? false : page.freeSpace() > 0);
-        if (dataPages.empty()) lastHasRoom = false;
         for (LongValueColumn& lv : longValues) lv.Finish();
 
         // Usage maps: the data pages, the page with room for more rows, then each long-value

@@ -106,11 +106,12 @@ std::vector<std::pair<std::uint16_t, std::uint16_t>> JetFile::RowSlots(std::uint
 }
 
 std::optional<Bytes8> JetFile::RowBytes(std::uint32_t page, std::uint8_t row) const {
-    const auto slots = RowSlots(page);
-    if (row >= slots.size()) return std::nullopt;
-    const std::uint16_t start = slots[row].first & 0x1FFF;
     const std::uint8_t* p = Page(page);
-    return Bytes8(p + start, p + start + slots[row].second);
+    if (!p || p[0] != 0x01 || row >= Le16(p + 12)) return std::nullopt;
+    const std::size_t start = Le16(p + 14 + 2 * std::size_t{row}) & 0x1FFF;
+    const std::size_t end = row == 0 ? kPage : Le16(p + 14 + 2 * std::size_t{row} - 2) & 0x1FFF;
+    if (start > end) return std::nullopt;
+    return Bytes8(p + start, p + end);
 }
 
 ParsedTdef JetFile::ParseTdef(std::uint32_t firstPage) const {

@@ -14,6 +14,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include <gtest/gtest.h>
+
 #include "mdb/structure_checker.h"
 #include "support/test_support.h"
 
@@ -180,6 +182,15 @@ void WriteDatabase(const fs::path& target, const std::vector<TableData>& tables,
         writer.AddTable(t.def, rows);
     }
     writer.Commit();
+    // TB_KEEP_JET_FILES=<folder> keeps a copy of every file the tests write, e.g. to open them
+    // in Access (docs/access-check.md).
+    if (const char* keep = std::getenv("TB_KEEP_JET_FILES"); keep && *keep) {
+        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+        std::string name = info ? std::string(info->test_suite_name()) + "." + info->name() + "." : "";
+        fs::create_directories(keep);
+        fs::copy_file(target, fs::path(keep) / (name + target.filename().string()),
+                      fs::copy_options::overwrite_existing);
+    }
 }
 
 std::string ReadBytes(const fs::path& file) {

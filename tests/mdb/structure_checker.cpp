@@ -35,7 +35,9 @@ private:
 
     JetFile file_;
     CheckOptions options_;
-    std::vector<std::string> owners_;
+    std::vector<int> owners_;  // index into ownerNames_, -1 for none
+    std::vector<std::string> ownerNames_;
+    std::map<std::string, int> ownerIds_;
     std::vector<std::string> problems_;
 
 public:
@@ -47,11 +49,17 @@ void Checker::Claim(std::uint32_t page, const std::string& owner) {
         Problem(owner + " claims page " + std::to_string(page) + ", past the end of the file");
         return;
     }
-    if (owners_[page].empty() || (owners_[page] == "usage maps" && owner == "usage maps")) {
-        owners_[page] = owner;
+    // Owners are kept as numbers: a large file has tens of thousands of pages.
+    auto [it, added] = ownerIds_.emplace(owner, static_cast<int>(ownerNames_.size()));
+    if (added) ownerNames_.push_back(owner);
+    const int id = it->second;
+    const int current = owners_[page];
+    if (current < 0 || (current == id && owner == "usage maps")) {
+        owners_[page] = id;
         return;
     }
-    Problem("page " + std::to_string(page) + " is owned by " + owners_[page] + " and by " + owner);
+    Problem("page " + std::to_string(page) + " is owned by " + ownerNames_[static_cast<std::size_t>(current)] +
+            " and by " + owner);
 }
 
 void Checker::CheckDataPage(std::uint32_t page, std::uint32_t expectedOwner, const std::string& what) {
@@ -385,7 +393,7 @@ std::vector<std::string> Checker::Run() {
         Problem("page 0 is no Jet 4 header");
         return problems_;
     }
-    owners_.assign(file_.pageCount(), {});
+    owners_.assign(file_.pageCount(), -1);
     Claim(0, "the header");
     Claim(1, "the global map");
     CheckDataPage(1, 1, "global map");
@@ -401,13 +409,14 @@ std::vector<std::string> Checker::Run() {
         if (o.type == 1) CheckTable(o);
     }
     for (std::uint32_t p = 0; p < owners_.size(); ++p) {
-        if (owners_[p].empty()) {
+        if (owners_[p] < 0) {
             if (options_.everyPageOwned) Problem("page " + std::to_string(p) + " has no owner");
             if (options_.everyPageOwned && !free[p]) {
                 Problem("page " + std::to_string(p) + " has no owner but the global map marks it used");
             }
         } else if (free[p]) {
-            Problem("page " + std::to_string(p) + " (" + owners_[p] + ") is marked free in the global map");
+            Problem("page " + std::to_string(p) + " (" + ownerNames_[static_cast<std::size_t>(owners_[p])] +
+                    ") is marked free in the global map");
         }
     }
     return problems_;
