@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "common/error.h"
+#include "common/log.h"
 #include "extraction/category_sql.h"
 #include "extraction/output_model.h"
 #include "store_fixture.h"
@@ -148,6 +149,39 @@ TEST(OutputModel, JoinTableTakesRepeatedNamesOnce) {
     EXPECT_EQ(Render(store, "SELECT InlineComp_SP_ID, InstrLoop_Name FROM temp4 ORDER BY 2, 1"),
               "I2|<null>;I3|<null>;I1|L1;<null>|L2");
     EXPECT_THROW(JoinTable(store, "LEFT", {}, "temp0", "x", "nothing", "y", "temp5"), Error);
+}
+
+class CaptureLog : public LogSink {
+public:
+    void Line(std::string_view text) override { lines += std::string(text) + "\n"; }
+    void Raw(std::string_view) override {}
+    void Status(std::string_view) override {}
+    std::string lines;
+};
+
+TEST(OutputModel, ExtendUserColumns) {
+    tb::test::TempDir dir;
+    tb::test::WriteFile(dir / "PlantA.ini",
+                        "[SQL]\r\n1=ALTER TABLE Plantitems ADD COLUMN Remark TEXT(50)\r\n2=   \r\n"
+                        "3=UPDATE Plantitems SET Remark = ItemTag & \"-\" & Qty WHERE ItemTag like \"p%\"\r\n"
+                        "4=UPDATE Nowhere SET x=1\r\n5=UPDATE Plantitems SET Qty = 'many' WHERE Remark = 'P-1-2'\r\n");
+    auto store = store::Store::InMemory();
+    MakeTable(store, "Plantitems", {"SP_ID", "ItemTag", "Qty:Long"}, "('A', 'P-1', 2), ('B', 'Q-2', 3)");
+    CaptureLog log;
+    SetLogSink(&log);
+    ExtendUserColumns(store, dir / "PlantA.ini", true);  // a drawing version run runs nothing
+    EXPECT_EQ(log.lines, "");
+    ExtendUserColumns(store, dir / "PlantA.ini", false);
+    SetLogSink(nullptr);
+    EXPECT_NE(log.lines.find("5 SQL statements found\n"), std::string::npos) << log.lines;
+    EXPECT_NE(log.lines.find("Executing 'UPDATE Nowhere SET x=1'...\nUPDATE Nowhere SET x=1\nExtendUserColumns:"),
+              std::string::npos)
+        << log.lines;
+    EXPECT_NE(log.lines.find("1 records affected"), std::string::npos);
+    // The user's column came into the catalogue with its width and compares ignoring case; the
+    // number column that took a text became text.
+    EXPECT_EQ(Shape(store, "Plantitems"), "SP_ID:Text(255),ItemTag:Text(255),Qty:Text(255),Remark:Text(50)");
+    EXPECT_EQ(Render(store, "SELECT SP_ID, Qty, Remark FROM Plantitems WHERE Remark = 'p-1-2'"), "A|many|P-1-2");
 }
 
 }  // namespace
