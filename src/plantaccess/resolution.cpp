@@ -162,6 +162,7 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
     int step = 1;
     ConnectionPtr site;
     std::unique_ptr<Recordset> rs;
+    const Dialect before = Settings().dialect;
     try {
         PIDReadBegin(plantName, siteNode, false);
         PlantSettings next;
@@ -380,6 +381,7 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
     } catch (...) {
         CloseAdoRecordset(rs);
         CloseAdoConnection(site, false);
+        Settings().dialect = before;  // the settings stay those of the last resolution
         try {
             RethrowChained("InitDBSettings", step);
         } catch (const Error& e) {
