@@ -120,6 +120,13 @@ TEST_F(SamplePlant, AsBuiltNameAndColumns) {
     const std::string columns = GetAllDbColumns2Str(plant, "t_revision");
     EXPECT_EQ(columns.substr(0, 43), "SP_ID,SP_DrawingID,SP_MajorRevisionNumber,S");
     EXPECT_THROW(GetAllDbColumns(plant, "t_nothing"), Error);
+
+    // The rename list gives the columns the run's spelling, by position, a change of case too.
+    store::Store& st = Store();
+    Rs2Access(*plant.connection, "SELECT sp_id, name FROM t_drawing", st, "t_drawing", "SP_Id\rName");
+    EXPECT_EQ(Shape(st, "t_drawing"), "SP_Id:Text(32),Name:Text(100)");
+    EXPECT_THROW(Rs2Access(*plant.connection, "SELECT nothing FROM t_drawing", st, "t_drawing"), Error);
+    EXPECT_EQ(plantaccess::SessionLastSql(), "SELECT nothing FROM t_drawing");
 }
 
 TEST_F(SamplePlant, PidTextsOfTheSqlitePlant) {
