@@ -147,7 +147,7 @@ WriteSummary WriteSqlite(const store::Store& store, const fs::path& target) {
 
     TempTarget file(target);  // removed unless committed
     WriteSummary summary;
-    {
+    try {
         store::Connection out(file.path().string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
         // The file is discarded on any failure: no journal on disk, no syncs until it is complete.
         store::Execute(
@@ -163,7 +163,11 @@ WriteSummary WriteSqlite(const store::Store& store, const fs::path& target) {
             ShowProgress("Writing " + table + "...");
             WriteSqliteTable(out.get(), store, table, recordType, summary);
         }
-    }  // closed before the rename
+    } catch (const Error& e) {
+        // SQLite's own messages (a full disk, a vanished file) do not say which file.
+        if (e.number() != kErrDatabase) throw;
+        throw Error(e.number(), "Writing " + target.string() + ": " + e.description(), e.source());
+    }  // the connection is closed before the rename
     file.Commit();
     return summary;
 }
