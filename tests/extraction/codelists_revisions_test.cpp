@@ -173,13 +173,5 @@ TEST(Revisions, DrawingLastModified) {
     EXPECT_THROW(AddDrawingLastModified(store, keys, true, false), Error);  // no t_history
 }
 
-TEST(Revisions, TaskOfThePackage) {
-    auto store = store::Store::InMemory();
-    MakeTable(store, "Eqp_Nozzle", {"Equipment_SP_ID"}, "('E1'), ('E2')");
-    AddTaskToVmp(store);
-    EXPECT_EQ(Render(store, "SELECT * FROM Eqp_Nozzle"), "E1|Equipment;E2|Equipment");
-    EXPECT_EQ(Shape(store, "Eqp_Nozzle"), "Equipment_SP_ID:Text(255),Task:Text(20)");
-}
-
 }  // namespace
 }  // namespace tb::extraction
