@@ -61,7 +61,6 @@ TEST(JetLayout, TwoHundredFiftyFiveColumnsSpanSeveralDefinitionPages) {
     empty.resize(255);  // all Null
     TempDir dir;
     WriteDatabase(dir / "wide.mdb", {t});
-    EXPECT_EQ(StructureProblems(dir / "wide.mdb"), "");
     const JetFile file(ReadBytes(dir / "wide.mdb"));
     const ParsedTdef tdef = Definition(file, "Wide");
     EXPECT_EQ(tdef.columns.size(), 255u);
@@ -90,7 +89,6 @@ TEST(JetLayout, ATableOfMoreThan512PagesGetsAReferenceMap) {
     }
     TempDir dir;
     WriteDatabase(dir / "big.mdb", {t});
-    EXPECT_EQ(StructureProblems(dir / "big.mdb"), "");
     const JetFile file(ReadBytes(dir / "big.mdb"));
     const ParsedTdef tdef = Definition(file, "Big");
     EXPECT_EQ((*file.RowBytes(tdef.ownedMap))[0], 0x01) << "a reference map";
@@ -111,7 +109,6 @@ TEST(JetLayout, RowsFillAPageToTheLastByte) {
     for (int i = 0; i < 27; ++i) t.rows.push_back({std::string(144, static_cast<char>('a' + i % 26))});
     TempDir dir;
     WriteDatabase(dir / "exact.mdb", {t});
-    EXPECT_EQ(StructureProblems(dir / "exact.mdb"), "");
     const JetFile file(ReadBytes(dir / "exact.mdb"));
     const auto pages = DataPages(file, Definition(file, "Exact"));
     ASSERT_EQ(pages.size(), 2u);
@@ -127,7 +124,6 @@ TEST(JetLayout, APageHoldsAtMost255Rows) {
     for (int i = 0; i < 600; ++i) t.rows.push_back({std::int64_t{i % 256}});
     TempDir dir;
     WriteDatabase(dir / "tiny.mdb", {t});
-    EXPECT_EQ(StructureProblems(dir / "tiny.mdb"), "");
     const JetFile file(ReadBytes(dir / "tiny.mdb"));
     std::vector<int> counts;
     for (std::uint32_t p : DataPages(file, Definition(file, "Tiny"))) counts.push_back(Le16(file.Page(p) + 12));
@@ -155,7 +151,6 @@ TEST(JetLayout, ARowMayTakeExactly4060Bytes) {
     };
     TempDir dir;
     WriteDatabase(dir / "limit.mdb", {table(205)});
-    EXPECT_EQ(StructureProblems(dir / "limit.mdb"), "");
     const JetFile file(ReadBytes(dir / "limit.mdb"));
     const auto pages = DataPages(file, Definition(file, "Limit"));
     ASSERT_EQ(pages.size(), 1u);
@@ -188,7 +183,6 @@ TEST(JetLayout, ManyTablesGiveTheCatalogueIndexesNodePages) {
     for (const auto& n : names) tables.push_back({{n, {{"ID", JetType::Long}}}, {{std::int64_t{1}}}});
     TempDir dir;
     WriteDatabase(dir / "many.mdb", tables);
-    EXPECT_EQ(StructureProblems(dir / "many.mdb"), "");
     const JetFile file(ReadBytes(dir / "many.mdb"));
     const ParsedTdef catalog = file.ParseTdef(2);
     EXPECT_GT(DataPages(file, catalog).size(), 1u);

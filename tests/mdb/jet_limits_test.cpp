@@ -104,6 +104,7 @@ TEST(JetLimits, AreRefusedWithMessagesNamingTableColumnAndValue) {
 }
 
 TEST(JetLimits, TheLargestValuesOfEachKindAreAccepted) {
+    // Written without an error, and sound (WriteDatabase runs the structure checker).
     TempDir dir;
     const std::string long64(64, 'n');
     std::vector<Column> wide = Columns(255);
@@ -111,7 +112,6 @@ TEST(JetLimits, TheLargestValuesOfEachKindAreAccepted) {
                   {{{long64, {{long64, JetType::Text, 255}}}, {{std::string(255, 'x')}}},
                    {{"Wide", wide}, {}},
                    {{"Names", {{"Weird but fine #1 (äö) - it's OK", JetType::Long}}}, {}}});
-    EXPECT_EQ(StructureProblems(dir / "x.mdb"), "");
 }
 
 TEST(JetLimits, TheFileStopsAt2GB) {

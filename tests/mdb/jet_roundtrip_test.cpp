@@ -371,7 +371,6 @@ TEST(JetStoredForm, LongValuesGoWhereTheirSizeSays) {
             EXPECT_EQ(pages.size(), cases[i].chainRows);
         }
     }
-    EXPECT_EQ(StructureProblems(dir / "b.mdb"), "");
 }
 
 }  // namespace

@@ -182,6 +182,9 @@ void WriteDatabase(const fs::path& target, const std::vector<TableData>& tables,
         writer.AddTable(t.def, rows);
     }
     writer.Commit();
+    // Every file the tests write goes through the structure checker.
+    const std::string problems = StructureProblems(target);
+    if (!problems.empty()) ADD_FAILURE() << "structure of " << target << ":\n" << problems;
     // TB_KEEP_JET_FILES=<folder> keeps a copy of every file the tests write, e.g. to open them
     // in Access (docs/access-check.md).
     if (const char* keep = std::getenv("TB_KEEP_JET_FILES"); keep && *keep) {

@@ -60,7 +60,8 @@ struct TableData {
     std::vector<Row> rows;
 };
 
-// Writes the tables into `target` with FixedOptions() (or the given options).
+// Writes the tables into `target` with FixedOptions() (or the given options) and runs the
+// structure checker on the file, failing the test on any problem.
 void WriteDatabase(const fs::path& target, const std::vector<TableData>& tables,
                    const WriterOptions& options = FixedOptions());
 
