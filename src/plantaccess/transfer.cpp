@@ -1,5 +1,6 @@
 #include "plantaccess/transfer.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -10,6 +11,7 @@
 #include "plantaccess/sqlite_plant.h"
 #include "store/access_text.h"
 #include "store/bulk.h"
+#include "store/sqlite.h"
 
 namespace tb::plantaccess {
 
@@ -63,6 +65,15 @@ ColumnType GuessFromCell(const Cell& cell) {
 // The type of a column whose values alone decide, from what arrived.
 struct Seen {
     bool text = false, real = false, integer = false, blob = false, wide = false;
+    std::size_t maxChars = 0;  // the longest text, in characters
+
+    void Text(std::string_view t) {
+        text = true;
+        if (t.size() <= maxChars) return;  // never more characters than bytes
+        std::size_t chars = 0;
+        for (unsigned char c : t) chars += (c & 0xC0) != 0x80;
+        maxChars = std::max(maxChars, chars);
+    }
 };
 
 ColumnType FromSeen(const Seen& s) {
@@ -77,19 +88,20 @@ ColumnType FromSeen(const Seen& s) {
 
 // Binds one value. `guessed`: the column's type came from its first value, so values that do not
 // fit it are kept as they come and the type is put right afterwards (as the SQLite path does).
-void BindCell(store::BulkInsert& bulk, int i, Target target, bool guessed, const Cell& cell,
+void BindCell(store::Statement& insert, int i, Target target, bool guessed, const Cell& cell,
               std::string& scratch, Seen& seen, std::string_view table, std::string_view column) {
     switch (cell.kind) {
-        case CellKind::Null: bulk.SetNull(i); return;
+        case CellKind::Null: insert.BindNull(i + 1); return;
         case CellKind::Text:
-            seen.text = true;
             if (!NeedsCleaning(cell.bytes)) {
-                bulk.SetTextNoCopy(i, cell.bytes);
+                seen.Text(cell.bytes);
+                insert.BindTextNoCopy(i + 1, cell.bytes);
             } else if (auto cleaned = CleanCopiedText(cell.bytes)) {
                 scratch = std::move(*cleaned);
-                bulk.SetTextNoCopy(i, scratch);
+                seen.Text(scratch);
+                insert.BindTextNoCopy(i + 1, scratch);
             } else {
-                bulk.SetNull(i);
+                insert.BindNull(i + 1);
             }
             return;
         case CellKind::Integer:
@@ -98,58 +110,68 @@ void BindCell(store::BulkInsert& bulk, int i, Target target, bool guessed, const
             switch (target) {
                 case Target::Text:
                     scratch = std::to_string(cell.integer);
-                    bulk.SetTextNoCopy(i, scratch);
+                    seen.Text(scratch);
+                    insert.BindTextNoCopy(i + 1, scratch);
                     return;
                 case Target::Long:
                     if (!Fits32(cell.integer) && !guessed)
                         throw Error(kErrOverflow, OverflowText(table, column, std::to_string(cell.integer)));
-                    bulk.SetInt(i, cell.integer);
+                    insert.BindInt(i + 1, cell.integer);
                     return;
-                case Target::Boolean: bulk.SetInt(i, cell.integer ? -1 : 0); return;
-                case Target::Double: bulk.SetDouble(i, static_cast<double>(cell.integer)); return;
-                default: bulk.SetInt(i, cell.integer); return;
+                case Target::Boolean: insert.BindInt(i + 1, cell.integer ? -1 : 0); return;
+                case Target::Double: insert.BindDouble(i + 1, static_cast<double>(cell.integer)); return;
+                default: insert.BindInt(i + 1, cell.integer); return;
             }
         case CellKind::Real:
             seen.real = true;
             switch (target) {
                 case Target::Text:
                     scratch = store::FormatAccessNumber(cell.real);
-                    bulk.SetTextNoCopy(i, scratch);
+                    seen.Text(scratch);
+                    insert.BindTextNoCopy(i + 1, scratch);
                     return;
                 case Target::Long: {
                     const double r = cell.real;
                     if (guessed) {
-                        bulk.SetDouble(i, r);
+                        insert.BindDouble(i + 1, r);
                         return;
                     }
                     if (std::trunc(r) != r || r < std::numeric_limits<std::int32_t>::min() ||
                         r > std::numeric_limits<std::int32_t>::max())
                         throw Error(kErrOverflow, OverflowText(table, column, store::FormatAccessNumber(r)));
-                    bulk.SetInt(i, static_cast<std::int64_t>(r));
+                    insert.BindInt(i + 1, static_cast<std::int64_t>(r));
                     return;
                 }
-                case Target::Boolean: bulk.SetInt(i, cell.real != 0 ? -1 : 0); return;
-                default: bulk.SetDouble(i, cell.real); return;
+                case Target::Boolean: insert.BindInt(i + 1, cell.real != 0 ? -1 : 0); return;
+                default: insert.BindDouble(i + 1, cell.real); return;
             }
         case CellKind::Blob:
             seen.blob = true;
-            bulk.SetValue(i, store::Value(store::Blob(cell.bytes.begin(), cell.bytes.end())));
+            insert.BindBlob(i + 1, cell.bytes.data(), cell.bytes.size());
             return;
     }
 }
 
-// Puts right the columns typed by their first value (or by none) that the values contradict.
-void FixGuessedTypes(store::Store& st, const std::string& table, const std::vector<ColumnDef>& made,
-                     const std::vector<Target>& targets, const std::vector<bool>& guessed,
-                     const std::vector<Seen>& seen) {
+// Brings the catalogue in line with what arrived, from what the copy saw (no pass over the
+// table): columns typed by their first value (or by none) that later values contradict, and text
+// columns narrower than their longest value (Memo beyond 255 characters).
+void FitCopiedTypes(store::Store& st, const std::string& table, const std::vector<ColumnDef>& made,
+                    const std::vector<Target>& targets, const std::vector<bool>& guessed,
+                    const std::vector<Seen>& seen) {
+    bool textInNumbers = false;
     for (std::size_t i = 0; i < made.size(); ++i) {
-        if (!guessed[i]) continue;
         const ColumnType now = made[i].type;
         ColumnType wanted = now;
-        if (targets[i] == Target::Any) wanted = FromSeen(seen[i]);
-        else if (now.jet == JetType::Long && (seen[i].real || seen[i].wide)) wanted = ColumnType::Double();
+        if (guessed[i] && targets[i] == Target::Any) wanted = FromSeen(seen[i]);
+        else if (guessed[i] && now.jet == JetType::Long && (seen[i].real || seen[i].wide)) wanted = ColumnType::Double();
+        if (wanted.jet == JetType::Text && seen[i].maxChars > static_cast<std::size_t>(wanted.width))
+            wanted = seen[i].maxChars > 255 ? ColumnType::Memo() : ColumnType::Text(static_cast<int>(seen[i].maxChars));
+        const store::Storage storage = wanted.storage();
+        textInNumbers |= seen[i].text && (storage == store::Storage::Integer || storage == store::Storage::Real);
         if (!(wanted == now)) st.AlterColumnType(table, made[i].name, wanted);
     }
+    // Text where the plant declared numbers (only a SQLite plant can hold it): as the store does.
+    if (textInNumbers) st.FitTypesToData(table);
 }
 
 TransferResult Finish(store::Store& st, const std::string& table, std::int64_t rows) {
@@ -189,12 +211,13 @@ void CopyCell(sqlite3_context* ctx, int, sqlite3_value** argv) {
     switch (sqlite3_value_type(v)) {
         case SQLITE_NULL: sqlite3_result_null(ctx); return;
         case SQLITE_TEXT: {
-            seen.text = true;
             const auto* p = reinterpret_cast<const char*>(sqlite3_value_text(v));
             const std::string_view t(p ? p : "", static_cast<std::size_t>(sqlite3_value_bytes(v)));
             if (!NeedsCleaning(t)) {
+                seen.Text(t);
                 sqlite3_result_value(ctx, v);
             } else if (auto cleaned = CleanCopiedText(t)) {
+                seen.Text(*cleaned);
                 ResultText(ctx, *cleaned);
             } else {
                 sqlite3_result_null(ctx);
@@ -205,7 +228,11 @@ void CopyCell(sqlite3_context* ctx, int, sqlite3_value** argv) {
             seen.integer = true;
             const std::int64_t n = sqlite3_value_int64(v);
             if (!Fits32(n)) seen.wide = true;
-            if (target == Target::Text) return ResultText(ctx, std::to_string(n));
+            if (target == Target::Text) {
+                const std::string text = std::to_string(n);
+                seen.Text(text);
+                return ResultText(ctx, text);
+            }
             if (target == Target::Boolean) return sqlite3_result_int64(ctx, n ? -1 : 0);
             if (target == Target::Long && !Fits32(n) && !c.guessed[i])
                 return SetError(ctx, c, OverflowText(c.table, (*c.names)[i], std::to_string(n)));
@@ -215,7 +242,11 @@ void CopyCell(sqlite3_context* ctx, int, sqlite3_value** argv) {
         case SQLITE_FLOAT: {
             seen.real = true;
             const double r = sqlite3_value_double(v);
-            if (target == Target::Text) return ResultText(ctx, store::FormatAccessNumber(r));
+            if (target == Target::Text) {
+                const std::string text = store::FormatAccessNumber(r);
+                seen.Text(text);
+                return ResultText(ctx, text);
+            }
             if (target == Target::Boolean) return sqlite3_result_int64(ctx, r != 0 ? -1 : 0);
             if (target == Target::Long && !c.guessed[i]) {
                 if (std::trunc(r) != r || r < std::numeric_limits<std::int32_t>::min() ||
@@ -354,8 +385,7 @@ TransferResult CopyFromSqlitePlant(const SqlitePlantConnection& plant, std::stri
         st.DropTable(ctx.table);
         throw;
     }
-    FixGuessedTypes(st, ctx.table, made, ctx.targets, ctx.guessed, ctx.seen);
-    st.FitTypesToData(ctx.table);
+    FitCopiedTypes(st, ctx.table, made, ctx.targets, ctx.guessed, ctx.seen);
     return Finish(st, ctx.table, rows);
 }
 
@@ -446,24 +476,32 @@ TransferResult CopyCursorToStore(RowCursor& cursor, store::Store& st, std::strin
         std::int64_t rows = 0;
         try {
             std::vector<std::string> names;
-            for (const ColumnDef& d : made) names.push_back(d.name);
-            store::BulkInsert bulk(st, name, names);
+            std::string columns, marks;
+            for (const ColumnDef& d : made) {
+                columns += (names.empty() ? "" : ", ") + store::QuoteName(d.name);
+                marks += names.empty() ? "?" : ", ?";
+                names.push_back(d.name);
+            }
+            store::Transaction tx(st.handle());
+            store::Statement insert(st.handle(),
+                                    "INSERT INTO " + store::QuoteName(name) + " (" + columns + ") VALUES (" + marks + ")");
             std::vector<std::string> scratch(fields.size());
             const int n = static_cast<int>(fields.size());
             for (; hasRow; hasRow = cursor.Next()) {
                 for (int i = 0; i < n; ++i) {
                     const auto k = static_cast<std::size_t>(i);
-                    BindCell(bulk, i, targets[k], guessed[k], cursor.Get(i), scratch[k], seen[k], name, names[k]);
+                    BindCell(insert, i, targets[k], guessed[k], cursor.Get(i), scratch[k], seen[k], name, names[k]);
                 }
-                bulk.Insert();
+                insert.Run();
                 if (++rows % 20000 == 0) DoEvents();
             }
-            bulk.Commit();
+            insert = store::Statement();
+            tx.Commit();
         } catch (...) {
             st.DropTable(name);
             throw;
         }
-        FixGuessedTypes(st, name, made, targets, guessed, seen);
+        FitCopiedTypes(st, name, made, targets, guessed, seen);
         return Finish(st, name, rows);
     });
 }

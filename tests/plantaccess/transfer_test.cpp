@@ -77,6 +77,7 @@ protected:
                "CREATE TABLE T_BIG(SP_ID VARCHAR(32), N INTEGER);"
                "INSERT INTO T_BIG VALUES('A', 1), ('B', 3000000000);"
                "CREATE TABLE T_Y(V VARCHAR(10)); INSERT INTO T_Y VALUES('plant');"
+               "CREATE TABLE T_ODD(N INTEGER); INSERT INTO T_ODD VALUES(1), ('n/a');"
                "CREATE TABLE T_E(K VARCHAR(10), N INTEGER);"
                "INSERT INTO T_E VALUES('k1', NULL), ('k2', 2), ('k3', 3);");
         plant = SqlitePlantConnection::Open("plant", plantFolder, "PID");
@@ -137,6 +138,10 @@ TEST_F(TransferTest, TypesAndValuesOfPlainColumns) {
     }
     EXPECT_EQ(TypeOf("T_X", "Raw"), ColumnType::OLE());
     EXPECT_EQ(st->QueryValue("SELECT typeof(Whole) FROM T_X WHERE SP_ID = 'A'").text(), "integer");
+    // Text where the plant declared numbers (a SQLite plant can hold it) makes the column text.
+    CopyBothWays("SELECT N FROM T_ODD", "T_ODD");
+    EXPECT_TRUE(TypeOf("T_ODD", "N").isText());
+    EXPECT_EQ(Column("T_ODD", "N"), (std::vector<std::string>{"1", "n/a"}));
     // Text compares of the copied table ignore case, as every store table's do.
     EXPECT_EQ(st->QueryValue("SELECT count(*) FROM T_X WHERE SP_ID = 'a'").integer(), 1);
 }
