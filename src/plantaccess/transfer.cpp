@@ -426,7 +426,11 @@ std::optional<ColumnType> CopyColumnType(const FieldInfo& f) {
 }
 
 bool NeedsCleaning(std::string_view text) {
-    return text.empty() || text.find_first_of("\r\n\t") != std::string_view::npos;
+    if (text.empty()) return true;
+    // A plain loop: find_first_of looks each character up in the set with memchr.
+    for (const char c : text)
+        if (static_cast<unsigned char>(c) <= '\r' && (c == '\r' || c == '\n' || c == '\t')) return true;
+    return false;
 }
 
 std::optional<std::string> CleanCopiedText(std::string_view text) {
