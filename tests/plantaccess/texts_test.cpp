@@ -35,38 +35,23 @@ TEST(Texts, SchemaRowStatements) {
 }
 
 TEST(Texts, DialectPieces) {
+    // The quick existence query, built with every dialect's pieces in one text.
     const struct {
         Dialect d;
-        const char* table;
-        const char* top;
-        const char* rownum;
-        const char* limit;
-        bool alter;
-        bool oracleTexts;
+        const char* probe;
     } cases[] = {
-        {Dialect::Oracle, "T_PLANTITEM", "", " and ROWNUM <2", "", true, true},
-        {Dialect::SqlServer, "pid.T_PLANTITEM", " TOP 1 ", "", "", false, false},
-        {Dialect::AccessCopy, "T_PLANTITEM", "", "", "", false, false},
-        {Dialect::Sqlite, "T_PLANTITEM", "", "", " LIMIT 1", false, true},
+        {Dialect::Oracle, "select 1 from t where not c is null AND ROWNUM <2"},
+        {Dialect::SqlServer, "select  TOP 1 1 from pid.t where not c is null"},
+        {Dialect::AccessCopy, "select 1 from t where not c is null"},
+        {Dialect::Sqlite, "select 1 from t where not c is null LIMIT 1"},
     };
     for (const auto& c : cases) {
-        const auto name = DialectName(c.d);
-        EXPECT_EQ(GetFullTableName(c.d, "pid.", "T_PLANTITEM"), c.table) << name;
-        EXPECT_EQ(TopOne(c.d), c.top) << name;
-        EXPECT_EQ(RowNumBelow2(c.d), c.rownum) << name;
-        EXPECT_EQ(LimitOne(c.d), c.limit) << name;
-        EXPECT_EQ(NeedsAlterSession(c.d), c.alter) << name;
-        EXPECT_EQ(UsesOracleTexts(c.d), c.oracleTexts) << name;
-        // The quick existence query with every dialect's pieces in one text.
-        const std::string probe = "select " + std::string(TopOne(c.d)) + "1 from " +
-                                  GetFullTableName(c.d, "pid.", "t") + " where not c is null" +
-                                  RowNumBelow2(c.d, "AND") + std::string(LimitOne(c.d));
-        const char* expected = c.d == Dialect::Sqlite   ? "select 1 from t where not c is null LIMIT 1"
-                               : c.d == Dialect::Oracle ? "select 1 from t where not c is null AND ROWNUM <2"
-                               : c.d == Dialect::SqlServer ? "select  TOP 1 1 from pid.t where not c is null"
-                                                           : "select 1 from t where not c is null";
-        EXPECT_EQ(probe, expected) << name;
+        const std::string probe = "select " + std::string(TopOne(c.d)) + "1 from " + GetFullTableName(c.d, "pid.", "t") +
+                                  " where not c is null" + RowNumBelow2(c.d, "AND") + std::string(LimitOne(c.d));
+        EXPECT_EQ(probe, c.probe) << DialectName(c.d);
     }
+    EXPECT_TRUE(NeedsAlterSession(Dialect::Oracle));
+    EXPECT_FALSE(NeedsAlterSession(Dialect::Sqlite));
     EXPECT_EQ(OrgColumnName("Plantitem_itemtag"), "Org_Plantitem_itemtag");
 }
 
@@ -203,13 +188,12 @@ TEST(Texts, FieldsOfSqliteDeclarations) {
         int precision;
         int scale;
     } cases[] = {
-        {"VARCHAR(32)", ado::kVarWChar, 32, 0, 0},     {"varchar2 ( 40 )", ado::kVarWChar, 40, 0, 0},
-        {"TEXT", ado::kVarWChar, 0, 0, 0},             {"CLOB", ado::kLongVarWChar, 0, 0, 0},
-        {"INTEGER", ado::kInteger, 0, 0, 0},           {"BIGINT", ado::kBigInt, 0, 0, 0},
-        {"NUMERIC(10,0)", ado::kNumeric, 0, 10, 0},    {"NUMBER(12, 3)", ado::kNumeric, 0, 12, 3},
-        {"DECIMAL", ado::kDecimal, 0, 0, 0},           {"FLOAT", ado::kDouble, 0, 0, 0},
-        {"TIMESTAMP", ado::kDBTimeStamp, 0, 0, 0},     {"BLOB", ado::kLongVarBinary, 0, 0, 0},
-        {"BIT", ado::kBoolean, 0, 0, 0},               {"", ado::kEmpty, 0, 0, 0},
+        {"varchar2 ( 40 )", ado::kVarWChar, 40, 0, 0},  // case and blanks as SQLite keeps them
+        {"TEXT", ado::kVarWChar, 0, 0, 0},              // no width: unknown
+        {"NUMBER(12, 3)", ado::kNumeric, 0, 12, 3},
+        {"NUMERIC(10)", ado::kNumeric, 0, 10, 0},
+        {"NUMERIC", ado::kNumeric, 0, 0, 0},            // no precision told
+        {"", ado::kEmpty, 0, 0, 0},                     // an expression
         {"WHATEVER", ado::kEmpty, 0, 0, 0},
     };
     for (const auto& c : cases) {

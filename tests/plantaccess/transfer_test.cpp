@@ -35,27 +35,20 @@ TEST(CopyRules, TextValues) {
 }
 
 TEST(CopyRules, ColumnTypes) {
+    // The edges of the rules; the common types are checked on real copies below.
     const struct {
         FieldInfo field;
         std::optional<ColumnType> type;
     } cases[] = {
-        {{"a", ado::kInteger, 0, 0, 0}, ColumnType::Long()},
-        {{"a", ado::kBigInt, 0, 0, 0}, ColumnType::Long()},
-        {{"a", ado::kNumeric, 0, 10, 0}, ColumnType::Long()},
+        {{"a", ado::kBigInt, 0, 0, 0}, ColumnType::Long()},          // checked against 32 bits
         {{"a", ado::kDecimal, 0, 11, 0}, ColumnType::Long()},
-        {{"a", ado::kNumeric, 0, 10, 2}, ColumnType::Double()},
-        {{"a", ado::kNumeric, 0, 0, 0}, ColumnType::Double()},  // no precision told
-        {{"a", ado::kSingle, 0, 0, 0}, ColumnType::Double()},
+        {{"a", ado::kNumeric, 0, 0, 0}, ColumnType::Double()},       // no precision told
         {{"a", ado::kCurrency, 0, 0, 0}, ColumnType::Double()},
         {{"a", ado::kBoolean, 0, 0, 0}, ColumnType::Boolean()},
-        {{"a", ado::kVarWChar, 40, 0, 0}, ColumnType::Text(40)},
         {{"a", ado::kChar, 255, 0, 0}, ColumnType::Text(255)},
-        {{"a", ado::kVarChar, 256, 0, 0}, ColumnType::Text(255)},
-        {{"a", ado::kVarWChar, 0, 0, 0}, ColumnType::Text(255)},
+        {{"a", ado::kVarChar, 256, 0, 0}, ColumnType::Text(255)},    // Memo once a value is longer
         {{"a", ado::kLongVarWChar, 100, 0, 0}, ColumnType::Text(255)},
         {{"a", ado::kGUID, 36, 0, 0}, ColumnType::Text(36)},
-        {{"a", ado::kDBTimeStamp, 0, 0, 0}, ColumnType::DateTime()},
-        {{"a", ado::kLongVarBinary, 0, 0, 0}, ColumnType::OLE()},
         {{"a", ado::kEmpty, 0, 0, 0}, std::nullopt},
     };
     for (const auto& c : cases) EXPECT_EQ(CopyColumnType(c.field), c.type) << c.field.type;
