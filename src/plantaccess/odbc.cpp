@@ -235,10 +235,62 @@ Cell ParseNumber(std::string_view text) {
     return cell;
 }
 
+// Buffers of bound parameters. They stay put as long as the statement lives (the cursor keeps
+// them), whatever a driver reads when.
+struct Parameters {
+    std::vector<std::u16string> texts;
+    std::vector<std::int64_t> ints;
+    std::vector<double> reals;
+    std::vector<SQLLEN> ind;
+
+    void Bind(const Handle& stmt, const store::Row& params, std::string_view secret) {
+        texts.reserve(params.size());
+        ints.reserve(params.size());
+        reals.reserve(params.size());
+        ind.assign(params.size(), 0);
+        for (std::size_t i = 0; i < params.size(); ++i) {
+            const store::Value& v = params[i];
+            const auto n = static_cast<SQLUSMALLINT>(i + 1);
+            SQLRETURN rc;
+            if (v.isNull()) {
+                ind[i] = SQL_NULL_DATA;
+                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 1, 0,
+                                      nullptr, 0, &ind[i]);
+            } else if (v.isInteger()) {
+                ints.push_back(v.integer());
+                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_SBIGINT, SQL_BIGINT, 0, 0,
+                                      &ints.back(), 0, &ind[i]);
+            } else if (v.isReal()) {
+                reals.push_back(v.real());
+                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_DOUBLE, SQL_DOUBLE, 0, 0,
+                                      &reals.back(), 0, &ind[i]);
+            } else if (v.isText()) {
+                texts.push_back(Utf8ToUtf16(v.text()));
+                std::u16string& t = texts.back();
+                ind[i] = static_cast<SQLLEN>(t.size() * sizeof(SQLWCHAR));
+                const SQLULEN size = std::max<SQLULEN>(t.size(), 1);
+                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_WCHAR,
+                                      size > static_cast<SQLULEN>(kLongColumnChars) ? SQL_WLONGVARCHAR : SQL_WVARCHAR,
+                                      size, 0, W(t), ind[i], &ind[i]);
+            } else {
+                const store::Blob& b = v.blob();
+                ind[i] = static_cast<SQLLEN>(b.size());
+                const SQLULEN size = std::max<SQLULEN>(b.size(), 1);
+                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_BINARY,
+                                      size > kMaxBoundBinary ? SQL_LONGVARBINARY : SQL_VARBINARY, size,
+                                      0, const_cast<std::uint8_t*>(b.data()), ind[i], &ind[i]);
+            }
+            Check(rc, stmt, "BindParameter", secret);
+        }
+    }
+};
+
+
 class OdbcCursor : public RowCursor {
 public:
-    OdbcCursor(std::shared_ptr<OdbcConnection> owner, Handle stmt, SQLSMALLINT columns, int maxRows)
-        : owner_(std::move(owner)), stmt_(std::move(stmt)) {
+    OdbcCursor(std::shared_ptr<OdbcConnection> owner, Handle stmt, Parameters params, SQLSMALLINT columns,
+               int maxRows)
+        : owner_(std::move(owner)), params_(std::move(params)), stmt_(std::move(stmt)) {
         Describe(columns);
         Bind(maxRows);
     }
@@ -517,6 +569,7 @@ private:
     }
 
     std::shared_ptr<OdbcConnection> owner_;
+    Parameters params_;  // before the statement, which goes first
     Handle stmt_;
     std::vector<FieldInfo> fields_;
     std::vector<Column> columns_;
@@ -528,55 +581,6 @@ private:
     std::size_t current_ = 0;
     bool done_ = false;
     bool hasUnbound_ = false;
-};
-
-// Buffers of bound parameters; they stay put until the statement has run.
-struct Parameters {
-    std::vector<std::u16string> texts;
-    std::vector<std::int64_t> ints;
-    std::vector<double> reals;
-    std::vector<SQLLEN> ind;
-
-    void Bind(const Handle& stmt, const store::Row& params, std::string_view secret) {
-        texts.reserve(params.size());
-        ints.reserve(params.size());
-        reals.reserve(params.size());
-        ind.assign(params.size(), 0);
-        for (std::size_t i = 0; i < params.size(); ++i) {
-            const store::Value& v = params[i];
-            const auto n = static_cast<SQLUSMALLINT>(i + 1);
-            SQLRETURN rc;
-            if (v.isNull()) {
-                ind[i] = SQL_NULL_DATA;
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 1, 0,
-                                      nullptr, 0, &ind[i]);
-            } else if (v.isInteger()) {
-                ints.push_back(v.integer());
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_SBIGINT, SQL_BIGINT, 0, 0,
-                                      &ints.back(), 0, &ind[i]);
-            } else if (v.isReal()) {
-                reals.push_back(v.real());
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_DOUBLE, SQL_DOUBLE, 0, 0,
-                                      &reals.back(), 0, &ind[i]);
-            } else if (v.isText()) {
-                texts.push_back(Utf8ToUtf16(v.text()));
-                std::u16string& t = texts.back();
-                ind[i] = static_cast<SQLLEN>(t.size() * sizeof(SQLWCHAR));
-                const SQLULEN size = std::max<SQLULEN>(t.size(), 1);
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_WCHAR,
-                                      size > static_cast<SQLULEN>(kLongColumnChars) ? SQL_WLONGVARCHAR : SQL_WVARCHAR,
-                                      size, 0, W(t), ind[i], &ind[i]);
-            } else {
-                const store::Blob& b = v.blob();
-                ind[i] = static_cast<SQLLEN>(b.size());
-                const SQLULEN size = std::max<SQLULEN>(b.size(), 1);
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_BINARY,
-                                      size > kMaxBoundBinary ? SQL_LONGVARBINARY : SQL_VARBINARY, size,
-                                      0, const_cast<std::uint8_t*>(b.data()), ind[i], &ind[i]);
-            }
-            Check(rc, stmt, "BindParameter", secret);
-        }
-    }
 };
 
 }  // namespace
@@ -649,7 +653,8 @@ std::unique_ptr<RowCursor> OdbcConnection::Run(std::string_view sql, const store
     if (rc != SQL_NO_DATA) Check(rc, stmt, "Execute", password_);
     SQLSMALLINT columns = 0;
     if (rc != SQL_NO_DATA) Check(SQLNumResultCols(stmt.get(), &columns), stmt, "Execute", password_);
-    if (columns > 0) return std::make_unique<OdbcCursor>(self, std::move(stmt), columns, maxRowsPerFetch_);
+    if (columns > 0)
+        return std::make_unique<OdbcCursor>(self, std::move(stmt), std::move(bound), columns, maxRowsPerFetch_);
     if (recordsAffected) {
         SQLLEN count = -1;
         if (rc == SQL_NO_DATA) count = 0;
