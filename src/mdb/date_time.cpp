@@ -23,6 +23,12 @@ constexpr std::int64_t kSecondsPerDay = 86400;
           "' is not a date of the form yyyy-mm-dd hh:mm:ss (years 100 to 9999).");
 }
 
+[[noreturn]] void NotADate(double v) {
+    char buf[32];
+    const auto r = std::to_chars(buf, buf + sizeof buf, v);  // not through the C locale
+    Raise("The value " + std::string(buf, r.ptr) + " is not an Access date.");
+}
+
 // Reads exactly `digits` digits at `pos`.
 bool ReadNumber(std::string_view text, std::size_t pos, std::size_t digits, int& value) {
     if (pos + digits > text.size()) return false;
@@ -74,7 +80,7 @@ DateTime DateTimeFromText(std::string_view text) {
 std::string DateTimeToText(DateTime value) {
     const double v = value.days;
     if (!std::isfinite(v) || std::fabs(v) > 3.0e6) {
-        Raise("The value " + std::to_string(v) + " is not an Access date.");
+        NotADate(v);
     }
     // Whole days toward zero, the time of day as the distance from there.
     double whole = std::trunc(v);
@@ -99,7 +105,7 @@ std::string DateTimeToText(DateTime value) {
             n /= 10;
         }
     };
-    if (y < 0 || y > 9999) Raise("The value " + std::to_string(v) + " is not an Access date.");
+    if (y < 0 || y > 9999) NotADate(v);
     put(buf, static_cast<unsigned>(y), 4);
     buf[4] = '-';
     put(buf + 5, mo, 2);

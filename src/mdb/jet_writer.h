@@ -33,9 +33,8 @@ public:
     // Completes the file (catalogue, indexes, maps, header) and renames it into place.
     void Commit();
 
-    class Impl;
-
 private:
+    class Impl;
     std::unique_ptr<Impl> impl_;
 };
 

@@ -1,6 +1,7 @@
 #include "mdb/row_encoder.h"
 
 #include <cfloat>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -33,6 +34,13 @@ const char* TypeName(JetType type) {
     return "unknown";
 }
 
+// Shortest exact form, independent of the process locale.
+std::string Number(double v) {
+    char buf[32];
+    const auto r = std::to_chars(buf, buf + sizeof buf, v);
+    return std::string(buf, r.ptr);
+}
+
 // The value as text for a message, cut short.
 std::string Show(const Value& value) {
     return std::visit(
@@ -45,15 +53,11 @@ std::string Show(const Value& value) {
             } else if constexpr (std::is_same_v<T, std::int64_t>) {
                 return std::to_string(v);
             } else if constexpr (std::is_same_v<T, double>) {
-                char buf[32];
-                std::snprintf(buf, sizeof buf, "%.17g", v);
-                return buf;
+                return Number(v);
             } else if constexpr (std::is_same_v<T, Currency>) {
                 return std::to_string(v.scaled) + "/10000";
             } else if constexpr (std::is_same_v<T, DateTime>) {
-                char buf[32];
-                std::snprintf(buf, sizeof buf, "%.17g", v.days);
-                return std::string("date ") + buf;
+                return "date " + Number(v.days);
             } else if constexpr (std::is_same_v<T, std::string>) {
                 std::string s = v.size() > 40 ? v.substr(0, 40) + "..." : v;
                 return "'" + s + "'";

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cmath>
 #include <limits>
 
@@ -101,6 +102,27 @@ TEST(JetLimits, AreRefusedWithMessagesNamingTableColumnAndValue) {
         }
         EXPECT_FALSE(fs::exists(dir / "x.mdb"));
     }
+}
+
+// Restores the C locale when the test ends.
+struct GermanLocale {
+    bool active = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+    ~GermanLocale() { std::setlocale(LC_ALL, "C"); }
+};
+
+TEST(JetLimits, MessagesAndFilesDoNotDependOnTheLocale) {
+    TempDir dir;
+    WriteDatabase(dir / "c.mdb", {One("T", {"A", JetType::Double}, 1.5)});
+    GermanLocale german;
+    if (!german.active) GTEST_SKIP() << "locale de_DE.UTF-8 is not installed";
+    try {
+        WriteDatabase(dir / "x.mdb", {One("T", {"A", JetType::Long}, 1.5)});
+        FAIL() << "accepted";
+    } catch (const Error& e) {
+        EXPECT_NE(e.description().find("1.5"), std::string::npos) << e.description();
+    }
+    WriteDatabase(dir / "g.mdb", {One("T", {"A", JetType::Double}, 1.5)});
+    EXPECT_TRUE(ReadBytes(dir / "g.mdb") == ReadBytes(dir / "c.mdb"));
 }
 
 TEST(JetLimits, TheLargestValuesOfEachKindAreAccepted) {
