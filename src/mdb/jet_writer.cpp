@@ -1,7 +1,9 @@
 #include "mdb/jet_writer.h"
 
+#include <algorithm>
 #include <array>
 #include <ctime>
+#include <memory>
 #include <random>
 
 #include "common/error.h"

@@ -8,12 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "mdb/jet_format.h"
+
 namespace tb::mdb {
 
 class PageFile {
 public:
     // `maxPages` is the size limit (2 GB); tests pass a smaller one.
-    explicit PageFile(std::filesystem::path target, std::uint32_t maxPages = 0x80000000u / 4096);
+    explicit PageFile(std::filesystem::path target, std::uint32_t maxPages = jet::kMaxPages);
     ~PageFile();  // removes the temporary file unless committed
     PageFile(const PageFile&) = delete;
     PageFile& operator=(const PageFile&) = delete;
