@@ -390,6 +390,11 @@ std::vector<ParsedRow> JetFile::TableRows(const ParsedTdef& tdef, std::vector<st
         for (std::size_t r = 0; r < slots.size(); ++r) {
             if (slots[r].first & 0x8000) continue;  // deleted, or the target of an overflow row
             auto bytes = RowBytes(page, static_cast<std::uint8_t>(r));
+            if (!bytes) {
+                problems.push_back("page " + std::to_string(page) + " row " + std::to_string(r) +
+                                   ": its offsets leave it no place");
+                continue;
+            }
             if (slots[r].first & 0x4000) {
                 // An overflow row: a pointer to where the row went when it grew.
                 if (bytes->size() < 4) {
