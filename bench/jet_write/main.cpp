@@ -38,7 +38,7 @@ const TableDef kTable{"Items",
 // Repeatable rows: a small linear congruential generator drives every value. Every 50th row
 // has a long note (stored outside the row), every 7th a Null note.
 class Rows : public RowSource {
-public:
+  public:
     explicit Rows(std::int64_t count) : count_(count) {}
 
     bool Next(Row& row) override {
@@ -56,7 +56,8 @@ public:
         row[4] = Currency{static_cast<std::int64_t>(r % 100000000)};
         row[5] = static_cast<double>(r % 1000000) / 1000.0;
         row[6] = static_cast<double>(r % 1000) / 7.0;
-        row[7] = DateTime{40000.0 + static_cast<double>(r % 10000) + static_cast<double>(r % 86400) / 86400.0};
+        row[7] = DateTime{40000.0 + static_cast<double>(r % 10000) +
+                          static_cast<double>(r % 86400) / 86400.0};
         row[8] = (r & 1) != 0;
         if (index_ % 7 == 0) {
             row[9] = Null{};
@@ -69,7 +70,7 @@ public:
     }
     std::int64_t RowCountHint() const override { return count_ - index_; }
 
-private:
+  private:
     std::uint64_t Step() {
         state_ = state_ * 6364136223846793005ull + 1442695040888963407ull;
         return state_ >> 16;
@@ -165,7 +166,8 @@ Timing Measure(F&& f) {
     const auto start = std::chrono::steady_clock::now();
     const double cpu = CpuSeconds();
     f();
-    return {std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), CpuSeconds() - cpu};
+    return {std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(),
+            CpuSeconds() - cpu};
 }
 
 double PeakMegabytes() {
@@ -174,7 +176,9 @@ double PeakMegabytes() {
     return static_cast<double>(usage.ru_maxrss) / 1024.0;  // ru_maxrss is in KiB on Linux
 }
 
-double Megabytes(const fs::path& file) { return static_cast<double>(fs::file_size(file)) / (1024.0 * 1024.0); }
+double Megabytes(const fs::path& file) {
+    return static_cast<double>(fs::file_size(file)) / (1024.0 * 1024.0);
+}
 
 }  // namespace
 
@@ -207,19 +211,26 @@ int main(int argc, char** argv) {
         const Timing rowTime = Measure([&] { MakeRowsOnly(count); });
         const double jetMb = Megabytes(mdb);
         const double csvMb = Megabytes(csv);
-        std::printf("rows                 %lld (ten columns: Counter, 2 Text, Long, Currency, Double, Single, "
-                    "DateTime, Boolean, Memo)\n",
-                    static_cast<long long>(count));
+        std::printf(
+            "rows                 %lld (ten columns: Counter, 2 Text, Long, Currency, Double, "
+            "Single, "
+            "DateTime, Boolean, Memo)\n",
+            static_cast<long long>(count));
         std::printf("                     wall s   cpu s   size MB  MB/s (wall)  rows/s (wall)\n");
-        std::printf("mdb                  %6.2f  %6.2f  %8.1f  %11.1f  %13.0f\n", jet.wall, jet.cpu, jetMb,
-                    jetMb / jet.wall, static_cast<double>(count) / jet.wall);
-        std::printf("csv (buffered)       %6.2f  %6.2f  %8.1f  %11.1f  %13.0f\n", csvTime.wall, csvTime.cpu, csvMb,
-                    csvMb / csvTime.wall, static_cast<double>(count) / csvTime.wall);
-        std::printf("making the rows      %6.2f  %6.2f  (included in both lines above)\n", rowTime.wall, rowTime.cpu);
-        std::printf("mdb / csv            wall %.2f, cpu %.2f\n", jet.wall / csvTime.wall, jet.cpu / csvTime.cpu);
-        std::printf("peak memory (RSS)    %.1f MB at start, %.1f MB after %lld rows (%.2f s), %.1f MB after %lld rows\n",
-                    baseline, smallPeak, static_cast<long long>(count / 10), small10.wall, jetPeak,
-                    static_cast<long long>(count));
+        std::printf("mdb                  %6.2f  %6.2f  %8.1f  %11.1f  %13.0f\n", jet.wall, jet.cpu,
+                    jetMb, jetMb / jet.wall, static_cast<double>(count) / jet.wall);
+        std::printf("csv (buffered)       %6.2f  %6.2f  %8.1f  %11.1f  %13.0f\n", csvTime.wall,
+                    csvTime.cpu, csvMb, csvMb / csvTime.wall,
+                    static_cast<double>(count) / csvTime.wall);
+        std::printf("making the rows      %6.2f  %6.2f  (included in both lines above)\n",
+                    rowTime.wall, rowTime.cpu);
+        std::printf("mdb / csv            wall %.2f, cpu %.2f\n", jet.wall / csvTime.wall,
+                    jet.cpu / csvTime.cpu);
+        std::printf(
+            "peak memory (RSS)    %.1f MB at start, %.1f MB after %lld rows (%.2f s), %.1f MB "
+            "after %lld rows\n",
+            baseline, smallPeak, static_cast<long long>(count / 10), small10.wall, jetPeak,
+            static_cast<long long>(count));
     } catch (const std::exception& e) {
         std::fprintf(stderr, "error: %s\n", e.what());
         return 1;

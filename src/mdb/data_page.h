@@ -10,13 +10,11 @@
 namespace tb::mdb::jet {
 
 class DataPage {
-public:
+  public:
     explicit DataPage(std::uint32_t owner = 0) { Reset(owner); }
     void Reset(std::uint32_t owner);
 
-    bool Fits(std::size_t rowSize) const {
-        return rows_ < kMaxRowsPerPage && rowSize + 2 <= free_;
-    }
+    bool Fits(std::size_t rowSize) const { return rows_ < kMaxRowsPerPage && rowSize + 2 <= free_; }
     // Adds a row that Fits() and returns its number on the page.
     std::uint8_t Add(const std::uint8_t* row, std::size_t size);
     // Reserves room for a row and returns where to write it.
@@ -30,7 +28,7 @@ public:
     // The largest row an empty page takes.
     static constexpr std::size_t kMaxRow = kPageSize - kDataHeaderSize - 2;
 
-private:
+  private:
     std::array<std::uint8_t, kPageSize> bytes_{};
     int rows_ = 0;
     std::size_t free_ = 0;

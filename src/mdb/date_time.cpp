@@ -40,7 +40,8 @@ bool ReadNumber(std::string_view text, std::size_t pos, std::size_t digits, int&
 
 bool Valid(int y, int mo, int d, int h, int mi, int s) {
     if (y < 100 || y > 9999 || h > 23 || mi > 59 || s > 59) return false;
-    return year_month_day(year(y) / month(static_cast<unsigned>(mo)) / day(static_cast<unsigned>(d)))
+    return year_month_day(year(y) / month(static_cast<unsigned>(mo)) /
+                          day(static_cast<unsigned>(d)))
         .ok();
 }
 
@@ -54,7 +55,8 @@ DateTime MakeDateTime(int y, int mo, int d, int h, int mi, int s) {
               std::to_string(s) + " in the range of Access dates.");
     }
     const std::int64_t days =
-        (sys_days(year(y) / month(static_cast<unsigned>(mo)) / day(static_cast<unsigned>(d))) - kEpoch)
+        (sys_days(year(y) / month(static_cast<unsigned>(mo)) / day(static_cast<unsigned>(d))) -
+         kEpoch)
             .count();
     const double fraction = static_cast<double>(h * 3600 + mi * 60 + s) / kSecondsPerDay;
     const double whole = static_cast<double>(days);
@@ -68,8 +70,9 @@ DateTime DateTimeFromText(std::string_view text) {
         BadDate(text);
     }
     if (text.size() != 10) {
-        if (text.size() != 19 || text[10] != ' ' || !ReadNumber(text, 11, 2, h) || text[13] != ':' ||
-            !ReadNumber(text, 14, 2, mi) || text[16] != ':' || !ReadNumber(text, 17, 2, s)) {
+        if (text.size() != 19 || text[10] != ' ' || !ReadNumber(text, 11, 2, h) ||
+            text[13] != ':' || !ReadNumber(text, 14, 2, mi) || text[16] != ':' ||
+            !ReadNumber(text, 17, 2, s)) {
             BadDate(text);
         }
     }

@@ -28,9 +28,9 @@ void ToggleHeaderMask(std::uint8_t* page) {
 
 void BuildHeaderPage(double createdDays, std::uint8_t* page) {
     std::memset(page, 0, kPageSize);
-    static constexpr std::uint8_t kSignature[] = {0x00, 0x01, 0x00, 0x00, 'S', 't', 'a', 'n', 'd',
-                                                  'a',  'r',  'd',  ' ',  'J', 'e', 't', ' ', 'D',
-                                                  'B',  0x00, 0x01, 0x00, 0x00, 0x00};
+    static constexpr std::uint8_t kSignature[] = {0x00, 0x01, 0x00, 0x00, 'S',  't',  'a',  'n',
+                                                  'd',  'a',  'r',  'd',  ' ',  'J',  'e',  't',
+                                                  ' ',  'D',  'B',  0x00, 0x01, 0x00, 0x00, 0x00};
     std::memcpy(page, kSignature, sizeof kSignature);  // ends with the version: 1 = Jet 4
 
     static constexpr std::uint8_t kMaskedHead[] = {0x00, 0x01, 0x00, 0x00, 0x01, 0x01, 0x00, 0x00,
@@ -40,7 +40,8 @@ void BuildHeaderPage(double createdDays, std::uint8_t* page) {
     Put16(page + 0x3C, 1252);  // code page
     Put32(page + 0x3E, 0);     // database key 0: pages are not encrypted
     // No password: the field holds only its mask, the creation date's whole days, repeated.
-    const auto mask = static_cast<std::uint32_t>(static_cast<std::int32_t>(std::trunc(createdDays)));
+    const auto mask =
+        static_cast<std::uint32_t>(static_cast<std::int32_t>(std::trunc(createdDays)));
     for (std::size_t i = 0; i < 10; ++i) Put32(page + 0x42 + 4 * i, mask);
     Put32(page + 0x6A, 0x261C);  // as in the Jet engine's own empty file; meaning unknown
     Put32(page + 0x6E, 0x0409);  // sort order 1033 "General", version 0

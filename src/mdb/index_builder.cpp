@@ -37,8 +37,8 @@ void BuildIndexPage(bool leaf, std::uint32_t tdefPage, std::uint32_t prev, std::
         std::memcpy(page + kIndexEntriesOffset + end, e.data(), e.size());
         end += e.size();
         // A set bit marks where an entry ends.
-        page[kIndexMaskOffset + end / 8] = static_cast<std::uint8_t>(page[kIndexMaskOffset + end / 8] |
-                                                                     (1u << (end % 8)));
+        page[kIndexMaskOffset + end / 8] =
+            static_cast<std::uint8_t>(page[kIndexMaskOffset + end / 8] | (1u << (end % 8)));
     }
     Put16(page + 2, static_cast<std::uint16_t>(kPageSize - kIndexEntriesOffset - end));
 }
@@ -64,7 +64,8 @@ void AppendLongKey(std::int32_t value, ByteVec& key) {
     key.push_back(kKeyPresent);
     // Big-endian with the sign bit flipped, so that bytes sort as numbers do.
     const std::uint32_t v = static_cast<std::uint32_t>(value) ^ 0x80000000u;
-    for (int shift = 24; shift >= 0; shift -= 8) key.push_back(static_cast<std::uint8_t>(v >> shift));
+    for (int shift = 24; shift >= 0; shift -= 8)
+        key.push_back(static_cast<std::uint8_t>(v >> shift));
 }
 
 bool AppendTextKeyPart(std::u16string_view text, ByteVec& key) {
@@ -72,7 +73,9 @@ bool AppendTextKeyPart(std::u16string_view text, ByteVec& key) {
     return AppendTextKey(text, key);
 }
 
-void AppendNullKey(ByteVec& key) { key.push_back(kKeyNull); }
+void AppendNullKey(ByteVec& key) {
+    key.push_back(kKeyNull);
+}
 
 IndexEntry MakeIndexEntry(ByteVec key, RowPointer row) {
     IndexEntry e;
@@ -94,7 +97,8 @@ std::uint32_t CountDistinctKeys(const std::vector<IndexEntry>& sorted) {
     std::uint32_t n = 0;
     for (std::size_t i = 0; i < sorted.size(); ++i) {
         if (i == 0 || sorted[i].keySize != sorted[i - 1].keySize ||
-            !std::equal(sorted[i].bytes.begin(), sorted[i].bytes.begin() + static_cast<long>(sorted[i].keySize),
+            !std::equal(sorted[i].bytes.begin(),
+                        sorted[i].bytes.begin() + static_cast<long>(sorted[i].keySize),
                         sorted[i - 1].bytes.begin())) {
             ++n;
         }
@@ -134,7 +138,8 @@ BuiltIndex WriteIndex(const std::vector<IndexEntry>& sorted, std::uint32_t tdefP
         std::vector<std::size_t> entrySizes;
         for (const LevelPage& child : level) {
             ByteVec e = child.last;
-            for (int shift = 24; shift >= 0; shift -= 8) e.push_back(static_cast<std::uint8_t>(child.number >> shift));
+            for (int shift = 24; shift >= 0; shift -= 8)
+                e.push_back(static_cast<std::uint8_t>(child.number >> shift));
             entrySizes.push_back(e.size());
             entries.push_back(std::move(e));
         }

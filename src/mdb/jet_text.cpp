@@ -89,6 +89,7 @@ struct CharCode {
     std::uint8_t extra;
 };
 
+// clang-format off
 constexpr CharCode kGeneralLegacy[256] = {
     {'X', 0, {0, 0}, 0}, {'U', 1, {0x03, 0x00}, 0}, {'U', 1, {0x04, 0x00}, 0}, {'U', 1, {0x05, 0x00}, 0},  // 00
     {'U', 1, {0x06, 0x00}, 0}, {'U', 1, {0x07, 0x00}, 0}, {'U', 1, {0x08, 0x00}, 0}, {'U', 1, {0x09, 0x00}, 0},  // 04
@@ -155,6 +156,7 @@ constexpr CharCode kGeneralLegacy[256] = {
     {'I', 1, {0x64, 0x00}, 0x21}, {'I', 1, {0x6F, 0x00}, 0x0F}, {'I', 1, {0x6F, 0x00}, 0x0E}, {'I', 1, {0x6F, 0x00}, 0x12},  // F8
     {'I', 1, {0x6F, 0x00}, 0x13}, {'I', 1, {0x76, 0x00}, 0x0E}, {'S', 2, {0x6D, 0x57}, 0}, {'I', 1, {0x76, 0x00}, 0x13},  // FC
 };
+// clang-format on
 
 constexpr std::uint8_t kEndText = 0x01;
 constexpr std::uint8_t kEndExtraText = 0x00;
@@ -167,7 +169,7 @@ bool AppendTextKey(std::u16string_view text, ByteVec& out) {
     if (text.size() > static_cast<std::size_t>(kMaxTextChars)) text = text.substr(0, kMaxTextChars);
     while (!text.empty() && text.back() == u' ') text.remove_suffix(1);
 
-    ByteVec extra;        // accent codes, one per character that has sort bytes
+    ByteVec extra;  // accent codes, one per character that has sort bytes
     std::size_t extraChars = 0;
     bool haveExtra = false;
     ByteVec unprintable;  // (position, 06, code) per unprintable character

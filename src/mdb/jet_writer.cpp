@@ -42,7 +42,7 @@ double SystemNow() {
 
 // Places usage-map rows on consecutive holder pages.
 class MapRows {
-public:
+  public:
     explicit MapRows(std::vector<std::uint32_t> pages) : pages_(std::move(pages)) {}
 
     RowPointer Add(const MapRow& row) {
@@ -60,12 +60,13 @@ public:
 
     void Write(PageFile& file) {
         if (current_ != kNone) flushed_.push_back(page_);
-        for (std::size_t i = 0; i < flushed_.size(); ++i) file.Write(pages_[i], flushed_[i].bytes());
+        for (std::size_t i = 0; i < flushed_.size(); ++i)
+            file.Write(pages_[i], flushed_[i].bytes());
         flushed_.clear();
         current_ = kNone;
     }
 
-private:
+  private:
     static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
     std::vector<std::uint32_t> pages_;
     std::size_t count_ = 0;
@@ -126,7 +127,7 @@ StoredRows StoreSystemRows(const SystemTable& table, const std::vector<Row>& row
 }  // namespace
 
 class JetWriter::Impl {
-public:
+  public:
     Impl(std::filesystem::path target, WriterOptions options)
         : file_(std::move(target)), options_(std::move(options)) {
         if (!options_.now) options_.now = SystemNow;
@@ -147,16 +148,19 @@ public:
     void AddTable(const TableDef& def, RowSource& rows);
     void Commit();
 
-private:
+  private:
     struct UserTable {
         std::string name;
         std::uint32_t tdefPage = 0;
     };
 
     void CheckUsable() const {
-        if (committed_) throw Error(kErrInternal, "The database " + file_.target().string() + " is already complete.");
+        if (committed_)
+            throw Error(kErrInternal,
+                        "The database " + file_.target().string() + " is already complete.");
         if (failed_) {
-            throw Error(kErrInternal, "An earlier error left the database " + file_.target().string() +
+            throw Error(kErrInternal, "An earlier error left the database " +
+                                          file_.target().string() +
                                           " incomplete; it cannot be written further.");
         }
     }
@@ -178,12 +182,14 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
             Utf8ToUnits(def.name, units);
             ByteVec key;
             if (!AppendTextKey(units, key)) {
-                Raise("The name of table \"" + def.name +
-                      "\" holds characters beyond Latin-1, which the catalogue index of this writer "
-                      "cannot sort yet.");
+                Raise(
+                    "The name of table \"" + def.name +
+                    "\" holds characters beyond Latin-1, which the catalogue index of this writer "
+                    "cannot sort yet.");
             }
             for (const ByteVec& taken : takenNames_) {
-                if (taken == key) Raise("The database already has a table named \"" + def.name + "\".");
+                if (taken == key)
+                    Raise("The database already has a table named \"" + def.name + "\".");
             }
             takenNames_.push_back(std::move(key));
         }
@@ -199,7 +205,8 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
         std::vector<std::uint32_t> tdefPages(TdefPageCount(EncodedTableDefinitionSize(tdef)));
         for (auto& p : tdefPages) p = file_.Allocate();
         const std::size_t mapRowCount = 2 + 2 * tdef.longValues.size();
-        std::vector<std::uint32_t> holderPages((mapRowCount + kMapRowsPerPage - 1) / kMapRowsPerPage);
+        std::vector<std::uint32_t> holderPages((mapRowCount + kMapRowsPerPage - 1) /
+                                               kMapRowsPerPage);
         for (auto& p : holderPages) p = file_.Allocate();
         const std::uint32_t owner = tdefPages.front();
 
@@ -218,7 +225,8 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
         Row row;
         while (rows.Next(row)) {
             ++count;
-            if (count > 0xFFFFFFFFu) Raise("The table \"" + def.name + "\" has more rows than Access counts.");
+            if (count > 0xFFFFFFFFu)
+                Raise("The table \"" + def.name + "\" has more rows than Access counts.");
             const ByteVec& bytes = encoder.Encode(row, count);
             if (!page.Fits(bytes.size())) {
                 lastDataPage = file_.Allocate();
@@ -246,11 +254,14 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
         // column's pages and its page with room.
         MapRows maps(holderPages);
         tdef.ownedPages = maps.Add(BuildUsageMap(dataPages, file_));
-        tdef.freePages = maps.Add(lastHasRoom ? BuildUsageMap(OnePage(lastDataPage), file_) : MapRow{});
+        tdef.freePages =
+            maps.Add(lastHasRoom ? BuildUsageMap(OnePage(lastDataPage), file_) : MapRow{});
         for (std::size_t i = 0; i < longValues.size(); ++i) {
             tdef.longValues[i].ownedPages = maps.Add(BuildUsageMap(longValues[i].pages(), file_));
-            tdef.longValues[i].freePages = maps.Add(
-                longValues[i].hasOpenPage() ? BuildUsageMap(OnePage(longValues[i].openPage()), file_) : MapRow{});
+            tdef.longValues[i].freePages =
+                maps.Add(longValues[i].hasOpenPage()
+                             ? BuildUsageMap(OnePage(longValues[i].openPage()), file_)
+                             : MapRow{});
         }
         maps.Write(file_);
 
@@ -259,7 +270,8 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
         WriteDefinition(tdef, tdefPages, file_);
         tables_.push_back({def.name, owner});
         file_.SetContext({});
-        if (!meter) ShowProgress("Writing table " + def.name + ": " + std::to_string(count) + " rows");
+        if (!meter)
+            ShowProgress("Writing table " + def.name + ": " + std::to_string(count) + " rows");
     } catch (...) {
         failed_ = true;
         throw;
@@ -278,7 +290,8 @@ void JetWriter::Impl::Commit() {
         std::vector<AceRow> aces = SystemAceRows();
         for (const UserTable& t : tables_) {
             const auto id = static_cast<std::int32_t>(t.tdefPage);
-            catalog.push_back({id, kTablesContainerId, t.name, kObjectTypeTable, NewTableOwner(), 0});
+            catalog.push_back(
+                {id, kTablesContainerId, t.name, kObjectTypeTable, NewTableOwner(), 0});
             for (AceRow& ace : NewTableAces(id)) aces.push_back(std::move(ace));
         }
         std::vector<Row> catalogValues;
@@ -325,8 +338,8 @@ void JetWriter::Impl::Commit() {
             }
             const PageSet& dataPages = stored[t].pages;
             def.ownedPages = maps.Add(BuildUsageMap(dataPages, file_));
-            def.freePages = maps.Add(stored[t].lastHasRoom ? BuildUsageMap(OnePage(dataPages.last()), file_)
-                                                           : MapRow{});
+            def.freePages = maps.Add(
+                stored[t].lastHasRoom ? BuildUsageMap(OnePage(dataPages.last()), file_) : MapRow{});
             // Long-value maps are placed by column number but listed in stored order.
             std::vector<std::uint16_t> lvNumbers;
             for (const TdefColumn& c : spec.columns) {
@@ -351,7 +364,8 @@ void JetWriter::Impl::Commit() {
             for (std::size_t i = 0; i < spec.indexes.size(); ++i) {
                 std::vector<IndexEntry>& list = entries[t][i];
                 SortIndexEntries(list);
-                const BuiltIndex built = WriteIndex(list, spec.tdefPage, spec.indexes[i].firstPage, file_);
+                const BuiltIndex built =
+                    WriteIndex(list, spec.tdefPage, spec.indexes[i].firstPage, file_);
                 TdefRealIndex index;
                 index.columns = spec.indexes[i].columns;
                 index.usageMap = maps.Add(BuildUsageMap(built.pages, file_));
@@ -391,9 +405,13 @@ JetWriter::JetWriter(std::filesystem::path target, WriterOptions options)
 
 JetWriter::~JetWriter() = default;
 
-void JetWriter::AddTable(const TableDef& def, RowSource& rows) { impl_->AddTable(def, rows); }
+void JetWriter::AddTable(const TableDef& def, RowSource& rows) {
+    impl_->AddTable(def, rows);
+}
 
-void JetWriter::Commit() { impl_->Commit(); }
+void JetWriter::Commit() {
+    impl_->Commit();
+}
 
 VectorRowSource::VectorRowSource(std::vector<Row> rows) : rows_(std::move(rows)) {}
 

@@ -17,12 +17,13 @@
 namespace tb::mdb {
 
 struct WriterOptions {
-    std::function<double()> now;           // creation time as DateTime days; default: system clock
-    std::function<std::uint32_t()> random;  // for any random/identifier bytes; default: random device
+    std::function<double()> now;  // creation time as DateTime days; default: system clock
+    std::function<std::uint32_t()>
+        random;  // for any random/identifier bytes; default: random device
 };
 
 class JetWriter {
-public:
+  public:
     explicit JetWriter(std::filesystem::path target, WriterOptions options = {});
     ~JetWriter();  // without Commit(): removes the temporary file
     JetWriter(const JetWriter&) = delete;
@@ -33,19 +34,19 @@ public:
     // Completes the file (catalogue, indexes, maps, header) and renames it into place.
     void Commit();
 
-private:
+  private:
     class Impl;
     std::unique_ptr<Impl> impl_;
 };
 
 // Convenience for small tables held in memory.
 class VectorRowSource : public RowSource {
-public:
+  public:
     explicit VectorRowSource(std::vector<Row> rows);
     bool Next(Row& row) override;
     std::int64_t RowCountHint() const override;
 
-private:
+  private:
     std::vector<Row> rows_;
     std::size_t next_ = 0;
 };

@@ -14,7 +14,7 @@ class PageFile;
 namespace tb::mdb::jet {
 
 class LongValueColumn {
-public:
+  public:
     explicit LongValueColumn(PageFile& file) : file_(file), page_(kLvalOwner) {}
 
     // Stores `size` bytes and writes the 12-byte descriptor that the row keeps.
@@ -27,7 +27,7 @@ public:
     bool hasOpenPage() const { return open_; }
     std::uint32_t openPage() const { return pageNumber_; }
 
-private:
+  private:
     // Makes sure the shared page has room for a row of `size` bytes.
     void Reserve(std::size_t size);
     void WriteShared();

@@ -18,7 +18,9 @@ namespace {
 // Pages kept in memory before one write() sends them out.
 constexpr std::uint32_t kBufferedPages = 256;
 
-std::string SystemMessage(int err) { return std::strerror(err); }
+std::string SystemMessage(int err) {
+    return std::strerror(err);
+}
 
 }  // namespace
 
@@ -67,7 +69,8 @@ std::uint32_t PageFile::Allocate() {
 }
 
 void PageFile::Write(std::uint32_t page, const std::uint8_t* bytes) {
-    if (page >= count_) throw Error(kErrInternal, "Page " + std::to_string(page) + " not allocated");
+    if (page >= count_)
+        throw Error(kErrInternal, "Page " + std::to_string(page) + " not allocated");
     if (page >= flushed_) {
         std::memcpy(buffer_.data() + std::size_t{page - flushed_} * jet::kPageSize, bytes,
                     jet::kPageSize);
@@ -88,7 +91,8 @@ void PageFile::WriteAt(std::uint64_t offset, const std::uint8_t* bytes, std::siz
         const ssize_t n = ::pwrite(fd_, bytes, size, static_cast<off_t>(offset));
         if (n < 0) {
             if (errno == EINTR) continue;
-            throw Error(kErrFileAccess, "Cannot write " + temp_.string() + ": " + SystemMessage(errno));
+            throw Error(kErrFileAccess,
+                        "Cannot write " + temp_.string() + ": " + SystemMessage(errno));
         }
         bytes += n;
         size -= static_cast<std::size_t>(n);

@@ -13,7 +13,7 @@
 namespace tb::mdb {
 
 class PageFile {
-public:
+  public:
     // `maxPages` is the size limit (2 GB); tests pass a smaller one.
     explicit PageFile(std::filesystem::path target, std::uint32_t maxPages = jet::kMaxPages);
     ~PageFile();  // removes the temporary file unless committed
@@ -34,7 +34,7 @@ public:
     const std::filesystem::path& target() const { return target_; }
     const std::filesystem::path& temporary() const { return temp_; }
 
-private:
+  private:
     void Flush();
     void WriteAt(std::uint64_t offset, const std::uint8_t* bytes, std::size_t size);
     void Close() noexcept;

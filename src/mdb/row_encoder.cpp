@@ -16,20 +16,34 @@ namespace {
 
 const char* TypeName(JetType type) {
     switch (type) {
-        case JetType::Boolean: return "Boolean";
-        case JetType::Byte: return "Byte";
-        case JetType::Integer: return "Integer";
-        case JetType::Long: return "Long";
-        case JetType::Currency: return "Currency";
-        case JetType::Single: return "Single";
-        case JetType::Double: return "Double";
-        case JetType::DateTime: return "DateTime";
-        case JetType::Binary: return "Binary";
-        case JetType::Text: return "Text";
-        case JetType::OLE: return "OLE";
-        case JetType::Memo: return "Memo";
-        case JetType::GUID: return "GUID";
-        case JetType::Numeric: return "Decimal";
+        case JetType::Boolean:
+            return "Boolean";
+        case JetType::Byte:
+            return "Byte";
+        case JetType::Integer:
+            return "Integer";
+        case JetType::Long:
+            return "Long";
+        case JetType::Currency:
+            return "Currency";
+        case JetType::Single:
+            return "Single";
+        case JetType::Double:
+            return "Double";
+        case JetType::DateTime:
+            return "DateTime";
+        case JetType::Binary:
+            return "Binary";
+        case JetType::Text:
+            return "Text";
+        case JetType::OLE:
+            return "OLE";
+        case JetType::Memo:
+            return "Memo";
+        case JetType::GUID:
+            return "GUID";
+        case JetType::Numeric:
+            return "Decimal";
     }
     return "unknown";
 }
@@ -131,7 +145,8 @@ void RowEncoder::EncodeFixed(const ColumnLayout& c, const Value& value, std::uin
             Put16(at, static_cast<std::uint16_t>(i));
             break;
         case JetType::Long:
-            range(std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max());
+            range(std::numeric_limits<std::int32_t>::min(),
+                  std::numeric_limits<std::int32_t>::max());
             Put32(at, static_cast<std::uint32_t>(i));
             if (c.autoNumber && i > static_cast<std::int64_t>(lastAutoNumber_)) {
                 lastAutoNumber_ = static_cast<std::uint32_t>(i);
@@ -210,7 +225,8 @@ void RowEncoder::EncodeLongValue(const ColumnLayout& c, const Value& value, long
     if (c.type == JetType::Memo) {
         const auto* text = std::get_if<std::string>(&value);
         if (!text) Fail(c, "the value " + Show(value) + " is not text.");
-        if (!Utf8ToUnits(*text, units_)) Fail(c, "the text " + Show(value) + " is not valid UTF-8.");
+        if (!Utf8ToUnits(*text, units_))
+            Fail(c, "the text " + Show(value) + " is not valid UTF-8.");
         AppendText(units_, c.compress && units_.size() <= kMaxCompressedMemoChars, payload_);
     } else {
         if (const auto* b = std::get_if<Bytes>(&value)) {
@@ -230,8 +246,8 @@ void RowEncoder::EncodeLongValue(const ColumnLayout& c, const Value& value, long
         Put32(out_.data() + at, static_cast<std::uint32_t>(payload_.size()) | kLongValueInline);
         out_.insert(out_.end(), payload_.begin(), payload_.end());
     } else {
-        (*longValues_)[static_cast<std::size_t>(c.longValueSlot)].Store(payload_.data(), payload_.size(),
-                                                                     out_.data() + at);
+        (*longValues_)[static_cast<std::size_t>(c.longValueSlot)].Store(
+            payload_.data(), payload_.size(), out_.data() + at);
     }
     budget -= static_cast<long>(out_.size() - at);
 }
@@ -241,7 +257,8 @@ const ByteVec& RowEncoder::Encode(const Row& row, std::uint64_t rowNumber) {
     const std::size_t columnCount = layout_.columns.size();
     if (row.size() != columnCount) {
         Raise("Table \"" + layout_.name + "\", row " + std::to_string(rowNumber) + ": " +
-              std::to_string(row.size()) + " values for " + std::to_string(columnCount) + " columns.");
+              std::to_string(row.size()) + " values for " + std::to_string(columnCount) +
+              " columns.");
     }
     out_.assign(2 + layout_.fixedSize, 0);
     Put16(out_.data(), static_cast<std::uint16_t>(columnCount));
@@ -274,7 +291,8 @@ const ByteVec& RowEncoder::Encode(const Row& row, std::uint64_t rowNumber) {
         }
         if (null) {
             if (!c.autoNumber) continue;
-            if (lastAutoNumber_ >= static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max())) {
+            if (lastAutoNumber_ >=
+                static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max())) {
                 Fail(c, "the auto-numbers are used up.");
             }
             Put32(out_.data() + 2 + c.fixedOffset, ++lastAutoNumber_);
@@ -307,9 +325,9 @@ const ByteVec& RowEncoder::Encode(const Row& row, std::uint64_t rowNumber) {
                         Fail(c, "the text " + Show(value) + " is not valid UTF-8.");
                     }
                     if (units_.size() > c.maxLength) {
-                        Fail(c, "the text " + Show(value) + " has " + std::to_string(units_.size()) +
-                                    " characters, more than the " + std::to_string(c.maxLength) +
-                                    " of the column.");
+                        Fail(c, "the text " + Show(value) + " has " +
+                                    std::to_string(units_.size()) + " characters, more than the " +
+                                    std::to_string(c.maxLength) + " of the column.");
                     }
                     AppendText(units_, c.compress, out_);
                     break;
@@ -318,8 +336,9 @@ const ByteVec& RowEncoder::Encode(const Row& row, std::uint64_t rowNumber) {
                     const auto* b = std::get_if<Bytes>(&value);
                     if (!b) Fail(c, "the value " + Show(value) + " is not binary data.");
                     if (b->size() > c.maxLength) {
-                        Fail(c, "the value has " + std::to_string(b->size()) + " bytes, more than the " +
-                                    std::to_string(c.maxLength) + " of the column.");
+                        Fail(c, "the value has " + std::to_string(b->size()) +
+                                    " bytes, more than the " + std::to_string(c.maxLength) +
+                                    " of the column.");
                     }
                     out_.insert(out_.end(), b->begin(), b->end());
                     break;

@@ -13,7 +13,7 @@
 namespace tb::mdb::jet {
 
 class RowEncoder {
-public:
+  public:
     // `longValues` holds one column store per Memo/OLE column (by long-value slot); it may be
     // empty when the table has none.
     RowEncoder(const TableLayout& layout, std::vector<LongValueColumn>* longValues);
@@ -26,7 +26,7 @@ public:
     // The highest auto-number written so far (Null in a Counter column takes the next one).
     std::uint32_t lastAutoNumber() const { return lastAutoNumber_; }
 
-private:
+  private:
     [[noreturn]] void Fail(const ColumnLayout& column, const std::string& problem) const;
     void EncodeFixed(const ColumnLayout& column, const Value& value, std::uint8_t* at);
     void EncodeLongValue(const ColumnLayout& column, const Value& value, long& budget);

@@ -22,7 +22,8 @@ TdefColumn Col(const char* name, JetType type, std::uint16_t number, std::uint16
     return c;
 }
 
-TdefLogicalIndex Logical(std::uint32_t number, std::uint32_t real, std::uint8_t kind, const char* name) {
+TdefLogicalIndex Logical(std::uint32_t number, std::uint32_t real, std::uint8_t kind,
+                         const char* name) {
     TdefLogicalIndex l;
     l.number = number;
     l.realIndex = real;
@@ -91,7 +92,8 @@ std::vector<SystemTable> MakeSystemTables() {
         Col("ObjectId", T::Long, 0, 0, kFixedSys, 0, 4),
         Col("Order", T::Binary, 2, 0, kVarSys, 65024, 510),
     };
-    queries.indexes = {{{{0, 1}, {1, 1}, {2, 1}}, 0x00640065, 0x81, 10, {0, 0, 0, 0, 0x6E, 0, 0x7A, 0, 0x66, 0}}};
+    queries.indexes = {
+        {{{0, 1}, {1, 1}, {2, 1}}, 0x00640065, 0x81, 10, {0, 0, 0, 0, 0x6E, 0, 0x7A, 0, 0x66, 0}}};
     queries.logicalIndexes = {Logical(0, 0, 1, "ObjectIdAttribute")};
 
     SystemTable& relationships = tables[3];
@@ -107,8 +109,10 @@ std::vector<SystemTable> MakeSystemTables() {
         Col("szReferencedObject", T::Text, 6, 3, kVarSys, 0, 510),
         Col("szRelationship", T::Text, 0, 0, kVarSys, 0, 510),
     };
-    relationships.indexes = {{{{0, 1}}, 0, 0x82, 11, {}}, {{{4, 1}}, 0, 0x82, 12, {}}, {{{6, 1}}, 0, 0x82, 13, {}}};
-    relationships.logicalIndexes = {Logical(1, 1, 0, "szObject"), Logical(2, 2, 0, "szReferencedObject"),
+    relationships.indexes = {
+        {{{0, 1}}, 0, 0x82, 11, {}}, {{{4, 1}}, 0, 0x82, 12, {}}, {{{6, 1}}, 0, 0x82, 13, {}}};
+    relationships.logicalIndexes = {Logical(1, 1, 0, "szObject"),
+                                    Logical(2, 2, 0, "szReferencedObject"),
                                     Logical(0, 0, 0, "szRelationship")};
     return tables;
 }
@@ -134,26 +138,37 @@ const std::vector<CatalogRow>& SystemCatalogRows() {
         {2, kTablesContainerId, "MSysObjects", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag},
         {3, kTablesContainerId, "MSysACEs", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag},
         {4, kTablesContainerId, "MSysQueries", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag},
-        {5, kTablesContainerId, "MSysRelationships", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag},
+        {5, kTablesContainerId, "MSysRelationships", kObjectTypeTable, kOwnerSystem,
+         kSystemObjectFlag},
     };
     return rows;
 }
 
 const std::vector<AceRow>& SystemAceRows() {
     static const std::vector<AceRow> rows = {
-        {0x00000002, {0x64, 0x8B}, 0x00060000, false}, {0x00000003, {0x64, 0x8B}, 0x00060000, false},
-        {0x00000004, {0x64, 0x8B}, 0x00060000, false}, {0x00000005, {0x64, 0x8B}, 0x000E0000, false},
-        {0x0F000001, {0x65, 0x8E}, 0x000F00FE, true},  {0x0F000001, {0x64, 0x8B}, 0x00060001, false},
-        {0x0F000003, {0x65, 0x8E}, 0x000F00FE, true},  {0x0F000003, {0x64, 0x8B}, 0x00060001, false},
-        {0x0F000002, {0x64, 0x8B}, 0x00060000, false}, {0x10000000, {0x64, 0x8B}, 0x0006000E, false},
-        {0x10000000, {0x65, 0x8B}, 0x0000000E, false}, {0x00000004, {0x65, 0x8B}, 0x00000014, false},
-        {0x00000005, {0x65, 0x8B}, 0x00000014, false}, {0x00000002, {0x65, 0x8B}, 0x00000014, false},
-        {0x0F000001, {0x65, 0x8B}, 0x000FFEFF, true},  {0x0F000003, {0x65, 0x8B}, 0x000FFFFF, true},
+        {0x00000002, {0x64, 0x8B}, 0x00060000, false},
+        {0x00000003, {0x64, 0x8B}, 0x00060000, false},
+        {0x00000004, {0x64, 0x8B}, 0x00060000, false},
+        {0x00000005, {0x64, 0x8B}, 0x000E0000, false},
+        {0x0F000001, {0x65, 0x8E}, 0x000F00FE, true},
+        {0x0F000001, {0x64, 0x8B}, 0x00060001, false},
+        {0x0F000003, {0x65, 0x8E}, 0x000F00FE, true},
+        {0x0F000003, {0x64, 0x8B}, 0x00060001, false},
+        {0x0F000002, {0x64, 0x8B}, 0x00060000, false},
+        {0x10000000, {0x64, 0x8B}, 0x0006000E, false},
+        {0x10000000, {0x65, 0x8B}, 0x0000000E, false},
+        {0x00000004, {0x65, 0x8B}, 0x00000014, false},
+        {0x00000005, {0x65, 0x8B}, 0x00000014, false},
+        {0x00000002, {0x65, 0x8B}, 0x00000014, false},
+        {0x0F000001, {0x65, 0x8B}, 0x000FFEFF, true},
+        {0x0F000003, {0x65, 0x8B}, 0x000FFFFF, true},
     };
     return rows;
 }
 
-const Bytes& NewTableOwner() { return kOwnerDatabase; }
+const Bytes& NewTableOwner() {
+    return kOwnerDatabase;
+}
 
 std::vector<AceRow> NewTableAces(std::int32_t objectId) {
     // The container's SIDs in the order its ObjectId index lists them (by row position).

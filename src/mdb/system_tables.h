@@ -30,9 +30,9 @@ struct SystemIndex {
 struct SystemTable {
     std::string name;
     std::uint32_t tdefPage = 0;
-    std::uint32_t dataPage = 0;           // 0: no rows, no data page
-    std::vector<TdefColumn> columns;      // in stored order (Jet sorts them by name)
-    std::vector<SystemIndex> indexes;     // real indexes
+    std::uint32_t dataPage = 0;        // 0: no rows, no data page
+    std::vector<TdefColumn> columns;   // in stored order (Jet sorts them by name)
+    std::vector<SystemIndex> indexes;  // real indexes
     std::vector<TdefLogicalIndex> logicalIndexes;
 };
 

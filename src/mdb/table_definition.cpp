@@ -76,9 +76,9 @@ ByteVec EncodeTableDefinition(const TableDefinition& def) {
         Append32(out, kTdefMagic);
         Append32(out, index.number);
         Append32(out, index.realIndex);
-        out.push_back(0x00);      // related table type
+        out.push_back(0x00);        // related table type
         Append32(out, 0xFFFFFFFF);  // related index: none
-        Append32(out, 0);         // related table
+        Append32(out, 0);           // related table
         out.push_back(index.cascadeUpdates);
         out.push_back(index.cascadeDeletes);
         out.push_back(index.kind);

@@ -12,25 +12,45 @@ namespace {
 // Bytes of a fixed column in the row; -1 for variable columns.
 int FixedSize(JetType type) {
     switch (type) {
-        case JetType::Boolean: return 0;
-        case JetType::Byte: return 1;
-        case JetType::Integer: return 2;
-        case JetType::Long: return 4;
-        case JetType::Currency: return 8;
-        case JetType::Single: return 4;
-        case JetType::Double: return 8;
-        case JetType::DateTime: return 8;
-        case JetType::GUID: return 16;
-        case JetType::Numeric: return 17;
-        default: return -1;
+        case JetType::Boolean:
+            return 0;
+        case JetType::Byte:
+            return 1;
+        case JetType::Integer:
+            return 2;
+        case JetType::Long:
+            return 4;
+        case JetType::Currency:
+            return 8;
+        case JetType::Single:
+            return 4;
+        case JetType::Double:
+            return 8;
+        case JetType::DateTime:
+            return 8;
+        case JetType::GUID:
+            return 16;
+        case JetType::Numeric:
+            return 17;
+        default:
+            return -1;
     }
 }
 
 bool KnownType(JetType type) {
     switch (type) {
-        case JetType::Boolean: case JetType::Byte: case JetType::Integer: case JetType::Long:
-        case JetType::Currency: case JetType::Single: case JetType::Double: case JetType::DateTime:
-        case JetType::Binary: case JetType::Text: case JetType::OLE: case JetType::Memo:
+        case JetType::Boolean:
+        case JetType::Byte:
+        case JetType::Integer:
+        case JetType::Long:
+        case JetType::Currency:
+        case JetType::Single:
+        case JetType::Double:
+        case JetType::DateTime:
+        case JetType::Binary:
+        case JetType::Text:
+        case JetType::OLE:
+        case JetType::Memo:
         case JetType::GUID:
             return true;
         default:
@@ -38,7 +58,9 @@ bool KnownType(JetType type) {
     }
 }
 
-std::string Quoted(const std::string& s) { return "\"" + s + "\""; }
+std::string Quoted(const std::string& s) {
+    return "\"" + s + "\"";
+}
 
 }  // namespace
 
@@ -64,12 +86,15 @@ void CheckObjectName(const std::string& name, const std::string& what) {
         Raise("The name of " + what + " has " + std::to_string(units.size()) +
               " characters; Access allows at most 64.");
     }
-    if (units.front() == u' ') Raise("The name of " + what + " starts with a blank, which Access does not allow.");
+    if (units.front() == u' ')
+        Raise("The name of " + what + " starts with a blank, which Access does not allow.");
     for (char16_t c : units) {
-        if (c < 0x20) Raise("The name of " + what + " holds a control character, which Access does not allow.");
+        if (c < 0x20)
+            Raise("The name of " + what +
+                  " holds a control character, which Access does not allow.");
         if (c == u'.' || c == u'!' || c == u'`' || c == u'[' || c == u']') {
-            Raise("The name of " + what + " holds the character '" + std::string(1, static_cast<char>(c)) +
-                  "'; Access names may not hold . ! ` [ ].");
+            Raise("The name of " + what + " holds the character '" +
+                  std::string(1, static_cast<char>(c)) + "'; Access names may not hold . ! ` [ ].");
         }
     }
 }
@@ -154,11 +179,22 @@ std::vector<TdefColumn> DefinitionColumns(const TableLayout& layout) {
         t.extFlags = c.compress ? kColExtCompressedUnicode : 0;
         t.fixedOffset = c.variable ? 0 : c.fixedOffset;
         switch (c.type) {
-            case JetType::Boolean: t.length = 1; break;
-            case JetType::Text: t.length = static_cast<std::uint16_t>(2 * c.maxLength); break;
-            case JetType::Binary: t.length = c.maxLength; break;
-            case JetType::Memo: case JetType::OLE: t.length = 0; break;
-            default: t.length = c.fixedSize; break;
+            case JetType::Boolean:
+                t.length = 1;
+                break;
+            case JetType::Text:
+                t.length = static_cast<std::uint16_t>(2 * c.maxLength);
+                break;
+            case JetType::Binary:
+                t.length = c.maxLength;
+                break;
+            case JetType::Memo:
+            case JetType::OLE:
+                t.length = 0;
+                break;
+            default:
+                t.length = c.fixedSize;
+                break;
         }
         Utf8ToUnits(c.name, t.name);
         out.push_back(std::move(t));
@@ -179,7 +215,8 @@ TableLayout LayoutFromDefinition(const std::string& name, const std::vector<Tdef
         c.compress = (t.extFlags & kColExtCompressedUnicode) != 0;
         c.varIndex = t.varIndex;
         if (c.variable) {
-            c.maxLength = static_cast<std::uint16_t>(c.type == JetType::Text ? t.length / 2 : t.length);
+            c.maxLength =
+                static_cast<std::uint16_t>(c.type == JetType::Text ? t.length / 2 : t.length);
         } else {
             c.fixedOffset = c.type == JetType::Boolean ? 0 : t.fixedOffset;
             c.fixedSize = static_cast<std::uint16_t>(FixedSize(c.type));

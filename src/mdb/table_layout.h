@@ -17,17 +17,17 @@ struct ColumnLayout {
     std::uint16_t number = 0;
     bool variable = false;
     bool autoNumber = false;
-    bool compress = false;           // Unicode compression allowed (Text, Memo)
-    std::uint16_t fixedOffset = 0;   // fixed columns, after the 2-byte column count
-    std::uint16_t fixedSize = 0;     // bytes in the fixed area (0 for Boolean)
+    bool compress = false;          // Unicode compression allowed (Text, Memo)
+    std::uint16_t fixedOffset = 0;  // fixed columns, after the 2-byte column count
+    std::uint16_t fixedSize = 0;    // bytes in the fixed area (0 for Boolean)
     std::uint16_t varIndex = 0;
-    std::uint16_t maxLength = 0;     // Text: characters; Binary: bytes
-    int longValueSlot = -1;          // Memo/OLE: index among the table's long-value columns
+    std::uint16_t maxLength = 0;  // Text: characters; Binary: bytes
+    int longValueSlot = -1;       // Memo/OLE: index among the table's long-value columns
 };
 
 struct TableLayout {
     std::string name;
-    std::vector<ColumnLayout> columns;  // by column number
+    std::vector<ColumnLayout> columns;    // by column number
     std::vector<std::uint16_t> varOrder;  // column numbers by variable-column index
     std::uint16_t fixedSize = 0;
     std::uint16_t longValueColumns = 0;

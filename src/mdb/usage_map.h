@@ -18,7 +18,7 @@ namespace tb::mdb::jet {
 // Page numbers added in ascending order, kept as runs so that a table of many pages costs a
 // few bytes, not a few bytes per page.
 class PageSet {
-public:
+  public:
     void Add(std::uint32_t page);
     bool empty() const { return runs_.empty(); }
     std::uint32_t first() const { return runs_.front().first; }
@@ -27,7 +27,7 @@ public:
     // Half-open runs [first, end).
     const std::vector<std::pair<std::uint32_t, std::uint32_t>>& runs() const { return runs_; }
 
-private:
+  private:
     std::vector<std::pair<std::uint32_t, std::uint32_t>> runs_;
 };
 

@@ -7,7 +7,9 @@
 
 namespace tb::mdb::test {
 
-std::uint16_t Le16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] | (p[1] << 8)); }
+std::uint16_t Le16(const std::uint8_t* p) {
+    return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
+}
 std::uint32_t Le32(const std::uint8_t* p) {
     return static_cast<std::uint32_t>(p[0]) | (static_cast<std::uint32_t>(p[1]) << 8) |
            (static_cast<std::uint32_t>(p[2]) << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
@@ -18,17 +20,28 @@ namespace {
 int FixedSize(const ParsedColumn& c) {
     const std::uint8_t type = c.type;
     switch (type) {
-        case 0x01: return 0;
-        case 0x02: return 1;
-        case 0x03: return 2;
-        case 0x04: return 4;
-        case 0x05: return 8;
-        case 0x06: return 4;
-        case 0x07: return 8;
-        case 0x08: return 8;
-        case 0x0F: return 16;
-        case 0x10: return 17;
-        default: return c.length;  // types of Access's own tables, stored as long as declared
+        case 0x01:
+            return 0;
+        case 0x02:
+            return 1;
+        case 0x03:
+            return 2;
+        case 0x04:
+            return 4;
+        case 0x05:
+            return 8;
+        case 0x06:
+            return 4;
+        case 0x07:
+            return 8;
+        case 0x08:
+            return 8;
+        case 0x0F:
+            return 16;
+        case 0x10:
+            return 17;
+        default:
+            return c.length;  // types of Access's own tables, stored as long as declared
     }
 }
 
@@ -63,7 +76,8 @@ std::string DecodeJetText(const Bytes8& raw) {
             }
         }
     } else {
-        for (std::size_t i = 0; i + 1 < raw.size(); i += 2) s.push_back(static_cast<char16_t>(Le16(&raw[i])));
+        for (std::size_t i = 0; i + 1 < raw.size(); i += 2)
+            s.push_back(static_cast<char16_t>(Le16(&raw[i])));
     }
     return Utf16ToUtf8(s);
 }
@@ -121,7 +135,8 @@ ParsedTdef JetFile::ParseTdef(std::uint32_t firstPage) const {
     while (page != 0) {
         const std::uint8_t* p = Page(page);
         if (!p || p[0] != 0x02 || p[1] != 0x01) {
-            t.problems.push_back("page " + std::to_string(page) + " of the definition chain is not a definition page");
+            t.problems.push_back("page " + std::to_string(page) +
+                                 " of the definition chain is not a definition page");
             return t;
         }
         if (std::find(t.pages.begin(), t.pages.end(), page) != t.pages.end()) {
@@ -236,7 +251,8 @@ std::vector<std::uint32_t> JetFile::MapPages(const Bytes8& row, std::vector<std:
         }
         const std::uint32_t start = Le32(&row[1]);
         for (std::size_t bit = 0; bit < (row.size() - 5) * 8; ++bit) {
-            if (row[5 + bit / 8] & (1u << (bit % 8))) pages.push_back(start + static_cast<std::uint32_t>(bit));
+            if (row[5 + bit / 8] & (1u << (bit % 8)))
+                pages.push_back(start + static_cast<std::uint32_t>(bit));
         }
     } else if (row[0] == 0x01) {
         constexpr std::uint32_t kPerPage = (kPage - 4) * 8;
@@ -245,13 +261,14 @@ std::vector<std::uint32_t> JetFile::MapPages(const Bytes8& row, std::vector<std:
             if (bitmap == 0) continue;
             const std::uint8_t* p = Page(bitmap);
             if (!p || p[0] != 0x05) {
-                problems.push_back("a reference usage map points to page " + std::to_string(bitmap) +
-                                   ", which is no bitmap page");
+                problems.push_back("a reference usage map points to page " +
+                                   std::to_string(bitmap) + ", which is no bitmap page");
                 continue;
             }
             if (bitmapPages) bitmapPages->push_back(bitmap);
             for (std::uint32_t bit = 0; bit < kPerPage; ++bit) {
-                if (p[4 + bit / 8] & (1u << (bit % 8))) pages.push_back(static_cast<std::uint32_t>(slot) * kPerPage + bit);
+                if (p[4 + bit / 8] & (1u << (bit % 8)))
+                    pages.push_back(static_cast<std::uint32_t>(slot) * kPerPage + bit);
             }
         }
     } else {
@@ -289,7 +306,8 @@ std::vector<bool> JetFile::GlobalFree(std::vector<std::string>& problems,
         if (bitmap == 0) continue;
         const std::uint8_t* p = Page(bitmap);
         if (!p || p[0] != 0x05) {
-            problems.push_back("the global map points to page " + std::to_string(bitmap) + ", which is no bitmap page");
+            problems.push_back("the global map points to page " + std::to_string(bitmap) +
+                               ", which is no bitmap page");
             continue;
         }
         if (bitmapPages) bitmapPages->push_back(bitmap);
@@ -323,7 +341,8 @@ std::optional<ParsedRow> JetFile::DecodeRow(const ParsedTdef& tdef, const Bytes8
             problem = "a row too short for its variable offsets";
             return std::nullopt;
         }
-        for (std::uint16_t i = 0; i < varCount; ++i) varOffsets.push_back(Le16(&row[countAt - 2 - 2 * i]));
+        for (std::uint16_t i = 0; i < varCount; ++i)
+            varOffsets.push_back(Le16(&row[countAt - 2 - 2 * i]));
         eod = Le16(&row[countAt - 2 - 2 * varCount]);
         const std::size_t trailerStart = countAt - 2 - 2 * std::size_t{varCount};
         if (eod > trailerStart) {
@@ -357,7 +376,9 @@ std::optional<ParsedRow> JetFile::DecodeRow(const ParsedTdef& tdef, const Bytes8
                 problem = "a fixed column beyond the row";
                 return std::nullopt;
             }
-            if (bit) out.raw[c.number].assign(row.begin() + 2 + c.fixedOffset, row.begin() + 2 + c.fixedOffset + size);
+            if (bit)
+                out.raw[c.number].assign(row.begin() + 2 + c.fixedOffset,
+                                         row.begin() + 2 + c.fixedOffset + size);
         } else {
             if (c.varIndex >= varOffsets.size()) {
                 if (bit) {
@@ -367,18 +388,22 @@ std::optional<ParsedRow> JetFile::DecodeRow(const ParsedTdef& tdef, const Bytes8
                 continue;
             }
             const std::size_t start = varOffsets[c.varIndex];
-            const std::size_t end = c.varIndex + 1u < varOffsets.size() ? varOffsets[c.varIndex + 1] : eod;
+            const std::size_t end =
+                c.varIndex + 1u < varOffsets.size() ? varOffsets[c.varIndex + 1] : eod;
             if (!bit && end != start) {
                 problem = "a Null variable column that holds bytes";
                 return std::nullopt;
             }
-            if (bit) out.raw[c.number].assign(row.begin() + static_cast<long>(start), row.begin() + static_cast<long>(end));
+            if (bit)
+                out.raw[c.number].assign(row.begin() + static_cast<long>(start),
+                                         row.begin() + static_cast<long>(end));
         }
     }
     return out;
 }
 
-std::vector<ParsedRow> JetFile::TableRows(const ParsedTdef& tdef, std::vector<std::string>& problems) const {
+std::vector<ParsedRow> JetFile::TableRows(const ParsedTdef& tdef,
+                                          std::vector<std::string>& problems) const {
     std::vector<ParsedRow> rows;
     const auto mapRow = RowBytes(tdef.ownedMap);
     if (!mapRow) {
@@ -398,21 +423,22 @@ std::vector<ParsedRow> JetFile::TableRows(const ParsedTdef& tdef, std::vector<st
             if (slots[r].first & 0x4000) {
                 // An overflow row: a pointer to where the row went when it grew.
                 if (bytes->size() < 4) {
-                    problems.push_back("page " + std::to_string(page) + " row " + std::to_string(r) +
-                                       ": an overflow row without its pointer");
+                    problems.push_back("page " + std::to_string(page) + " row " +
+                                       std::to_string(r) + ": an overflow row without its pointer");
                     continue;
                 }
                 bytes = RowBytes(Le32(bytes->data()));
                 if (!bytes) {
-                    problems.push_back("page " + std::to_string(page) + " row " + std::to_string(r) +
-                                       ": an overflow row pointing nowhere");
+                    problems.push_back("page " + std::to_string(page) + " row " +
+                                       std::to_string(r) + ": an overflow row pointing nowhere");
                     continue;
                 }
             }
             std::string problem;
             auto row = DecodeRow(tdef, *bytes, problem);
             if (!row) {
-                problems.push_back("page " + std::to_string(page) + " row " + std::to_string(r) + ": " + problem);
+                problems.push_back("page " + std::to_string(page) + " row " + std::to_string(r) +
+                                   ": " + problem);
                 continue;
             }
             row->page = page;
@@ -443,7 +469,8 @@ std::optional<Bytes8> JetFile::LongValue(const Bytes8& d, std::string& problem,
         const std::uint32_t page = pointer >> 8;
         const std::uint8_t* p = Page(page);
         if (!p || p[0] != 0x01 || Le32(p + 4) != 0x4C41564C) {
-            problem = "a long value points to page " + std::to_string(page) + ", which is no LVAL page";
+            problem =
+                "a long value points to page " + std::to_string(page) + ", which is no LVAL page";
             return std::nullopt;
         }
         if (lvalPages) lvalPages->push_back(page);
@@ -455,8 +482,8 @@ std::optional<Bytes8> JetFile::LongValue(const Bytes8& d, std::string& problem,
         auto bytes = lval(Le32(d.data() + 4));
         if (!bytes) return std::nullopt;
         if (bytes->size() != length) {
-            problem = "a single-row long value of " + std::to_string(bytes->size()) + " bytes, described as " +
-                      std::to_string(length);
+            problem = "a single-row long value of " + std::to_string(bytes->size()) +
+                      " bytes, described as " + std::to_string(length);
             return std::nullopt;
         }
         return bytes;
@@ -482,8 +509,8 @@ std::optional<Bytes8> JetFile::LongValue(const Bytes8& d, std::string& problem,
         out.insert(out.end(), bytes->begin() + 4, bytes->end());
     }
     if (out.size() != length) {
-        problem = "a chained long value of " + std::to_string(out.size()) + " bytes, described as " +
-                  std::to_string(length);
+        problem = "a chained long value of " + std::to_string(out.size()) +
+                  " bytes, described as " + std::to_string(length);
         return std::nullopt;
     }
     return out;
@@ -505,9 +532,11 @@ std::vector<CatalogObject> JetFile::Catalog(std::vector<std::string>& problems) 
     for (const ParsedRow& r : TableRows(tdef, problems)) {
         CatalogObject o;
         if (!r.null[id->number]) o.id = static_cast<std::int32_t>(Le32(r.raw[id->number].data()));
-        if (!r.null[parent->number]) o.parentId = static_cast<std::int32_t>(Le32(r.raw[parent->number].data()));
+        if (!r.null[parent->number])
+            o.parentId = static_cast<std::int32_t>(Le32(r.raw[parent->number].data()));
         if (!r.null[name->number]) o.name = DecodeJetText(r.raw[name->number]);
-        if (!r.null[type->number]) o.type = static_cast<std::int16_t>(Le16(r.raw[type->number].data()));
+        if (!r.null[type->number])
+            o.type = static_cast<std::int16_t>(Le16(r.raw[type->number].data()));
         if (!r.null[flags->number]) o.flags = Le32(r.raw[flags->number].data());
         o.page = r.page;
         o.row = r.row;

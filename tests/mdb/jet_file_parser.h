@@ -77,7 +77,7 @@ struct CatalogObject {
 };
 
 class JetFile {
-public:
+  public:
     explicit JetFile(std::string bytes);
 
     std::size_t pageCount() const { return bytes_.size() / kPage; }
@@ -106,7 +106,8 @@ public:
     std::optional<ParsedRow> DecodeRow(const ParsedTdef& tdef, const Bytes8& row,
                                        std::string& problem) const;
     // All rows of a table, in map order.
-    std::vector<ParsedRow> TableRows(const ParsedTdef& tdef, std::vector<std::string>& problems) const;
+    std::vector<ParsedRow> TableRows(const ParsedTdef& tdef,
+                                     std::vector<std::string>& problems) const;
     // The full bytes of a long value from its descriptor; nullopt with a problem when broken.
     // `lvalPages` receives the pages the value occupies.
     std::optional<Bytes8> LongValue(const Bytes8& descriptor, std::string& problem,
@@ -116,7 +117,7 @@ public:
 
     static constexpr std::size_t kPage = 4096;
 
-private:
+  private:
     std::string bytes_;
 };
 

@@ -37,25 +37,45 @@ std::vector<std::uint32_t> DataPages(const JetFile& file, const ParsedTdef& tdef
 }
 
 TEST(JetLayout, TwoHundredFiftyFiveColumnsSpanSeveralDefinitionPages) {
-    const JetType cycle[] = {JetType::Boolean, JetType::Byte,     JetType::Integer, JetType::Long,
-                             JetType::Currency, JetType::Single,  JetType::Double,  JetType::DateTime,
-                             JetType::Text,     JetType::Memo,    JetType::OLE,     JetType::GUID};
+    const JetType cycle[] = {JetType::Boolean, JetType::Byte,     JetType::Integer,
+                             JetType::Long,    JetType::Currency, JetType::Single,
+                             JetType::Double,  JetType::DateTime, JetType::Text,
+                             JetType::Memo,    JetType::OLE,      JetType::GUID};
     TableData t{{"Wide", {}}, {}};
     t.rows.resize(2);  // filled in place: moving rows of variants upsets g++ 12's warnings
     Row& full = t.rows[0];
     Row& empty = t.rows[1];
     for (int i = 0; i < 255; ++i) {
         const JetType type = cycle[i % 12];
-        t.def.columns.push_back({"Column with a rather long name, number " + std::to_string(i), type, 20});
+        t.def.columns.push_back(
+            {"Column with a rather long name, number " + std::to_string(i), type, 20});
         switch (type) {
-            case JetType::Boolean: full.push_back(true); break;
-            case JetType::Currency: full.push_back(Currency{i * 10000}); break;
-            case JetType::Single: case JetType::Double: full.push_back(i + 0.5); break;
-            case JetType::DateTime: full.push_back(MakeDateTime(2000, 1, 1 + i % 28)); break;
-            case JetType::Text: case JetType::Memo: full.push_back("v" + std::to_string(i)); break;
-            case JetType::OLE: full.push_back(Bytes{static_cast<std::uint8_t>(i)}); break;
-            case JetType::GUID: full.push_back(Guid{}); break;
-            default: full.push_back(std::int64_t{i % 100}); break;
+            case JetType::Boolean:
+                full.push_back(true);
+                break;
+            case JetType::Currency:
+                full.push_back(Currency{i * 10000});
+                break;
+            case JetType::Single:
+            case JetType::Double:
+                full.push_back(i + 0.5);
+                break;
+            case JetType::DateTime:
+                full.push_back(MakeDateTime(2000, 1, 1 + i % 28));
+                break;
+            case JetType::Text:
+            case JetType::Memo:
+                full.push_back("v" + std::to_string(i));
+                break;
+            case JetType::OLE:
+                full.push_back(Bytes{static_cast<std::uint8_t>(i)});
+                break;
+            case JetType::GUID:
+                full.push_back(Guid{});
+                break;
+            default:
+                full.push_back(std::int64_t{i % 100});
+                break;
         }
     }
     empty.resize(255);  // all Null
@@ -80,8 +100,12 @@ TEST(JetLayout, TwoHundredFiftyFiveColumnsSpanSeveralDefinitionPages) {
 }
 
 TEST(JetLayout, ATableOfMoreThan512PagesGetsAReferenceMap) {
-    TableData t{{"Big", {{"N", JetType::Long}, {"A", JetType::Text, 255}, {"B", JetType::Text, 255},
-                         {"C", JetType::Text, 255}, {"D", JetType::Text, 255}}},
+    TableData t{{"Big",
+                 {{"N", JetType::Long},
+                  {"A", JetType::Text, 255},
+                  {"B", JetType::Text, 255},
+                  {"C", JetType::Text, 255},
+                  {"D", JetType::Text, 255}}},
                 {}};
     for (int i = 0; i < 1300; ++i) {
         const std::string text = Repeat("ж", 240) + std::to_string(i);
@@ -106,7 +130,8 @@ TEST(JetLayout, RowsFillAPageToTheLastByte) {
     // A row of one compressed text of 144 characters takes 155 bytes and 2 for its offset:
     // 26 of them fill the 4082 bytes of a data page exactly.
     TableData t{{"Exact", {{"T", JetType::Text, 255}}}, {}};
-    for (int i = 0; i < 27; ++i) t.rows.push_back({std::string(144, static_cast<char>('a' + i % 26))});
+    for (int i = 0; i < 27; ++i)
+        t.rows.push_back({std::string(144, static_cast<char>('a' + i % 26))});
     TempDir dir;
     WriteDatabase(dir / "exact.mdb", {t});
     const JetFile file(ReadBytes(dir / "exact.mdb"));
@@ -126,7 +151,8 @@ TEST(JetLayout, APageHoldsAtMost255Rows) {
     WriteDatabase(dir / "tiny.mdb", {t});
     const JetFile file(ReadBytes(dir / "tiny.mdb"));
     std::vector<int> counts;
-    for (std::uint32_t p : DataPages(file, Definition(file, "Tiny"))) counts.push_back(Le16(file.Page(p) + 12));
+    for (std::uint32_t p : DataPages(file, Definition(file, "Tiny")))
+        counts.push_back(Le16(file.Page(p) + 12));
     EXPECT_EQ(counts, (std::vector<int>{255, 255, 90}));
     SKIP_WITHOUT_MDBTOOLS();
     const auto rows = ExportTable(dir / "tiny.mdb", "Tiny");
@@ -142,7 +168,8 @@ TEST(JetLayout, ARowMayTakeExactly4060Bytes) {
     auto table = [](std::size_t last) {
         TableData t{{"Limit", {}}, {}};
         Row row;
-        for (int i = 0; i < 9; ++i) t.def.columns.push_back({"C" + std::to_string(i), JetType::Text, 255});
+        for (int i = 0; i < 9; ++i)
+            t.def.columns.push_back({"C" + std::to_string(i), JetType::Text, 255});
         for (int i = 0; i < 7; ++i) row.push_back(Repeat("ж", 255));
         row.push_back(std::string(255, 'x'));
         row.push_back(std::string(last, 'y'));
@@ -175,12 +202,14 @@ TEST(JetLayout, ManyTablesGiveTheCatalogueIndexesNodePages) {
     TableData big{{"Big", {{"A", JetType::Text, 255}}}, {}};
     for (int i = 0; i < 3000; ++i) big.rows.push_back({Repeat("ж", 250)});
     tables.push_back(big);
-    const std::vector<std::string> special = {"Pipe-Run", "Owner's list", "Größe", "Ærø", "with space",
-                                              "under_score", "ÉCOLE", "école2"};
+    const std::vector<std::string> special = {"Pipe-Run",   "Owner's list", "Größe", "Ærø",
+                                              "with space", "under_score",  "ÉCOLE", "école2"};
     std::vector<std::string> names;
     for (const auto& s : special) names.push_back(s);
-    for (int i = 0; i < 150; ++i) names.push_back("Category table number " + std::to_string(i) + " with a longer name");
-    for (const auto& n : names) tables.push_back({{n, {{"ID", JetType::Long}}}, {{std::int64_t{1}}}});
+    for (int i = 0; i < 150; ++i)
+        names.push_back("Category table number " + std::to_string(i) + " with a longer name");
+    for (const auto& n : names)
+        tables.push_back({{n, {{"ID", JetType::Long}}}, {{std::int64_t{1}}}});
     TempDir dir;
     WriteDatabase(dir / "many.mdb", tables);
     const JetFile file(ReadBytes(dir / "many.mdb"));
@@ -190,7 +219,8 @@ TEST(JetLayout, ManyTablesGiveTheCatalogueIndexesNodePages) {
     // The name index of the catalogue and the object index of the access-control rows outgrow
     // a page; the catalogue's Id index (9 bytes an entry) does not.
     EXPECT_EQ(file.Page(catalog.realIndexes[0].rootPage)[0], 0x03) << "a node page at the root";
-    EXPECT_EQ(file.Page(file.ParseTdef(3).realIndexes[0].rootPage)[0], 0x03) << "a node page at the root";
+    EXPECT_EQ(file.Page(file.ParseTdef(3).realIndexes[0].rootPage)[0], 0x03)
+        << "a node page at the root";
     SKIP_WITHOUT_MDBTOOLS();
     std::string expected = "Big\n";
     for (const auto& n : names) expected += n + "\n";
@@ -200,7 +230,7 @@ TEST(JetLayout, ManyTablesGiveTheCatalogueIndexesNodePages) {
 
 // Rows made as they are asked for, so that the test does not hold the table in memory.
 class RepeatingRows : public RowSource {
-public:
+  public:
     RepeatingRows(Row row, std::int64_t count) : row_(std::move(row)), left_(count) {}
     bool Next(Row& row) override {
         if (left_ <= 0) return false;
@@ -209,7 +239,7 @@ public:
         return true;
     }
 
-private:
+  private:
     Row row_;
     std::int64_t left_;
 };

@@ -41,7 +41,8 @@ const std::string kNull = "<NULL>";
 
 Guid SomeGuid() {
     Guid g;
-    for (int i = 0; i < 16; ++i) g.bytes[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(i * 17);
+    for (int i = 0; i < 16; ++i)
+        g.bytes[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(i * 17);
     return g;
 }
 
@@ -74,8 +75,12 @@ Bytes NonZero(std::size_t n) {
 }
 
 // Text of n characters: Latin-1 (compressible) or Cyrillic (two bytes a character).
-std::string Latin(std::size_t n) { return Repeat("é", n); }
-std::string Cyrillic(std::size_t n) { return Repeat("ж", n); }
+std::string Latin(std::size_t n) {
+    return Repeat("é", n);
+}
+std::string Cyrillic(std::size_t n) {
+    return Repeat("ж", n);
+}
 
 std::vector<TypeCases> AllTypeCases() {
     const double maxSingle = std::numeric_limits<float>::max();
@@ -83,14 +88,18 @@ std::vector<TypeCases> AllTypeCases() {
     const auto i64max = std::numeric_limits<std::int64_t>::max();
     return {
         {"TBoolean", {"V", JetType::Boolean}, {{true, {"1"}}, {false, {"0"}}, {Null{}, {"0"}}}},
-        {"TByte", {"V", JetType::Byte}, {{std::int64_t{0}, {"0"}}, {std::int64_t{255}, {"255"}}, {Null{}, {kNull}}}},
+        {"TByte",
+         {"V", JetType::Byte},
+         {{std::int64_t{0}, {"0"}}, {std::int64_t{255}, {"255"}}, {Null{}, {kNull}}}},
         {"TInteger",
          {"V", JetType::Integer},
          {{std::int64_t{-32768}, {"-32768"}}, {std::int64_t{32767}, {"32767"}}, {Null{}, {kNull}}}},
         {"TLong",
          {"V", JetType::Long},
-         {{std::int64_t{-2147483648LL}, {"-2147483648"}}, {std::int64_t{2147483647}, {"2147483647"}},
-          {3.0, {"3"}}, {Null{}, {kNull}}}},
+         {{std::int64_t{-2147483648LL}, {"-2147483648"}},
+          {std::int64_t{2147483647}, {"2147483647"}},
+          {3.0, {"3"}},
+          {Null{}, {kNull}}}},
         {"TCurrency",
          {"V", JetType::Currency},
          {{Currency{i64min}, {"-922337203685477.5808"}},
@@ -101,7 +110,10 @@ std::vector<TypeCases> AllTypeCases() {
           {Null{}, {kNull}}}},
         {"TSingle",
          {"V", JetType::Single},
-         {{maxSingle, {"3.4028235e38", 1e-7}}, {-1.5e-7, {"-1.5e-7", 1e-7}}, {0.0, {"0", 0}}, {Null{}, {kNull}}}},
+         {{maxSingle, {"3.4028235e38", 1e-7}},
+          {-1.5e-7, {"-1.5e-7", 1e-7}},
+          {0.0, {"0", 0}},
+          {Null{}, {kNull}}}},
         {"TDouble",
          {"V", JetType::Double},
          {{std::numeric_limits<double>::max(), {"1.7976931348623157e308", 1e-15}},
@@ -155,25 +167,32 @@ std::vector<TypeCases> AllTypeCases() {
           {Bytes{}, {""}},
           {Null{}, {kNull}}}},
         // mdbtools reads Binary (not OLE) values only up to their first zero byte.
-        {"TBinary", {"V", JetType::Binary, 255}, {{NonZero(255), {HexOf(NonZero(255))}}, {Null{}, {kNull}}}},
+        {"TBinary",
+         {"V", JetType::Binary, 255},
+         {{NonZero(255), {HexOf(NonZero(255))}}, {Null{}, {kNull}}}},
         {"TGuid",
          {"V", JetType::GUID},
          // mdbtools leaves out the dash before the last group.
          {{SomeGuid(), {"{33221100-5544-7766-8899AABBCCDDEEFF}"}}, {Null{}, {kNull}}}},
         {"TCounter",
          {"V", JetType::Long, 0, true},
-         {{Null{}, {"1"}}, {std::int64_t{10}, {"10"}}, {Null{}, {"11"}}, {std::int64_t{5}, {"5"}}, {Null{}, {"12"}}}},
+         {{Null{}, {"1"}},
+          {std::int64_t{10}, {"10"}},
+          {Null{}, {"11"}},
+          {std::int64_t{5}, {"5"}},
+          {Null{}, {"12"}}}},
     };
 }
 
 std::string FromHex(const std::string& hex) {
     std::string s;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) s += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        s += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
     return s;
 }
 
 class JetRoundTrip : public ::testing::Test {
-protected:
+  protected:
     static void SetUpTestSuite() {
         dir_ = new TempDir;
         file_ = new fs::path(dir_->path() / "all.mdb");
@@ -197,7 +216,9 @@ protected:
 TempDir* JetRoundTrip::dir_ = nullptr;
 fs::path* JetRoundTrip::file_ = nullptr;
 
-TEST_F(JetRoundTrip, TheFileIsSound) { EXPECT_EQ(StructureProblems(*file_), ""); }
+TEST_F(JetRoundTrip, TheFileIsSound) {
+    EXPECT_EQ(StructureProblems(*file_), "");
+}
 
 TEST_F(JetRoundTrip, MdbToolsListCountAndDescribeEveryTable) {
     SKIP_WITHOUT_MDBTOOLS();
@@ -206,13 +227,15 @@ TEST_F(JetRoundTrip, MdbToolsListCountAndDescribeEveryTable) {
     EXPECT_EQ(RunMdbTool("mdb-tables", {"-1", file_->string()}).out, names);
     const std::string schema = RunMdbTool("mdb-schema", {file_->string()}).out;
     for (const char* declaration :
-         {"[V]\t\t\tBoolean NOT NULL", "[V]\t\t\tByte", "[V]\t\t\tInteger", "[V]\t\t\tLong Integer", "[V]\t\t\tCurrency",
-          "[V]\t\t\tSingle", "[V]\t\t\tDouble", "[V]\t\t\tDateTime", "[V]\t\t\tText (255)", "[V]\t\t\tMemo/Hyperlink",
-          "[V]\t\t\tOLE", "[V]\t\t\tBinary", "[V]\t\t\tReplication ID"}) {
+         {"[V]\t\t\tBoolean NOT NULL", "[V]\t\t\tByte", "[V]\t\t\tInteger", "[V]\t\t\tLong Integer",
+          "[V]\t\t\tCurrency", "[V]\t\t\tSingle", "[V]\t\t\tDouble", "[V]\t\t\tDateTime",
+          "[V]\t\t\tText (255)", "[V]\t\t\tMemo/Hyperlink", "[V]\t\t\tOLE", "[V]\t\t\tBinary",
+          "[V]\t\t\tReplication ID"}) {
         EXPECT_NE(schema.find(declaration), std::string::npos) << declaration;
     }
     for (const TypeCases& t : AllTypeCases()) {
-        EXPECT_EQ(RunMdbTool("mdb-count", {file_->string(), t.table}).out, std::to_string(t.cases.size()) + "\n")
+        EXPECT_EQ(RunMdbTool("mdb-count", {file_->string(), t.table}).out,
+                  std::to_string(t.cases.size()) + "\n")
             << t.table;
     }
 }
@@ -234,10 +257,12 @@ TEST_F(JetRoundTrip, MdbExportReadsEveryValueBack) {
                 // mdbtools prints 16 digits, so the largest double may read back past its range.
                 const long double a = std::strtold(got.c_str(), nullptr);
                 const long double b = std::strtold(want.text.c_str(), nullptr);
-                EXPECT_LE(std::fabs(a - b), want.tolerance * std::fabs(b)) << got << " vs " << want.text;
+                EXPECT_LE(std::fabs(a - b), want.tolerance * std::fabs(b))
+                    << got << " vs " << want.text;
             } else {
                 EXPECT_EQ(got.size(), want.text.size());
-                EXPECT_TRUE(got == want.text) << got.substr(0, 80) << " vs " << want.text.substr(0, 80);
+                EXPECT_TRUE(got == want.text)
+                    << got.substr(0, 80) << " vs " << want.text.substr(0, 80);
             }
         }
     }
@@ -266,7 +291,8 @@ TEST_F(JetRoundTrip, LibmdbTellsEmptyFromNull) {
         ASSERT_EQ(flags.size(), cases->cases.size());
         for (std::size_t i = 0; i < flags.size(); ++i) {
             ASSERT_EQ(flags[i].size(), 2u);
-            EXPECT_EQ(flags[i][1], std::holds_alternative<Null>(cases->cases[i].value)) << "row " << i;
+            EXPECT_EQ(flags[i][1], std::holds_alternative<Null>(cases->cases[i].value))
+                << "row " << i;
         }
     }
 }
@@ -280,10 +306,8 @@ TEST(JetStoredForm, DatesKeepAccessesNegativeConvention) {
     };
     const std::vector<D> dates = {
         {1899, 12, 29, 6, 0, 0, -1.25},  // the day counts back, the time forward
-        {1899, 12, 30, 6, 0, 0, 0.25},
-        {1800, 1, 1, 0, 0, 0, -36522.0},
-        {100, 1, 1, 0, 0, 0, -657434.0},
-        {9999, 12, 31, 23, 59, 59, 2958465.0 + 86399.0 / 86400.0},
+        {1899, 12, 30, 6, 0, 0, 0.25},   {1800, 1, 1, 0, 0, 0, -36522.0},
+        {100, 1, 1, 0, 0, 0, -657434.0}, {9999, 12, 31, 23, 59, 59, 2958465.0 + 86399.0 / 86400.0},
         {2000, 1, 1, 12, 0, 0, 36526.5},
     };
     TempDir dir;
@@ -302,8 +326,8 @@ TEST(JetStoredForm, DatesKeepAccessesNegativeConvention) {
         EXPECT_DOUBLE_EQ(v, dates[i].stored) << i;
         // And back to the same text.
         char text[32];
-        std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", dates[i].y, dates[i].mo, dates[i].d,
-                      dates[i].h, dates[i].mi, dates[i].s);
+        std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", dates[i].y, dates[i].mo,
+                      dates[i].d, dates[i].h, dates[i].mi, dates[i].s);
         EXPECT_EQ(DateTimeToText(DateTime{v}), text);
     }
     EXPECT_TRUE(problems.empty());
@@ -316,8 +340,8 @@ struct StoredText {
 
 TEST(JetStoredForm, TextIsCompressedWhenEveryCharacterFitsOneByte) {
     const std::vector<StoredText> cases = {
-        {"abc", true},     {"ab", false},       // two characters gain nothing from the FF FE mark
-        {"Grüße", true},   {"price €", false},  // € lies beyond U+00FF
+        {"abc", true},      {"ab", false},       // two characters gain nothing from the FF FE mark
+        {"Grüße", true},    {"price €", false},  // € lies beyond U+00FF
         {Latin(255), true}, {Cyrillic(3), false}, {"emoji 😀", false},
     };
     TempDir dir;
@@ -346,8 +370,8 @@ TEST(JetStoredForm, LongValuesGoWhereTheirSizeSays) {
         std::size_t chainRows;
     };
     const std::vector<L> cases = {
-        {0, 0x80000000u, 0},    {64, 0x80000000u, 0},   {65, 0x40000000u, 0}, {4076, 0x40000000u, 0},
-        {4077, 0, 2},           {8144, 0, 2},           {8145, 0, 3},
+        {0, 0x80000000u, 0}, {64, 0x80000000u, 0}, {65, 0x40000000u, 0}, {4076, 0x40000000u, 0},
+        {4077, 0, 2},        {8144, 0, 2},         {8145, 0, 3},
     };
     TempDir dir;
     TableData t{{"Blobs", {{"V", JetType::OLE}}}, {}};

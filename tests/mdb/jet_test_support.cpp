@@ -1,10 +1,10 @@
 // glib must come before mdbtools.h in C++ (mdbtools.h includes it inside extern "C").
-#include <glib.h>
-#include <mdbtools.h>
-
 #include "mdb/jet_test_support.h"
 
 #include <fcntl.h>
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <mdbtools.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,8 +13,6 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
-
-#include <gtest/gtest.h>
 
 #include "mdb/structure_checker.h"
 #include "support/test_support.h"
@@ -43,18 +41,22 @@ fs::path FindTool(const std::string& tool) {
 std::string ReadAll(int fd) {
     std::string out;
     char buf[65536];
-    for (ssize_t n; (n = ::read(fd, buf, sizeof buf)) > 0;) out.append(buf, static_cast<std::size_t>(n));
+    for (ssize_t n; (n = ::read(fd, buf, sizeof buf)) > 0;)
+        out.append(buf, static_cast<std::size_t>(n));
     return out;
 }
 
 }  // namespace
 
-bool HaveMdbTools() { return !FindTool("mdb-export").empty(); }
+bool HaveMdbTools() {
+    return !FindTool("mdb-export").empty();
+}
 
 ToolResult RunMdbTool(const std::string& tool, const std::vector<std::string>& args) {
     const fs::path program = FindTool(tool);
     if (program.empty()) throw std::runtime_error(tool + " not found");
-    fs::path errFile = fs::temp_directory_path() / ("jetw-err-" + std::to_string(::getpid()) + "-" + tool);
+    fs::path errFile =
+        fs::temp_directory_path() / ("jetw-err-" + std::to_string(::getpid()) + "-" + tool);
     int out[2];
     if (::pipe(out) != 0) throw std::runtime_error("pipe failed");
     std::vector<std::string> argv{program.string()};
@@ -136,17 +138,20 @@ std::vector<std::vector<std::string>> ParseCsv(const std::string& text) {
 }
 
 std::vector<std::vector<std::string>> ExportTable(const fs::path& file, const std::string& table) {
-    const ToolResult r = RunMdbTool("mdb-export", {"-H", "-D", "%Y-%m-%d %H:%M:%S", "-T", "%Y-%m-%d %H:%M:%S",
-                                                   "-b", "hex", "-0", "<NULL>", file.string(), table});
+    const ToolResult r =
+        RunMdbTool("mdb-export", {"-H", "-D", "%Y-%m-%d %H:%M:%S", "-T", "%Y-%m-%d %H:%M:%S", "-b",
+                                  "hex", "-0", "<NULL>", file.string(), table});
     if (r.exitCode != 0) throw std::runtime_error("mdb-export failed: " + r.err);
     return ParseCsv(r.out);
 }
 
 std::vector<std::vector<bool>> NullFlagsViaLibmdb(const fs::path& file, const std::string& table) {
     std::vector<std::vector<bool>> out;
-    std::unique_ptr<MdbHandle, void (*)(MdbHandle*)> db(mdb_open(file.c_str(), MDB_NOFLAGS), mdb_close);
+    std::unique_ptr<MdbHandle, void (*)(MdbHandle*)> db(mdb_open(file.c_str(), MDB_NOFLAGS),
+                                                        mdb_close);
     if (!db) throw std::runtime_error("libmdb cannot open " + file.string());
-    if (!mdb_read_catalog(db.get(), MDB_TABLE)) throw std::runtime_error("libmdb cannot read the catalogue");
+    if (!mdb_read_catalog(db.get(), MDB_TABLE))
+        throw std::runtime_error("libmdb cannot read the catalogue");
     std::string name = table;
     std::unique_ptr<MdbTableDef, void (*)(MdbTableDef*)> t(
         mdb_read_table_by_name(db.get(), name.data(), MDB_TABLE), mdb_free_tabledef);
@@ -175,7 +180,8 @@ WriterOptions FixedOptions() {
     return o;
 }
 
-void WriteDatabase(const fs::path& target, const std::vector<TableData>& tables, const WriterOptions& options) {
+void WriteDatabase(const fs::path& target, const std::vector<TableData>& tables,
+                   const WriterOptions& options) {
     JetWriter writer(target, options);
     for (const TableData& t : tables) {
         VectorRowSource rows(t.rows);
@@ -189,7 +195,8 @@ void WriteDatabase(const fs::path& target, const std::vector<TableData>& tables,
     // in Access (docs/access-check.md).
     if (const char* keep = std::getenv("TB_KEEP_JET_FILES"); keep && *keep) {
         const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        std::string name = info ? std::string(info->test_suite_name()) + "." + info->name() + "." : "";
+        std::string name =
+            info ? std::string(info->test_suite_name()) + "." + info->name() + "." : "";
         fs::create_directories(keep);
         fs::copy_file(target, fs::path(keep) / (name + target.filename().string()),
                       fs::copy_options::overwrite_existing);

@@ -38,8 +38,8 @@ struct ToolResult {
 ToolResult RunMdbTool(const std::string& tool, const std::vector<std::string>& args);
 bool HaveMdbTools();
 
-#define SKIP_WITHOUT_MDBTOOLS()                                                     \
-    do {                                                                            \
+#define SKIP_WITHOUT_MDBTOOLS()                                                         \
+    do {                                                                                \
         if (!::tb::mdb::test::HaveMdbTools()) GTEST_SKIP() << "mdbtools not installed"; \
     } while (0)
 

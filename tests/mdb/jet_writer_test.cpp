@@ -1,6 +1,8 @@
 // The writer as a whole: the empty database against the Jet engine's own, repeatable bytes,
 // the temporary file, and the structure of what it writes.
 
+#include "mdb/jet_writer.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -10,7 +12,6 @@
 #include "mdb/header_page.h"
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_test_support.h"
-#include "mdb/jet_writer.h"
 #include "mdb/structure_checker.h"
 #include "support/test_support.h"
 
@@ -56,7 +57,8 @@ TEST(JetWriterEmpty, MatchesTheJetEnginesEmptyDatabasePageByPage) {
     std::string differences;
     for (std::size_t i = 0; i < ours.size(); ++i) {
         if (ours[i] != jet[i] && !allowed[i]) {
-            differences += "page " + std::to_string(i / 4096) + " offset " + std::to_string(i % 4096) + "\n";
+            differences +=
+                "page " + std::to_string(i / 4096) + " offset " + std::to_string(i % 4096) + "\n";
         }
     }
     EXPECT_EQ(differences, "");
@@ -79,8 +81,10 @@ std::vector<TableData> SampleTables() {
                        {"Notes", JetType::Memo}}},
                      {}};
     for (int i = 0; i < 300; ++i) {
-        people.rows.push_back({Null{}, "Person " + std::to_string(i), MakeDateTime(1950 + i % 50, 1 + i % 12, 1 + i % 28),
-                               std::string(static_cast<std::size_t>(i * 37 % 5000), static_cast<char>('a' + i % 26))});
+        people.rows.push_back({Null{}, "Person " + std::to_string(i),
+                               MakeDateTime(1950 + i % 50, 1 + i % 12, 1 + i % 28),
+                               std::string(static_cast<std::size_t>(i * 37 % 5000),
+                                           static_cast<char>('a' + i % 26))});
     }
     TableData empty{{"Nothing", {{"X", JetType::Integer}}}, {}};
     return {people, empty};
@@ -103,7 +107,7 @@ TEST(JetWriterOutput, IsTheSameForTheSameInputAndClock) {
 
 // Collects the status lines that progress reports go to.
 class StatusLines : public LogSink {
-public:
+  public:
     StatusLines() { SetLogSink(this); }
     ~StatusLines() override { SetLogSink(nullptr); }
     void Line(std::string_view) override {}
@@ -114,7 +118,7 @@ public:
 
 // A source that cannot say how many rows will come.
 class CountingRows : public RowSource {
-public:
+  public:
     explicit CountingRows(int n) : left_(n) {}
     bool Next(Row& row) override {
         if (left_-- <= 0) return false;
@@ -122,7 +126,7 @@ public:
         return true;
     }
 
-private:
+  private:
     int left_;
 };
 

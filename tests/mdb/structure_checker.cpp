@@ -17,12 +17,13 @@ namespace {
 constexpr std::size_t kPage = JetFile::kPage;
 
 class Checker {
-public:
-    Checker(std::string bytes, const CheckOptions& options) : file_(std::move(bytes)), options_(options) {}
+  public:
+    Checker(std::string bytes, const CheckOptions& options)
+        : file_(std::move(bytes)), options_(options) {}
 
     std::vector<std::string> Run();
 
-private:
+  private:
     void Problem(std::string text) { problems_.push_back(std::move(text)); }
     // Gives a page its owner; a page may have one owner only ("usage maps" pages excepted,
     // which hold the map rows of several tables).
@@ -30,8 +31,8 @@ private:
     void CheckDataPage(std::uint32_t page, std::uint32_t expectedOwner, const std::string& what);
     std::vector<std::uint32_t> Map(std::uint32_t rowPointer, const std::string& what);
     void CheckTable(const CatalogObject& object);
-    void CheckIndex(const std::string& table, const ParsedTdef& tdef, std::uint32_t tdefPage, std::size_t index,
-                    const std::vector<ParsedRow>& rows, bool catalogue);
+    void CheckIndex(const std::string& table, const ParsedTdef& tdef, std::uint32_t tdefPage,
+                    std::size_t index, const std::vector<ParsedRow>& rows, bool catalogue);
 
     JetFile file_;
     CheckOptions options_;
@@ -40,7 +41,7 @@ private:
     std::map<std::string, int> ownerIds_;
     std::vector<std::string> problems_;
 
-public:
+  public:
     std::size_t keysChecked_ = 0;
 };
 
@@ -58,11 +59,12 @@ void Checker::Claim(std::uint32_t page, const std::string& owner) {
         owners_[page] = id;
         return;
     }
-    Problem("page " + std::to_string(page) + " is owned by " + ownerNames_[static_cast<std::size_t>(current)] +
-            " and by " + owner);
+    Problem("page " + std::to_string(page) + " is owned by " +
+            ownerNames_[static_cast<std::size_t>(current)] + " and by " + owner);
 }
 
-void Checker::CheckDataPage(std::uint32_t page, std::uint32_t expectedOwner, const std::string& what) {
+void Checker::CheckDataPage(std::uint32_t page, std::uint32_t expectedOwner,
+                            const std::string& what) {
     const std::uint8_t* p = file_.Page(page);
     if (!p) return;
     const std::string where = what + " page " + std::to_string(page);
@@ -71,7 +73,8 @@ void Checker::CheckDataPage(std::uint32_t page, std::uint32_t expectedOwner, con
         return;
     }
     if (Le32(p + 4) != expectedOwner) {
-        Problem(where + " names owner " + std::to_string(Le32(p + 4)) + " instead of " + std::to_string(expectedOwner));
+        Problem(where + " names owner " + std::to_string(Le32(p + 4)) + " instead of " +
+                std::to_string(expectedOwner));
     }
     const std::uint16_t rows = Le16(p + 12);
     if (rows > 255) Problem(where + " holds more than 255 rows");
@@ -100,8 +103,8 @@ std::vector<std::uint32_t> Checker::Map(std::uint32_t rowPointer, const std::str
     const std::uint32_t holder = rowPointer >> 8;
     const auto row = file_.RowBytes(rowPointer);
     if (!row) {
-        Problem(what + ": usage-map row " + std::to_string(rowPointer & 0xFF) + " on page " + std::to_string(holder) +
-                " does not exist");
+        Problem(what + ": usage-map row " + std::to_string(rowPointer & 0xFF) + " on page " +
+                std::to_string(holder) + " does not exist");
         return {};
     }
     if (holder != 1) Claim(holder, "usage maps");
@@ -115,7 +118,8 @@ std::vector<std::uint32_t> Checker::Map(std::uint32_t rowPointer, const std::str
             Problem(what + " lists page " + std::to_string(p) + ", past the end of the file");
         }
     }
-    pages.erase(std::remove_if(pages.begin(), pages.end(), [&](std::uint32_t p) { return p >= file_.pageCount(); }),
+    pages.erase(std::remove_if(pages.begin(), pages.end(),
+                               [&](std::uint32_t p) { return p >= file_.pageCount(); }),
                 pages.end());
     return pages;
 }
@@ -154,7 +158,8 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
     const std::set<std::uint32_t> own(pages.begin(), pages.end());
     for (std::uint32_t p : pages) Claim(p, what);
     if (!own.count(ix.rootPage)) {
-        Problem(what + ": the root page " + std::to_string(ix.rootPage) + " is not in its usage map");
+        Problem(what + ": the root page " + std::to_string(ix.rootPage) +
+                " is not in its usage map");
         return;
     }
     // Walk down from the root; collect the leaves left to right.
@@ -189,12 +194,13 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
                 Problem(what + ": a node entry too short on page " + std::to_string(page));
                 continue;
             }
-            const std::uint32_t child = (std::uint32_t{e[e.size() - 4]} << 24) | (std::uint32_t{e[e.size() - 3]} << 16) |
+            const std::uint32_t child = (std::uint32_t{e[e.size() - 4]} << 24) |
+                                        (std::uint32_t{e[e.size() - 3]} << 16) |
                                         (std::uint32_t{e[e.size() - 2]} << 8) | e[e.size() - 1];
             last = walk(child, depth + 1);
             if (!std::equal(last.begin(), last.end(), e.begin(), e.end() - 4)) {
-                Problem(what + ": node page " + std::to_string(page) + " does not name the last entry of child " +
-                        std::to_string(child));
+                Problem(what + ": node page " + std::to_string(page) +
+                        " does not name the last entry of child " + std::to_string(child));
             }
         }
         const std::uint32_t tail = Le32(p + 20);
@@ -208,13 +214,16 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
         const std::uint32_t prev = i > 0 ? leaves[i - 1] : 0;
         const std::uint32_t next = i + 1 < leaves.size() ? leaves[i + 1] : 0;
         if (Le32(p + 12) != prev || Le32(p + 16) != next) {
-            Problem(what + ": leaf " + std::to_string(leaves[i]) + " is not chained to its neighbours");
+            Problem(what + ": leaf " + std::to_string(leaves[i]) +
+                    " is not chained to its neighbours");
         }
     }
-    if (seen.size() != own.size()) Problem(what + ": its usage map lists pages the tree does not reach");
+    if (seen.size() != own.size())
+        Problem(what + ": its usage map lists pages the tree does not reach");
     for (std::size_t i = 1; i < leafEntries.size(); ++i) {
         if (!(leafEntries[i - 1] < leafEntries[i])) {
-            Problem(what + ": entries " + std::to_string(i - 1) + " and " + std::to_string(i) + " are out of order");
+            Problem(what + ": entries " + std::to_string(i - 1) + " and " + std::to_string(i) +
+                    " are out of order");
             break;
         }
     }
@@ -225,8 +234,8 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
     std::set<Bytes8> keys;
     for (const Bytes8& e : leafEntries) {
         if (e.size() < 5) continue;
-        const std::uint32_t page = (std::uint32_t{e[e.size() - 4]} << 16) | (std::uint32_t{e[e.size() - 3]} << 8) |
-                                   e[e.size() - 2];
+        const std::uint32_t page = (std::uint32_t{e[e.size() - 4]} << 16) |
+                                   (std::uint32_t{e[e.size() - 3]} << 8) | e[e.size() - 2];
         const std::uint32_t pointer = (page << 8) | e[e.size() - 1];
         const auto row = byPointer.find(pointer);
         if (row == byPointer.end()) {
@@ -249,7 +258,8 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
                 } else if (row->second->null[column]) {
                     jet::AppendNullKey(expected);
                 } else if (c->type == 0x04) {
-                    jet::AppendLongKey(static_cast<std::int32_t>(Le32(row->second->raw[column].data())), expected);
+                    jet::AppendLongKey(
+                        static_cast<std::int32_t>(Le32(row->second->raw[column].data())), expected);
                 } else if (c->type == 0x0A) {
                     std::u16string units;
                     jet::Utf8ToUnits(DecodeJetText(row->second->raw[column]), units);
@@ -267,11 +277,12 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
     }
     const bool ignoresNulls = (ix.flags & 0x02) != 0;
     if (!ignoresNulls && hit.size() != rows.size()) {
-        Problem(what + " holds " + std::to_string(hit.size()) + " rows of " + std::to_string(rows.size()));
+        Problem(what + " holds " + std::to_string(hit.size()) + " rows of " +
+                std::to_string(rows.size()));
     }
     if (options_.exactCounts && ix.uniqueKeys != keys.size()) {
-        Problem(what + " records " + std::to_string(ix.uniqueKeys) + " distinct keys, its entries hold " +
-                std::to_string(keys.size()));
+        Problem(what + " records " + std::to_string(ix.uniqueKeys) +
+                " distinct keys, its entries hold " + std::to_string(keys.size()));
     }
 }
 
@@ -283,15 +294,16 @@ void Checker::CheckTable(const CatalogObject& object) {
     if (!tdef.problems.empty()) return;
     for (std::uint32_t p : tdef.pages) Claim(p, "the definition of " + table);
     if (tdef.parsedLength != tdef.length) {
-        Problem(table + ": the definition records " + std::to_string(tdef.length) + " bytes but its parts add up to " +
-                std::to_string(tdef.parsedLength));
+        Problem(table + ": the definition records " + std::to_string(tdef.length) +
+                " bytes but its parts add up to " + std::to_string(tdef.parsedLength));
     }
     // Free space of each definition page: what the page does not use, less 8.
     for (std::size_t i = 0; i < tdef.pages.size(); ++i) {
         const std::uint8_t* p = file_.Page(tdef.pages[i]);
         std::size_t used = kPage;
         if (i + 1 == tdef.pages.size()) {
-            used = i == 0 ? tdef.length : 8 + (tdef.length - kPage) - (tdef.pages.size() - 2) * (kPage - 8);
+            used = i == 0 ? tdef.length
+                          : 8 + (tdef.length - kPage) - (tdef.pages.size() - 2) * (kPage - 8);
         }
         const std::size_t free = used + 8 >= kPage ? 0 : kPage - used - 8;
         if (Le16(p + 2) != free) {
@@ -314,7 +326,8 @@ void Checker::CheckTable(const CatalogObject& object) {
     }
     for (std::uint32_t p : Map(tdef.freeMap, "the free-space map of " + table)) {
         if (std::find(dataPages.begin(), dataPages.end(), p) == dataPages.end()) {
-            Problem(table + ": its free-space map lists page " + std::to_string(p) + ", which holds none of its rows");
+            Problem(table + ": its free-space map lists page " + std::to_string(p) +
+                    ", which holds none of its rows");
         }
     }
     std::vector<std::string> problems;
@@ -323,8 +336,8 @@ void Checker::CheckTable(const CatalogObject& object) {
     // Access lets the counts of its system tables go stale; ours must be exact everywhere.
     const bool systemTable = tdef.tableType == 0x53;
     if (rows.size() != tdef.rowCount && (options_.exactCounts || !systemTable)) {
-        Problem(table + ": the definition counts " + std::to_string(tdef.rowCount) + " rows, the pages hold " +
-                std::to_string(rows.size()));
+        Problem(table + ": the definition counts " + std::to_string(tdef.rowCount) +
+                " rows, the pages hold " + std::to_string(rows.size()));
     }
     if (options_.rowsHaveAllColumns) {
         for (std::uint32_t p : dataPages) {
@@ -332,7 +345,8 @@ void Checker::CheckTable(const CatalogObject& object) {
             for (std::size_t r = 0; r < slots.size(); ++r) {
                 const auto bytes = file_.RowBytes(p, static_cast<std::uint8_t>(r));
                 if (bytes && bytes->size() >= 2 && Le16(bytes->data()) != tdef.maxColumns) {
-                    Problem(table + ": a row on page " + std::to_string(p) + " has the wrong column count");
+                    Problem(table + ": a row on page " + std::to_string(p) +
+                            " has the wrong column count");
                 }
             }
         }
@@ -342,14 +356,16 @@ void Checker::CheckTable(const CatalogObject& object) {
         if (c.type == 0x0A) {
             for (const ParsedRow& r : rows) {
                 if (!r.null[c.number] && r.raw[c.number].size() > c.length) {
-                    Problem(table + ": a value of column \"" + c.name + "\" is longer than the column");
+                    Problem(table + ": a value of column \"" + c.name +
+                            "\" is longer than the column");
                 }
             }
         }
     }
     for (const ParsedLongValue& lv : tdef.longValues) {
         const ParsedColumn* c = tdef.Column(lv.column);
-        const std::string what = "column \"" + (c ? c->name : std::to_string(lv.column)) + "\" of " + table;
+        const std::string what =
+            "column \"" + (c ? c->name : std::to_string(lv.column)) + "\" of " + table;
         const auto owned = Map(lv.ownedMap, "the long values of " + what);
         const std::set<std::uint32_t> ownedSet(owned.begin(), owned.end());
         for (std::uint32_t p : owned) {
@@ -357,7 +373,8 @@ void Checker::CheckTable(const CatalogObject& object) {
             CheckDataPage(p, 0x4C41564C, "long-value");
         }
         for (std::uint32_t p : Map(lv.freeMap, "the free long-value pages of " + what)) {
-            if (!ownedSet.count(p)) Problem(what + ": its free long-value map lists a page it does not own");
+            if (!ownedSet.count(p))
+                Problem(what + ": its free long-value map lists a page it does not own");
         }
         std::set<std::uint32_t> used;
         for (const ParsedRow& r : rows) {
@@ -365,16 +382,21 @@ void Checker::CheckTable(const CatalogObject& object) {
             std::string problem;
             std::vector<std::uint32_t> pages;
             if (!file_.LongValue(r.raw[lv.column], problem, &pages)) {
-                Problem(what + ", page " + std::to_string(r.page) + " row " + std::to_string(r.row) + ": " + problem);
+                Problem(what + ", page " + std::to_string(r.page) + " row " +
+                        std::to_string(r.row) + ": " + problem);
             }
             for (std::uint32_t p : pages) {
                 used.insert(p);
-                if (!ownedSet.count(p)) Problem(what + ": a value lies on page " + std::to_string(p) + ", which the column does not own");
+                if (!ownedSet.count(p))
+                    Problem(what + ": a value lies on page " + std::to_string(p) +
+                            ", which the column does not own");
             }
         }
         if (options_.everyPageOwned) {
             for (std::uint32_t p : owned) {
-                if (!used.count(p)) Problem(what + ": it owns page " + std::to_string(p) + ", which holds none of its values");
+                if (!used.count(p))
+                    Problem(what + ": it owns page " + std::to_string(p) +
+                            ", which holds none of its values");
             }
         }
     }
@@ -412,10 +434,12 @@ std::vector<std::string> Checker::Run() {
         if (owners_[p] < 0) {
             if (options_.everyPageOwned) Problem("page " + std::to_string(p) + " has no owner");
             if (options_.everyPageOwned && !free[p]) {
-                Problem("page " + std::to_string(p) + " has no owner but the global map marks it used");
+                Problem("page " + std::to_string(p) +
+                        " has no owner but the global map marks it used");
             }
         } else if (free[p]) {
-            Problem("page " + std::to_string(p) + " (" + ownerNames_[static_cast<std::size_t>(owners_[p])] +
+            Problem("page " + std::to_string(p) + " (" +
+                    ownerNames_[static_cast<std::size_t>(owners_[p])] +
                     ") is marked free in the global map");
         }
     }

@@ -2,6 +2,8 @@
 // each kind of damage planted in a file of ours. Golden index keys from Access-made files check
 // the key encodings that the checker uses.
 
+#include "mdb/structure_checker.h"
+
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -10,7 +12,6 @@
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_test_support.h"
 #include "mdb/jet_text.h"
-#include "mdb/structure_checker.h"
 #include "support/test_support.h"
 
 namespace tb::mdb::test {
@@ -38,7 +39,8 @@ TEST(StructureChecker, PassesAccessMadeFilesAndReproducesTheirIndexKeys) {
         if (entry.path().extension() != ".mdb") continue;
         ++files;
         std::size_t keys = 0;
-        const auto problems = CheckJetStructure(ReadBytes(entry.path()), CheckOptions::ForAccessFiles(), &keys);
+        const auto problems =
+            CheckJetStructure(ReadBytes(entry.path()), CheckOptions::ForAccessFiles(), &keys);
         EXPECT_EQ(Join(problems), "") << entry.path().filename();
         EXPECT_GE(keys, 32u) << entry.path().filename();  // at least the catalogue's own entries
     }
@@ -62,21 +64,30 @@ jet::ByteVec Text(const std::string& utf8) {
 // Keys seen in index pages of the corpus files.
 TEST(IndexKeys, MatchThoseAccessWrote) {
     const std::vector<GoldenKey> cases = {
-        {"Tables (adox_jet4 page 7)", [](auto& k) { k = Text("Tables"); },
+        {"Tables (adox_jet4 page 7)",
+         [](auto& k) { k = Text("Tables"); },
          {0x7F, 0x6D, 0x4A, 0x4C, 0x5E, 0x51, 0x6B, 0x01, 0x00}},
-        {"MSysACEs (adox_jet4 page 7)", [](auto& k) { k = Text("MSysACEs"); },
+        {"MSysACEs (adox_jet4 page 7)",
+         [](auto& k) { k = Text("MSysACEs"); },
          {0x7F, 0x60, 0x6B, 0x76, 0x6B, 0x4A, 0x4D, 0x51, 0x6B, 0x01, 0x00}},
-        {"abcdefg (testV2000 primary key)", [](auto& k) { k = Text("abcdefg"); },
+        {"abcdefg (testV2000 primary key)",
+         [](auto& k) { k = Text("abcdefg"); },
          {0x7F, 0x4A, 0x4C, 0x4D, 0x4F, 0x51, 0x53, 0x55, 0x01, 0x00}},
-        {"-1: a hyphen is an unprintable code (fixedTextTestV2000 page 25)", [](auto& k) { k = Text("-1"); },
+        {"-1: a hyphen is an unprintable code (fixedTextTestV2000 page 25)",
+         [](auto& k) { k = Text("-1"); },
          {0x7F, 0x38, 0x01, 0x01, 0x01, 0x01, 0x80, 0x07, 0x06, 0x82, 0x00}},
-        {"trailing blanks do not count", [](auto& k) { k = Text("Tables  "); },
+        {"trailing blanks do not count",
+         [](auto& k) { k = Text("Tables  "); },
          {0x7F, 0x6D, 0x4A, 0x4C, 0x5E, 0x51, 0x6B, 0x01, 0x00}},
-        {"case does not count", [](auto& k) { k = Text("TABLES"); },
+        {"case does not count",
+         [](auto& k) { k = Text("TABLES"); },
          {0x7F, 0x6D, 0x4A, 0x4C, 0x5E, 0x51, 0x6B, 0x01, 0x00}},
-        {"Long 0x0F000000 (adox_jet4 page 7)", [](auto& k) { jet::AppendLongKey(0x0F000000, k); },
+        {"Long 0x0F000000 (adox_jet4 page 7)",
+         [](auto& k) { jet::AppendLongKey(0x0F000000, k); },
          {0x7F, 0x8F, 0x00, 0x00, 0x00}},
-        {"Long 2 (adox_jet4 page 8)", [](auto& k) { jet::AppendLongKey(2, k); }, {0x7F, 0x80, 0x00, 0x00, 0x02}},
+        {"Long 2 (adox_jet4 page 8)",
+         [](auto& k) { jet::AppendLongKey(2, k); },
+         {0x7F, 0x80, 0x00, 0x00, 0x02}},
         {"Long -1", [](auto& k) { jet::AppendLongKey(-1, k); }, {0x7F, 0x7F, 0xFF, 0xFF, 0xFF}},
         {"Null", [](auto& k) { jet::AppendNullKey(k); }, {0x00}},
     };
@@ -86,7 +97,8 @@ TEST(IndexKeys, MatchThoseAccessWrote) {
         EXPECT_EQ(key, c.bytes) << c.what;
     }
     jet::ByteVec key;
-    EXPECT_FALSE(jet::AppendTextKeyPart(u"Таблица", key)) << "beyond U+00FF the sort table is unknown";
+    EXPECT_FALSE(jet::AppendTextKeyPart(u"Таблица", key))
+        << "beyond U+00FF the sort table is unknown";
 }
 
 // A damage planted in a file of ours and the problem the checker must report.
@@ -112,10 +124,13 @@ std::uint32_t FirstDataPage(const JetFile& file, std::uint32_t tdef) {
 
 std::vector<Damage> Damages() {
     return {
-        {"row count", [](std::string& b, const JetFile& f) { b[UserTdef(f) * 4096 + 16] += 1; }, "the definition counts"},
-        {"definition length", [](std::string& b, const JetFile& f) { b[UserTdef(f) * 4096 + 8] += 2; }, "add up"},
+        {"row count", [](std::string& b, const JetFile& f) { b[UserTdef(f) * 4096 + 16] += 1; },
+         "the definition counts"},
+        {"definition length",
+         [](std::string& b, const JetFile& f) { b[UserTdef(f) * 4096 + 8] += 2; }, "add up"},
         {"free space of a data page",
-         [](std::string& b, const JetFile& f) { b[FirstDataPage(f, UserTdef(f)) * 4096 + 2] -= 1; }, "bytes free"},
+         [](std::string& b, const JetFile& f) { b[FirstDataPage(f, UserTdef(f)) * 4096 + 2] -= 1; },
+         "bytes free"},
         {"a data page left out of its map",
          [](std::string& b, const JetFile& f) {
              const std::uint32_t map = f.ParseTdef(UserTdef(f)).ownedMap;
@@ -135,7 +150,8 @@ std::vector<Damage> Damages() {
              // The user table's free-space map row is copied over a long-value map row.
              const ParsedTdef t = f.ParseTdef(UserTdef(f));
              const std::size_t from = RowOffset(f, t.ownedMap >> 8, t.ownedMap & 0xFF);
-             const std::size_t to = RowOffset(f, t.longValues[0].ownedMap >> 8, t.longValues[0].ownedMap & 0xFF);
+             const std::size_t to =
+                 RowOffset(f, t.longValues[0].ownedMap >> 8, t.longValues[0].ownedMap & 0xFF);
              b.replace(to, 69, b.substr(from, 69));
          },
          "and by"},
@@ -159,14 +175,15 @@ std::vector<Damage> Damages() {
         {"catalogue index entries out of order",
          [](std::string& b, const JetFile& f) {
              // Entries 0 and 1 of the Id index leaf (9 bytes each) change places.
-             const std::size_t leaf = f.ParseTdef(2).realIndexes[1].rootPage * std::size_t{4096} + 0x1E0;
+             const std::size_t leaf =
+                 f.ParseTdef(2).realIndexes[1].rootPage * std::size_t{4096} + 0x1E0;
              const std::string first = b.substr(leaf, 9);
              b.replace(leaf, 9, b.substr(leaf + 9, 9));
              b.replace(leaf + 9, 9, first);
          },
          "out of order"},
-        {"distinct-key count",
-         [](std::string& b, const JetFile&) { b[2 * 4096 + 63 + 4] += 1; }, "distinct keys"},
+        {"distinct-key count", [](std::string& b, const JetFile&) { b[2 * 4096 + 63 + 4] += 1; },
+         "distinct keys"},
         {"long-value length",
          [](std::string& b, const JetFile& f) {
              // The memo of the first row points to a single LVAL row; its length grows by one.
@@ -186,7 +203,8 @@ std::vector<Damage> Damages() {
 TEST(StructureChecker, FindsEveryKindOfPlantedDamage) {
     TempDir dir;
     TableData people{{"People", {{"Name", JetType::Text, 40}, {"Notes", JetType::Memo}}}, {}};
-    for (int i = 0; i < 40; ++i) people.rows.push_back({"Person " + std::to_string(i), std::string(500 + i, 'n')});
+    for (int i = 0; i < 40; ++i)
+        people.rows.push_back({"Person " + std::to_string(i), std::string(500 + i, 'n')});
     WriteDatabase(dir / "p.mdb", {people});
     const std::string sound = ReadBytes(dir / "p.mdb");
     ASSERT_EQ(Join(CheckJetStructure(sound)), "");
