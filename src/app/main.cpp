@@ -7,6 +7,7 @@
 #include "common/error.h"
 #include "common/ini.h"
 #include "common/text.h"
+#include "extraction/batch_extract.h"
 #include "platform/platform.h"
 #include "shell/command_line.h"
 #include "shell/log_file.h"
@@ -131,7 +132,11 @@ void BatchMode(const Engines& engines, std::string& managerBackup) {
 
 Engines DefaultEngines() {
     Engines e;
-    e.extract = [](const ExtractionJob&) { NotBuilt("The extraction (/output, /Extract)"); };
+    e.extract = [](const ExtractionJob& job) {
+        if (job.output.empty()) NotBuilt("The viewer package without an extract (/vmpk alone)");
+        extraction::ExtractActivePlant2MDB(job.output, job.extractDrawingFiles, job.fromTo, job.plantGroupIDs,
+                                           job.drawingIDs, job.exclude);
+    };
     e.extractRevision = [](const ExtractionJob&) { NotBuilt("The revision extraction (/revision)"); };
     e.createVmp = [](const ExtractionJob&, bool, bool) { NotBuilt("The viewer package (/vmpk)"); };
     e.reExtract = [](const std::string&) { NotBuilt("Reloading an extract (/reload)"); };
@@ -139,13 +144,9 @@ Engines DefaultEngines() {
         NotBuilt("The batch writer (/Write)");
     };
     e.window = [] { NotBuilt("The main window (a run without arguments)"); };
-    e.fromPbs = [](const std::string&, std::string&, std::string&) {
-        NotBuilt("Drawing selection by /pbs");
-    };
-    e.fromUnitCode = [](const std::string&) -> std::string {
-        NotBuilt("Drawing selection by /unitcode");
-    };
-    e.fromNames = [](const std::string&) -> std::string { NotBuilt("Drawing selection by /name"); };
+    e.fromPbs = extraction::GetPlantGroupAndDrawingIDsFromPBS;
+    e.fromUnitCode = extraction::GetPlantGroupIDsFromUnitCode;
+    e.fromNames = extraction::GetDrawingIDsFromNames;
     return e;
 }
 

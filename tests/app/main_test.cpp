@@ -40,10 +40,12 @@ TEST(Main, ModesExitCodesAndConsole) {
         {"no output", {"/plant", "P"}, 0, {"Incorrect command line arguments '/plant P'"}, {}},
         {"question mark", {"/output", "x.mdb", "/name", "a?c"}, 0, {"Command line arguments for"},
          {"Incorrect command line arguments", kNotBuilt}},
+        // Without a site and plant the extraction starts and fails on the plant.
         {"question mark with exclude runs", {"/output", "x.mdb", "/exclude", "a?c"}, 1,
-         {"The extraction (/output, /Extract)"}, {"Command line arguments for"}},
-        {"vmpk alone passes the output test", {"/vmpk", "p.vmpk"}, 1, {"The extraction"}, {"Incorrect"}},
-        {"dash form at the end is seen", {"/output", "x.mdb", "-black"}, 1, {"The extraction"}, {}},
+         {"Batch mode arguments"}, {"Command line arguments for", kNotBuilt}},
+        {"vmpk alone passes the output test", {"/vmpk", "p.vmpk"}, 1, {"The viewer package without an extract"},
+         {"Incorrect"}},
+        {"dash form at the end is seen", {"/output", "x.mdb", "-black"}, 1, {"Batch mode arguments"}, {kNotBuilt}},
         {"missing output folder", {"/output", "/no/such/dir/a.mdb"}, 1,
          {"Output directory /no/such/dir does not exist."}, {kNotBuilt}},
         {"missing config", {"/output", "x.mdb", "/config", "/no/c.ini"}, 1,
@@ -53,7 +55,8 @@ TEST(Main, ModesExitCodesAndConsole) {
         {"reload", {"/reload", "r.mdb"}, 1, {"Reloading an extract (/reload)"}, {}},
         {"revision", {"/output", "x.mdb", "/revision", "A", "-", "1"}, 1,
          {"The revision extraction (/revision)"}, {}},
-        {"selection by pbs", {"/output", "x.mdb", "/pbs", "\\A1"}, 1, {"Drawing selection by /pbs"}, {}},
+        {"selection by pbs without a plant", {"/output", "x.mdb", "/pbs", "\\A1"}, 1, {"Batch mode arguments"},
+         {kNotBuilt}},
     };
     for (const auto& c : cases) {
         Sandbox box;

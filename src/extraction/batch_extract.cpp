@@ -1,0 +1,126 @@
+#include "extraction/batch_extract.h"
+
+#include <filesystem>
+#include <vector>
+
+#include "attributes/config_file.h"
+#include "common/error.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "extraction/attribute_keys.h"
+#include "extraction/pid2mdb.h"
+#include "plantaccess/ado.h"
+#include "plantaccess/resolution.h"
+#include "plantaccess/session.h"
+#include "shell/settings.h"
+
+namespace tb::extraction {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The ids a statement gives, quoted and comma-separated, each once.
+void CollectIds(const std::string& sql, std::vector<std::string>& ids) {
+    const plantaccess::PlantConnection plant = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
+    auto rows = plantaccess::AdoRead(sql, plant.connection);
+    for (; !rows->Eof(); rows->MoveNext()) {
+        const std::string id = plantaccess::GetDBvalue(rows->Field(0));
+        if (!id.empty() && !HasName(ids, id)) ids.push_back(id);
+    }
+}
+
+std::string QuotedList(const std::vector<std::string>& ids) {
+    std::string out;
+    for (const std::string& id : ids) out += (out.empty() ? "" : ",") + SqlLiteral(id);
+    return out;
+}
+
+// Opens the plant's settings first, as every look-up does.
+std::string PlantTable(std::string_view table) {
+    std::string plant, user, password, site;
+    plantaccess::InitDBSettings(plant, user, password, false, site);
+    const plantaccess::PlantConnection connection = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
+    return plantaccess::GetFullTableName(connection.prefix, table);
+}
+
+std::string IdsByList(std::string_view table, std::string_view column, const std::string& values) {
+    const std::string full = PlantTable(table);
+    std::vector<std::string> literals;
+    for (const std::string& v : Split(values, ";")) {
+        const std::string trimmed(TrimBlanks(v));
+        if (!trimmed.empty()) literals.push_back(SqlLiteral(trimmed));
+    }
+    if (literals.empty()) return {};
+    std::vector<std::string> ids;
+    CollectIds("SELECT SP_ID FROM " + full + " where " + std::string(column) + " in (" + Join(literals, ",") + ")",
+               ids);
+    return QuotedList(ids);
+}
+
+}  // namespace
+
+void GetPlantGroupAndDrawingIDsFromPBS(const std::string& pbs, std::string& plantGroupIDs, std::string& drawingIDs) {
+    Trap("GetPlantGroupAndDrawingIDsFromPBS", [&] {
+        const std::string groups = PlantTable("T_PLANTGROUP"), drawings = PlantTable("T_DRAWING");
+        std::vector<std::string> groupIds, drawingIds;
+        for (const std::string& raw : Split(pbs, ";")) {
+            std::string pattern(TrimBlanks(raw));
+            if (pattern.empty()) continue;
+            const bool drawing = pattern.ends_with("*") && !pattern.ends_with("\\*");
+            if (!pattern.starts_with("\\")) pattern = "\\" + pattern;
+            pattern = ReplaceAll(pattern, "*", "%");
+            if (drawing)
+                CollectIds("SELECT SP_ID FROM " + drawings + " where path like " + SqlLiteral(pattern), drawingIds);
+            else
+                CollectIds("SELECT SP_ID FROM " + groups + " where dir_path like " + SqlLiteral(pattern), groupIds);
+        }
+        plantGroupIDs = QuotedList(groupIds);
+        drawingIDs = QuotedList(drawingIds);
+    });
+}
+
+std::string GetPlantGroupIDsFromUnitCode(const std::string& unitcode) {
+    return Trap("GetPlantGroupIDsFromUnitCode", [&]() -> std::string {
+        const std::string table = PlantTable("T_Unit");
+        const plantaccess::PlantConnection plant = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
+        try {
+            plant.connection->Query("SELECT SP_ID FROM " + table + " WHERE 1=0");
+        } catch (const std::exception&) {
+            ShowStatus("T_Unit does not exist in the database");
+            return {};
+        }
+        return IdsByList("T_Unit", "UnitCode", unitcode);
+    });
+}
+
+std::string GetDrawingIDsFromNames(const std::string& name) {
+    return Trap("GetDrawingIDsFromNames", [&] { return IdsByList("t_drawing", "Name", name); });
+}
+
+void ExtractActivePlant2MDB(const std::string& output, bool extractDrawingFiles, bool fromTo,
+                            const std::string& plantGroupIDs, const std::string& drawingIDs,
+                            const std::string& exclude) {
+    Trap("ExtractActivePlant2MDB", [&] {
+        std::string plant, site;
+        plantaccess::PIDReadBegin(plant, site);
+        shell::SetCurrentPlantName(plant);
+        attributes::InitProjectConfig(plant);
+        const fs::path target = fs::absolute(output);
+        std::error_code ec;
+        if (extractDrawingFiles) fs::remove_all(target.parent_path() / "igr", ec);
+        if (fs::exists(target, ec)) fs::remove(target);
+        plantaccess::ForgetMdbStore(target);
+        std::string user, password;
+        plantaccess::InitDBSettings(plant, user, password, false, site);
+        PID2MDBArguments args;
+        args.mdbFile = target;
+        args.plantGroupIDs = plantGroupIDs;
+        args.drawingIDs = drawingIDs;
+        args.extractDrawingFiles = extractDrawingFiles;
+        args.extractFromTo = fromTo;
+        args.excludedDrawings = exclude;
+        PID2MDB(args);
+    });
+}
+
+}  // namespace tb::extraction

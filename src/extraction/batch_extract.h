@@ -1,0 +1,21 @@
+#pragma once
+// Batch extraction: the wrapper around PID2MDB that Main calls, and the look-ups that turn the
+// selection arguments (/pbs, /unitcode, /name) into lists of plant group and drawing ids.
+
+#include <string>
+
+namespace tb::extraction {
+
+// Opens the plant named by Main (or the client's ini), prepares its attribute configuration,
+// removes an old output and the "igr" folder when drawing files are wanted, and runs PID2MDB.
+void ExtractActivePlant2MDB(const std::string& output, bool extractDrawingFiles, bool fromTo,
+                            const std::string& plantGroupIDs, const std::string& drawingIDs,
+                            const std::string& exclude);
+
+// The ids are quoted comma lists ("'A','B'"), each id once; empty when nothing matched.
+void GetPlantGroupAndDrawingIDsFromPBS(const std::string& pbs, std::string& plantGroupIDs,
+                                       std::string& drawingIDs);
+std::string GetPlantGroupIDsFromUnitCode(const std::string& unitcode);
+std::string GetDrawingIDsFromNames(const std::string& name);
+
+}  // namespace tb::extraction

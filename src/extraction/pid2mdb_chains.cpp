@@ -1,0 +1,537 @@
+// PID2MDB, second half: each category table grows by a chain of two-table joins inside the store;
+// then the working tables go, and Task, the glossary, the user's columns and _Info are written.
+
+#include <filesystem>
+
+#include "attributes/categories.h"
+#include "common/error.h"
+#include "common/ini.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "extraction/codelists.h"
+#include "extraction/column_alias.h"
+#include "extraction/output_model.h"
+#include "extraction/revisions.h"
+#include "extraction/run_context.h"
+#include "plantaccess/session.h"
+#include "shell/settings.h"
+
+namespace tb::extraction {
+namespace {
+
+namespace fs = std::filesystem;
+
+// One category's working table, "temp<n>", grown step by step.
+class Chain {
+public:
+    Chain(RunContext& run, std::string category) : run_(run), st_(run.st()), category_(std::move(category)) {}
+
+    std::string Current() const { return "temp" + std::to_string(n_); }
+    bool Started() const { return started_; }
+
+    void Start(const std::string& select) {
+        st_.SelectInto(select, Current());
+        started_ = true;
+    }
+
+    // A join step with the category's columns of a working table (GetSQL4AddCols4DiffTypes).
+    bool Add(std::string_view source, std::string_view suffix, std::string_view leftKey, std::string_view rightKey,
+             std::string_view kind = "LEFT") {
+        if (!st_.TableExists(source)) return false;
+        const std::string query =
+            GetSQL4AddCols4DiffTypes(run_.keys, source, category_, suffix, run_.StoreColumns(source));
+        if (query.empty()) return false;
+        return AddSql(query, leftKey, rightKey, kind, source);
+    }
+
+    // A join step with the rows of a statement.
+    bool AddSql(const std::string& query, std::string_view leftKey, std::string_view rightKey, std::string_view kind,
+                std::string_view source) {
+        if (!started_ || !st_.ColumnExists(Current(), leftKey)) return false;
+        ShowProgress("Add data from " + std::string(source) + " to " + category_ + "...");
+        const std::string right = "temp" + std::to_string(n_ + 1);
+        st_.SelectInto(query, right);
+        Join(right, leftKey, rightKey, kind);
+        st_.DropTable(right);
+        return true;
+    }
+
+    // A join step with a whole table.
+    // The start joins keep the right key: runs without components keep their id.
+    bool AddTable(std::string_view table, std::string_view leftKey, std::string_view rightKey,
+                  std::string_view kind = "LEFT", bool keepRightKey = false) {
+        if (!started_ || !st_.TableExists(table) || !st_.ColumnExists(Current(), leftKey)) return false;
+        ShowProgress("Add data from " + std::string(table) + " to " + category_ + "...");
+        Join(table, leftKey, rightKey, kind, keepRightKey);
+        return true;
+    }
+
+    void Finish() {
+        if (st_.TableExists(category_)) st_.DropTable(category_);
+        st_.RenameTable(Current(), category_);
+    }
+
+    // The category's T_PlantGroup columns ("t_plantgroup.UnitCode_PipeRun" -> PipeRun_UnitCode),
+    // from the plant group of the plant item `leftKey` names.
+    void PlantGroupColumns(std::string_view leftKey, std::string_view owner) {
+        if (!st_.TableExists("T_PLANTGROUP") || !st_.ColumnExists(Current(), leftKey)) return;
+        const std::vector<std::string> groupColumns = run_.StoreColumns("T_PLANTGROUP");
+        std::vector<store::Assignment> set;
+        for (const std::string& key : run_.keys.Keys(category_)) {
+            if (!IStartsWith(key, "t_plantgroup.")) continue;
+            if (!owner.empty() && !IEndsWith(key, owner)) continue;
+            const std::string attr = key.substr(std::string_view("t_plantgroup.").size());
+            const std::string column = FindName(groupColumns, owner.empty() ? attr : StripSuffix(attr, owner));
+            const std::string alias = GetColumnAlias(key);
+            if (column.empty() || st_.ColumnExists(Current(), alias)) continue;
+            st_.AddColumn(Current(), {alias, store::ColumnType::Text(100)});
+            set.push_back({alias, "g.[" + column + "]"});
+        }
+        if (set.empty()) return;
+        store::JoinUpdate u;
+        u.target = Current();
+        u.targetAlias = "t";
+        u.source = "T_PlantItem pi, T_PLANTGROUP g";
+        u.on = "t.[" + std::string(leftKey) + "]=pi.sp_id AND pi.SP_PLANTGROUPID=g.sp_id";
+        u.set = set;
+        u.order = "pi._rowid_, g._rowid_";
+        st_.UpdateFromJoin(u);
+    }
+
+    // The group tables' columns of an owner (T_Package, T_System, T_SafetyClass).
+    void GroupTables(const std::vector<const char*>& tables, std::string_view suffix, std::string_view leftKey) {
+        for (const char* table : tables) {
+            if (!st_.TableExists(table)) continue;
+            const std::string cols =
+                GetColsOfGroupTable(run_.keys, category_, table, suffix, run_.StoreColumns(table));
+            if (cols.empty()) continue;
+            AddSql("SELECT [SP_PLANTITEMID]," + cols + " FROM [" + table + "]", leftKey, "SP_PLANTITEMID", "LEFT",
+                   table);
+        }
+    }
+
+    // The case attributes of the category, each on the id of its owner.
+    void Cases() {
+        std::size_t count = 0;
+        const OwnerSuffix* owners = OwnerSuffixes(count);
+        for (const std::string& key : run_.keys.Keys(category_)) {
+            const auto dot = key.find('.');
+            if (dot == std::string::npos) continue;
+            const std::string table = key.substr(0, dot), part = key.substr(dot + 1);
+            const bool withQuality = IEquals(table, "T_CaseProcess") || IEquals(table, "T_CaseControl");
+            if (!withQuality && !IEquals(table, "T_Case")) continue;
+            const std::string caseTable = CaseTableOfKey(part, withQuality);
+            if (caseTable.empty() || !st_.TableExists(caseTable)) continue;
+            std::string leftKey = "SP_ID";
+            for (std::size_t i = 0; i < count; ++i)
+                if (IEndsWith(part, owners[i].suffix)) leftKey = std::string(owners[i].prefix) + "SP_ID";
+            const std::vector<std::string> caseColumns = run_.StoreColumns(caseTable);
+            const std::string query =
+                withQuality ? GetSQL4CaseProcess(part, {}, &caseColumns) : GetSQL4TCase(part, {}, &caseColumns);
+            if (query.empty()) continue;
+            // The query yields the id of the table it reads, whatever the chain text names.
+            AddSql(query, leftKey, caseTable + "_SP_ID", "LEFT", caseTable);
+        }
+    }
+
+    // Piping point columns "End_<n>_<col>" of the item `leftKey` names.
+    void PointColumns(std::string_view leftKey) {
+        if (!st_.TableExists("t_pipingpoint") || !st_.ColumnExists(category_, leftKey)) return;
+        const std::vector<std::string> pointColumns = run_.StoreColumns("t_pipingpoint");
+        for (int index = 1; index <= 9; ++index) {
+            const auto cols = GetPointColumns4Category(run_.keys, category_, index, pointColumns);
+            if (cols.empty()) continue;
+            std::vector<store::Assignment> set;
+            for (const AliasedColumn& c : cols) {
+                if (!st_.ColumnExists(category_, c.alias)) st_.AddColumn(category_, {c.alias, store::ColumnType::Text(255)});
+                set.push_back({c.alias, "b.[" + c.column + "]"});
+            }
+            store::JoinUpdate u;
+            u.target = category_;
+            u.targetAlias = "a";
+            u.source = "t_pipingpoint b";
+            u.on = "a.[" + std::string(leftKey) + "]=b.SP_PLANTITEMID";
+            u.set = set;
+            u.where = "b.POINTINDEX=" + std::to_string(index);
+            st_.UpdateFromJoin(u);
+        }
+    }
+
+    // Instrument_FailureAction and Instrument_FailureActionLow from t_instrfailmode.
+    void FailureColumns(std::string_view leftKey) {
+        if (!st_.TableExists("t_instrfailmode") || !st_.ColumnExists(category_, leftKey)) return;
+        struct F {
+            const char* key;
+            const char* column;
+            const char* mode;
+        } list[] = {{"T_InstrFailMode.FailureAction_Instrument", "Instrument_FailureAction", "High"},
+                    {"T_InstrFailMode.FailureActionLow_Instrument", "Instrument_FailureActionLow", "Low"}};
+        for (const F& f : list) {
+            if (!run_.keys.Has(category_, f.key)) continue;
+            st_.AddColumn(category_, {f.column, store::ColumnType::Text(80)});
+            store::JoinUpdate u;
+            u.target = category_;
+            u.targetAlias = "a";
+            u.source = "t_instrfailmode f";
+            u.on = "a.[" + std::string(leftKey) + "]=f.sp_instrumentid";
+            u.set = {{f.column, "f.FailureAction"}};
+            u.where = std::string("f.FailModeType='") + f.mode + "'";
+            st_.UpdateFromJoin(u);
+        }
+    }
+
+private:
+    void Join(std::string_view right, std::string_view leftKey, std::string_view rightKey, std::string_view kind,
+              bool keepRightKey = false) {
+        const std::string left = Current(), target = "temp" + std::to_string(n_ + 2);
+        const bool keyOnLeft = keepRightKey || st_.ColumnExists(left, rightKey);
+        JoinTable(st_, kind, {}, left, leftKey, right, rightKey, target);
+        if (!keyOnLeft && st_.ColumnExists(target, rightKey)) st_.DropColumn(target, rightKey);
+        st_.DropTable(left);
+        n_ += 2;
+        run_.CheckCancel();
+    }
+
+    RunContext& run_;
+    store::Store& st_;
+    std::string category_;
+    int n_ = 0;
+    bool started_ = false;
+};
+
+void LogNotProduced(const std::string& what) { LogLine(what + " is not produced in this version of Tarnbrook."); }
+
+void Completion(RunContext& run, const std::string& category) {
+    AddID2Table(run.st(), category);
+    AddQuantityColumn(run.st(), category, run.keys);
+}
+
+void InlineCompPrun(RunContext& run) {
+    store::Store& st = run.st();
+    if (!st.TableExists("t_inlinecomp")) return;
+    run.step = 32;
+    ShowProgress("Preparing InlineComp_prun...");
+    Chain c(run, "InlineComp_Prun");
+    c.Start("SELECT * FROM [t_inlinecomp]");
+    if (st.TableExists("t_piperun")) {
+        const std::vector<std::string> runColumns = run.StoreColumns("t_piperun");
+        if (!GetSQL4AddCols4DiffTypes(run.keys, "t_piperun", "OPCs", "", runColumns).empty()) {
+            const std::string query = GetSQL4AddCols4DiffTypes(run.keys, "t_piperun", "InlineComp_Prun", "", runColumns);
+            st.SelectInto(query.empty() ? "SELECT [Piperun_sp_id] FROM [t_piperun]" : query, "temp_piperun");
+            c.AddTable("temp_piperun", "inlineComp_SP_piperunid", "piperun_SP_ID", "RIGHT", true);
+            st.DropTable("temp_piperun");
+        } else {
+            c.AddTable("t_piperun", "inlineComp_SP_piperunid", "piperun_SP_ID", "RIGHT", true);
+        }
+    }
+    c.AddTable("t_pipingcomp", "inlineComp_SP_PIPINGCOMPID", "pipingcomp_SP_ID");
+    c.AddTable("t_instrument", "inlineComp_SP_INSTRUMENTID", "instrument_SP_ID");
+    for (const char* suffix : {"_PipeRun", "_InlineComp"}) {
+        const std::string left = IEquals(suffix, "_PipeRun") ? "piperun_sp_id" : "inlineComp_SP_Id";
+        const std::string prefix = std::string(suffix).substr(1);
+        c.Add("t_plantitem", suffix, left, prefix + "_SP_ID");
+        c.GroupTables({"T_Package", "T_System"}, suffix, left);
+        c.Add("t_modelitem", suffix, left, prefix + "_SP_ID");
+    }
+    // Runs without components keep their own id on the left.
+    c.AddSql(GetSQL4OthersCols(run.keys, "InlineComp_Prun", run.StoreColumns("PID")), "piperun_sp_id",
+             "Others_SP_ID", "INNER", "PID");
+    c.Cases();
+    c.PlantGroupColumns("piperun_sp_id", "_PipeRun");
+    if (!plantaccess::UseCopyPlantDatabase())
+        for (const char* suffix : {"_PipeRun", "_InlineComp"}) {
+            const std::string left = IEquals(suffix, "_PipeRun") ? "piperun_sp_id" : "inlineComp_SP_Id";
+            c.Add("t_status", suffix, left, std::string(suffix).substr(1) + "_SP_MODELITEMID");
+        }
+    c.Add("T_InstrFunction", "_Instrument", "instrument_SP_ID", "SP_INSTRUMENTID");
+    c.Finish();
+    c.FailureColumns("instrument_SP_ID");
+    c.PointColumns("Inlinecomp_sp_id");
+    StringTable(st, "InlineComp_Prun");
+    Completion(run, "InlineComp_Prun");
+}
+
+void EqpNozzle(RunContext& run) {
+    store::Store& st = run.st();
+    run.step = 34;
+    const bool equipment = st.TableExists("t_equipment"), nozzle = st.TableExists("t_nozzle");
+    if (!equipment && !nozzle) return;
+    ShowProgress("Preparing Eqp_Nozzle...");
+    if (nozzle && st.TableExists("t_plantitem")) {
+        // A nozzle's equipment from its part-of link where the nozzle names none.
+        store::JoinUpdate u;
+        u.target = "t_nozzle";
+        u.source = "t_plantitem p";
+        u.on = "t_nozzle.Nozzle_sp_id=p.sp_id";
+        u.set = {{"Nozzle_sp_equipmentid", "p.sp_partofid"}};
+        u.where = "len(jcat('', t_nozzle.Nozzle_sp_equipmentid))=0";
+        st.UpdateFromJoin(u);
+    }
+    Chain c(run, "Eqp_Nozzle");
+    c.Start(equipment ? "SELECT * FROM [t_equipment]" : "SELECT * FROM [t_nozzle]");
+    if (equipment && nozzle) c.AddTable("t_nozzle", "Equipment_SP_ID", "nozzle_SP_EQUIPMENTID", "LEFT", true);
+    for (const char* t : {"t_vessel", "t_mechanical", "t_exchanger", "t_equipmentother", "t_equipcomponent"}) {
+        const std::string name(t);
+        std::string prefix = name.substr(2);
+        prefix[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(prefix[0])));
+        c.AddTable(name, "Equipment_SP_ID", prefix + "_sp_id");
+    }
+    for (const char* suffix : {"_Nozzle", "_Equipment"}) {
+        const std::string prefix = std::string(suffix).substr(1), left = prefix + "_SP_ID";
+        c.Add("t_plantitem", suffix, left, left);
+        c.GroupTables({"T_Package", "T_System"}, suffix, left);
+        c.Add("t_modelitem", suffix, left, left);
+    }
+    c.AddSql(GetSQL4OthersCols(run.keys, "Eqp_Nozzle", run.StoreColumns("PID")),
+             equipment ? "Equipment_SP_ID" : "Nozzle_SP_ID", "Others_SP_ID", "INNER", "PID");
+    c.Cases();
+    c.PlantGroupColumns("Equipment_SP_ID", "_Equipment");
+    if (!plantaccess::UseCopyPlantDatabase())
+        for (const char* suffix : {"_Nozzle", "_Equipment"}) {
+            const std::string prefix = std::string(suffix).substr(1);
+            c.Add("t_status", suffix, prefix + "_SP_ID", prefix + "_SP_MODELITEMID");
+        }
+    c.Finish();
+    LogNotProduced("The connected item ids of Eqp_Nozzle (Nozzle_ConnectedItemID)");
+    if (run.keys.Has("Eqp_Nozzle", "Others.MultiRep")) LogNotProduced("MultiRep of Eqp_Nozzle");
+    Completion(run, "Eqp_Nozzle");
+}
+
+void Plantitems(RunContext& run) {
+    store::Store& st = run.st();
+    run.step = 35;
+    if (!st.TableExists("t_plantitem")) return;
+    const std::string start =
+        GetSQL4AddCols4DiffTypes(run.keys, "t_plantitem", "Plantitems", "", run.StoreColumns("t_plantitem"));
+    if (start.empty() || run.keys.Keys("Plantitems").empty()) return;
+    ShowProgress("Preparing Plantitems...");
+    Chain c(run, "Plantitems");
+    c.Start(start);
+    c.Add("t_modelitem", "", "SP_ID", "Modelitem_sp_id");
+    c.AddSql(GetSQL4OthersCols(run.keys, "Plantitems", run.StoreColumns("PID")), "SP_ID", "Others_SP_ID", "INNER",
+             "PID");
+    if (st.ColumnExists("PID", "SP_MODELITEMTIMESTAMP")) {
+        c.AddSql("SELECT [SP_ID] AS [Ts_SP_ID], max([SP_MODELITEMTIMESTAMP]) AS [SP_MODELITEMTIMESTAMP] FROM [PID] "
+                 "GROUP BY [SP_ID]",
+                 "SP_ID", "Ts_SP_ID", "LEFT", "PID");
+        st.DropColumn("PID", "SP_MODELITEMTIMESTAMP");
+    }
+    c.PlantGroupColumns("SP_ID", "");
+    if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "", "SP_ID", "Status_sp_modelitemid");
+    c.Finish();
+    if (st.TableExists("T_AREABREAKATTRIBUTE")) {
+        st.AddColumn("Plantitems", {"PlantItemGroup_RevisionNumber", store::ColumnType::Text(100)});
+        store::JoinUpdate u;
+        u.target = "Plantitems";
+        u.targetAlias = "a";
+        u.source = "T_AREABREAKATTRIBUTE b";
+        u.on = "a.SP_ID=b.SP_PARENTID";
+        u.set = {{"PlantItemGroup_RevisionNumber", "b.PlantItemGroup_RevisionNumber"}};
+        st.UpdateFromJoin(u);
+    }
+    if (st.TableExists("t_symbol")) {
+        Chain s(run, "Plantitems");
+        s.Start("SELECT * FROM [Plantitems]");
+        s.Add("t_symbol", "", "SP_ID", "Symbol_sp_plantitemid");
+        s.Finish();
+    }
+    Completion(run, "Plantitems");
+}
+
+void Instruments(RunContext& run) {
+    store::Store& st = run.st();
+    run.step = 36;
+    if (!st.TableExists("T_Instrument1")) {
+        LogLine("Instruments does not exist.");
+        return;
+    }
+    ShowProgress("Preparing Instruments...");
+    Chain c(run, "Instruments");
+    c.Start("SELECT * FROM [T_Instrument1]");
+    if (st.TableExists("T_InstrLoop")) {
+        for (const std::string& column : run.StoreColumns("T_InstrLoop"))
+            if (!IEquals(column, "SP_PLANTITEMID")) RenameColumn(st, "T_InstrLoop", column, "InstrLoop_" + column);
+        const bool allLoops = IniFlag(run.attributeIni, "General", "AllLoops", "0");
+        c.AddTable("T_InstrLoop", "Instrument_SP_ID", "SP_PLANTITEMID", allLoops ? "out" : "LEFT");
+    }
+    c.Add("t_plantitem", "_Instrument", "Instrument_SP_ID", "Instrument_SP_ID");
+    c.GroupTables({"T_Package", "T_System", "T_SafetyClass"}, "_Instrument", "Instrument_SP_ID");
+    c.Add("t_modelitem", "_Instrument", "Instrument_SP_ID", "Instrument_SP_ID");
+    c.Add("t_modelitem", "_Instrloop", "InstrLoop_SP_ID", "Instrloop_SP_ID");
+    c.AddSql(GetSQL4OthersCols(run.keys, "Instruments", run.StoreColumns("PID")), "Instrument_SP_ID", "Others_SP_ID",
+             "LEFT", "PID");
+    c.Cases();
+    c.PlantGroupColumns("Instrument_SP_ID", "_Instrument");
+    if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "_Instrument", "Instrument_SP_ID", "Instrument_SP_MODELITEMID");
+    c.Add("T_InstrFunction", "_Instrument", "Instrument_SP_ID", "SP_INSTRUMENTID");
+    c.Finish();
+    LogNotProduced("The connected item ids of Instruments (Instrument_ConnectedItemID)");
+    c.FailureColumns("Instrument_SP_ID");
+    c.PointColumns("Instrument_SP_ID");
+    if (run.keys.Has("Instruments", "Others.LoopDrawingName") && st.ColumnExists("Instruments", "InstrLoop_SP_ID")) {
+        st.AddColumn("Instruments", {"LoopDrawingName", store::ColumnType::Text(255)});
+        store::JoinUpdate u;
+        u.target = "Instruments";
+        u.targetAlias = "a";
+        u.source = "PID b";
+        u.on = "a.InstrLoop_SP_ID=b.SP_ID";
+        u.set = {{"LoopDrawingName", "b.Drawing_Name"}};
+        st.UpdateFromJoin(u);
+    }
+    Completion(run, "Instruments");
+}
+
+void ItemNotes(RunContext& run) {
+    store::Store& st = run.st();
+    run.step = 37;
+    if (!st.TableExists("t_note")) return;
+    ShowProgress("Preparing ItemNotes...");
+    Chain c(run, "ItemNotes");
+    c.Start("SELECT * FROM [t_note]");
+    c.Add("t_modelitem", "", "Note_SP_ID", "Modelitem_sp_id");
+    c.AddSql(GetSQL4OthersCols(run.keys, "ItemNotes", run.StoreColumns("PID")), "Note_SP_ID", "Others_SP_ID", "INNER",
+             "PID");
+    c.Add("t_symbol", "", "Note_SP_ID", "Symbol_sp_plantitemid");
+    if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "", "Note_SP_ID", "Status_sp_modelitemid");
+    c.Finish();
+    Completion(run, "ItemNotes");
+}
+
+void DrawingsCategory(RunContext& run) {
+    store::Store& st = run.st();
+    run.step = 39;
+    if (!st.TableExists("Drawings")) return;
+    AddRevision2Drawings(st, run.keys);
+    AddQuantityColumn(st, "Drawings", run.keys);
+    AddID2Table(st, "Drawings");
+    if (!st.TableExists("T_PLANTGROUP") || !st.ColumnExists("Drawings", "Drawing_SP_PLANTGROUPID")) return;
+    const std::vector<std::string> groupColumns = run.StoreColumns("T_PLANTGROUP");
+    std::vector<store::Assignment> set;
+    for (const std::string& key : run.keys.Keys("Drawings")) {
+        if (!IStartsWith(key, "t_plantgroup.")) continue;
+        const std::string column = FindName(groupColumns, key.substr(13)), alias = GetColumnAlias(key);
+        if (column.empty() || st.ColumnExists("Drawings", alias)) continue;
+        st.AddColumn("Drawings", {alias, store::ColumnType::Text(100)});
+        set.push_back({alias, "g.[" + column + "]"});
+    }
+    if (set.empty()) return;
+    store::JoinUpdate u;
+    u.target = "Drawings";
+    u.source = "T_PLANTGROUP g";
+    u.on = "Drawings.Drawing_SP_PLANTGROUPID=g.sp_id";
+    u.set = set;
+    st.UpdateFromJoin(u);
+}
+
+void ClearWorkingTables(RunContext& run) {
+    store::Store& st = run.st();
+    run.step = 40;
+    const std::vector<std::string> categories = attributes::AllCategoryNames();
+    if (run.deleteTempTables) {
+        static const std::vector<std::string> keep = {"pid", "m_cp", "Codelist_cp", "T_LABELPERSIST",
+                                                      "attributes_cp", "itemattributions_cp", "_Info", "t_drawing"};
+        for (const std::string& table : st.TableNames())
+            if (!HasName(categories, table) && !HasName(keep, table)) st.DropTable(table);
+    }
+    ShowProgress("Purging data...");
+    for (const std::string& category : categories) {
+        if (!st.TableExists(category)) continue;
+        for (const store::ColumnDef& c : st.Columns(category)) {
+            // Only text columns: the counter ID is a number and matches "*id" too.
+            if (!c.type.isText() || !(Like(c.name, "*id", true) || Like(c.name, "*sp_*id", true))) continue;
+            st.ExecuteCount("UPDATE [" + category + "] SET [" + c.name + "] = NULL WHERE [" + c.name + "]=''");
+        }
+    }
+    ShowProgress("Done");
+}
+
+// The run's ini copy: the attribute configuration with the run's parameters and, for each
+// category in Task, its configured keys.
+std::string SaveRunParameters(RunContext& run, const std::vector<std::string>& tasks) {
+    const fs::path copy = shell::SessionTempFolder() / "run-settings.ini";
+    std::error_code ec;
+    fs::remove(copy, ec);
+    if (fs::is_regular_file(run.attributeIni, ec)) fs::copy_file(run.attributeIni, copy, ec);
+    auto ids = [](const std::string& list) { return ReplaceAll(list, "'", "."); };
+    IniWrite(copy, "Parameters", "PlantGroupIDs", ids(run.args.plantGroupIDs));
+    IniWrite(copy, "Parameters", "DrawingIDs", ids(run.args.drawingIDs));
+    IniWrite(copy, "Parameters", "SelectFilter", run.args.selectFilter);
+    IniWrite(copy, "Parameters", "LoadAssociatedDrawings", run.args.loadAssociatedDrawings ? "1" : "0");
+    IniWrite(copy, "Parameters", "ExtractDrawingFiles", run.args.extractDrawingFiles ? "1" : "0");
+    IniWrite(copy, "Parameters", "ExtractFromTo", run.extractFromTo ? "1" : "0");
+    // SaveExtractedAttributes: the configured keys of every category the extract holds.
+    for (const std::string& task : tasks)
+        for (const std::string& key : run.keys.Keys(task)) IniWrite(copy, "Extracted_" + task, key, "");
+    std::string bytes;
+    if (FILE* f = std::fopen(copy.c_str(), "rb")) {
+        char buffer[8192];
+        std::size_t n;
+        while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) bytes.append(buffer, n);
+        std::fclose(f);
+    }
+    fs::remove(copy, ec);
+    return bytes;
+}
+
+}  // namespace
+
+void BuildCategories(RunContext& run) {
+    store::Store& st = run.st();
+    InlineCompPrun(run);
+    run.step = 33;
+    if (run.ductRuns && !run.keys.Keys("DuctRuns").empty()) LogNotProduced("DuctRuns");
+    EqpNozzle(run);
+    Plantitems(run);
+    Instruments(run);
+    ItemNotes(run);
+    run.step = 38;
+    if (!run.keys.Keys("OPCs").empty()) LogNotProduced("OPCs");
+    if (run.keys.Has("InlineComp_Prun", "Others.NotConnectedRuns")) LogNotProduced("NotConnectedRuns");
+    if (run.keys.Has("InlineComp_Prun", "Others.NumberOfLabels")) LogNotProduced("NumberOfLabels");
+    DrawingsCategory(run);
+    ClearWorkingTables(run);
+
+    // Step 41.
+    run.step = 41;
+    std::vector<std::string> tasks;
+    if (st.TableExists("Task")) st.DropTable("Task");
+    st.CreateTable("Task", {{"Name", store::ColumnType::Text(255)}});
+    for (const std::string& category : attributes::AllCategoryNames())
+        if (auto found = st.FindTable(category)) {
+            tasks.push_back(*found);
+            st.ExecuteCount("INSERT INTO [Task] ([Name]) VALUES (?1)", {store::Value(*found)});
+        }
+
+    // Step 43.
+    run.step = 43;
+    if (!plantaccess::UseCopyPlantDatabase()) {
+        if (st.TableExists("Codelist_cp")) AddNullToCodelist(st);
+        ShowProgress("Display names...");
+        if (st.TableExists("itemattributions_cp")) {
+            FillGlossary(st);
+            st.DropTable("itemattributions_cp");
+        }
+        if (run.args.extractDrawingFiles) LogNotProduced("The drawing files beside the extract");
+        ExtendUserColumns(st, run.attributeIni, false);
+    }
+
+    // Step 44.
+    run.step = 44;
+    ExtractInfo info = CurrentExtractInfo("Tarnbrook");
+    info.project = plantaccess::SessionProjectName().empty() ? shell::CurrentPlantName()
+                                                              : plantaccess::SessionProjectName();
+    info.asBuiltName = info.project;
+    if (ManualInfoWanted(shell::GetUserConfigFile())) {
+        info.withManualInfo = true;
+        info.manual = ReadManualInfo(run.attributeIni);
+    }
+    CreateInfoTable(st, info);
+    SetInfoSettings(st, SaveRunParameters(run, tasks));
+
+    // Step 45.
+    run.step = 45;
+    if (run.drawingAttributes && run.args.extractDrawingFiles) LogNotProduced("The attributes in the drawing files");
+    Compact(run.args.mdbFile);
+}
+
+}  // namespace tb::extraction

@@ -1,0 +1,55 @@
+#pragma once
+// The state one extraction run carries from its copy steps (plant tables into working tables) to
+// its category chains and its closing tables. Shared by the two halves of PID2MDB.
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "extraction/attribute_keys.h"
+#include "extraction/category_sql.h"
+#include "extraction/pid2mdb.h"
+#include "extraction/plant_sql.h"
+#include "store/store.h"
+
+namespace tb::extraction {
+
+struct RunContext {
+    const PID2MDBArguments& args;
+    std::filesystem::path attributeIni;
+    AttributeKeys keys;
+    std::shared_ptr<store::Store> storePtr;
+    store::Store& st() const { return *storePtr; }
+    PlantSchema plant;
+    Selection selection;
+    int step = 0;
+
+    // Settings of the program ini and flags of the configuration.
+    bool bigPlant = false;
+    bool ductRuns = false;
+    bool drawingAttributes = false;
+    bool deleteTempTables = true;
+    bool extractFromTo = false;
+    bool needPlantGroup = false;
+    bool caseProcess = false, caseControl = false, caseAny = false;
+    bool failureAction = false, failureActionLow = false;
+    bool connectedPiperunID = false;
+    bool codelists = false;
+
+    // Tables the copy steps made, in order: the decode walks them.
+    std::vector<std::string> decodeList;
+
+    explicit RunContext(const PID2MDBArguments& a) : args(a) {}
+
+    // Logs the step's progress, lets the window breathe and ends the run when cancelled.
+    void CheckCancel() const;
+    // The store table's columns (empty when it is missing).
+    std::vector<std::string> StoreColumns(std::string_view table) const;
+};
+
+// Steps 32 to 45: the category chains and the closing tables.
+void BuildCategories(RunContext& run);
+
+}  // namespace tb::extraction
