@@ -15,8 +15,8 @@ struct Token {
 };
 
 bool IsWordChar(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           c == '_' || c == '$' || static_cast<unsigned char>(c) >= 0x80;
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '$' || static_cast<unsigned char>(c) >= 0x80;
 }
 
 std::vector<Token> Tokenize(std::string_view sql) {
@@ -26,7 +26,9 @@ std::vector<Token> Tokenize(std::string_view sql) {
         const char c = sql[i];
         std::size_t j = i + 1;
         if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
-            while (j < sql.size() && (sql[j] == ' ' || sql[j] == '\t' || sql[j] == '\r' || sql[j] == '\n')) ++j;
+            while (j < sql.size() &&
+                   (sql[j] == ' ' || sql[j] == '\t' || sql[j] == '\r' || sql[j] == '\n'))
+                ++j;
             out.push_back({Kind::Space, " "});
         } else if (c == '\'' || c == '"') {
             // A quoted text; a doubled quote stands for itself. Both become '...' literals.
@@ -83,14 +85,14 @@ std::vector<Token> Tokenize(std::string_view sql) {
 // comparisons and logic.
 bool IsBoundary(const Token& t) {
     if (t.kind == Kind::Symbol)
-        return t.text == "," || t.text == "=" || t.text == "<>" || t.text == "<" ||
-               t.text == ">" || t.text == "<=" || t.text == ">=" || t.text == "!=" || t.text == ";";
+        return t.text == "," || t.text == "=" || t.text == "<>" || t.text == "<" || t.text == ">" ||
+               t.text == "<=" || t.text == ">=" || t.text == "!=" || t.text == ";";
     if (t.kind != Kind::Word) return false;
-    static const char* kWords[] = {"and",  "or",    "not",   "like",  "is",     "in",   "between",
-                                   "select", "from", "where", "set",  "as",     "on",   "group",
-                                   "order", "by",   "having", "then", "else",   "when", "case",
-                                   "end",  "union", "values", "into", "update", "join", "inner",
-                                   "left", "right", "distinct", "distinctrow", "all", "asc", "desc"};
+    static const char* kWords[] = {
+        "and",   "or",   "not",   "like",     "is",          "in",     "between", "select", "from",
+        "where", "set",  "as",    "on",       "group",       "order",  "by",      "having", "then",
+        "else",  "when", "case",  "end",      "union",       "values", "into",    "update", "join",
+        "inner", "left", "right", "distinct", "distinctrow", "all",    "asc",     "desc"};
     for (const char* w : kWords)
         if (IEquals(t.text, w)) return true;
     return false;
@@ -187,7 +189,8 @@ std::size_t SkipSpace(const std::vector<Token>& t, std::size_t k) {
 // condition joins the WHERE, and qualifiers in front of the SET columns go.
 std::vector<Token> RewriteUpdate(std::vector<Token> t) {
     const std::size_t first = SkipSpace(t, 0);
-    if (first >= t.size() || t[first].kind != Kind::Word || !IEquals(t[first].text, "update")) return t;
+    if (first >= t.size() || t[first].kind != Kind::Word || !IEquals(t[first].text, "update"))
+        return t;
     const std::size_t set = FindWord(t, "set", first + 1);
     if (set == t.size()) return t;
 

@@ -11,7 +11,7 @@
 namespace tb::extraction {
 
 class AttributeKeys {
-public:
+  public:
     AttributeKeys() = default;
     // The sections of every category name the configuration may hold; empty keys are skipped.
     static AttributeKeys Load(const std::filesystem::path& attributeIni);
@@ -30,7 +30,7 @@ public:
     // The number of keys over all categories.
     std::size_t Count() const;
 
-private:
+  private:
     std::vector<std::pair<std::string, std::vector<std::string>>> categories_;
 };
 

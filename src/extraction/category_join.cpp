@@ -15,7 +15,9 @@
 namespace tb::extraction {
 namespace {
 
-std::string Bracket(std::string_view name) { return "[" + std::string(name) + "]"; }
+std::string Bracket(std::string_view name) {
+    return "[" + std::string(name) + "]";
+}
 
 std::string Qualified(std::string_view table, std::string_view column) {
     return Bracket(table) + "." + Bracket(column);
@@ -30,15 +32,18 @@ std::vector<std::string> ColumnNames(const store::Store& store, std::string_view
 // Whether a table holds columns the store did not declare itself (made by the user's SQL): a
 // declaration other than the store's four, or text without the store's collation.
 bool NeedsAdoption(const store::Store& store, const std::string& table) {
-    for (const store::Row& r : store.QueryRows("SELECT name, type FROM pragma_table_info(?1)", {table})) {
+    for (const store::Row& r :
+         store.QueryRows("SELECT name, type FROM pragma_table_info(?1)", {table})) {
         const std::string& name = r[0].text();
         const std::string type = r[1].ToText();
-        if (!IEquals(type, "TEXT") && !IEquals(type, "INTEGER") && !IEquals(type, "REAL") && !IEquals(type, "BLOB"))
+        if (!IEquals(type, "TEXT") && !IEquals(type, "INTEGER") && !IEquals(type, "REAL") &&
+            !IEquals(type, "BLOB"))
             return true;
         if (IEquals(type, "TEXT")) {
             const char* collation = nullptr;
-            if (sqlite3_table_column_metadata(store.handle(), "main", table.c_str(), name.c_str(), nullptr,
-                                              &collation, nullptr, nullptr, nullptr) != SQLITE_OK ||
+            if (sqlite3_table_column_metadata(store.handle(), "main", table.c_str(), name.c_str(),
+                                              nullptr, &collation, nullptr, nullptr,
+                                              nullptr) != SQLITE_OK ||
                 !collation || !IEquals(collation, store::kTextCollation))
                 return true;
         }
@@ -48,10 +53,10 @@ bool NeedsAdoption(const store::Store& store, const std::string& table) {
 
 }  // namespace
 
-std::string JoinTableSql(std::string_view kind, const std::vector<std::string>& keyList, std::string_view left,
-                         const std::vector<std::string>& leftColumns, std::string_view leftKey,
-                         std::string_view right, const std::vector<std::string>& rightColumns,
-                         std::string_view rightKey) {
+std::string JoinTableSql(std::string_view kind, const std::vector<std::string>& keyList,
+                         std::string_view left, const std::vector<std::string>& leftColumns,
+                         std::string_view leftKey, std::string_view right,
+                         const std::vector<std::string>& rightColumns, std::string_view rightKey) {
     std::vector<std::string> taken, select, expressions;
     auto take = [&](std::string_view table, const std::string& column) {
         if (HasName(taken, column)) return;
@@ -63,48 +68,53 @@ std::string JoinTableSql(std::string_view kind, const std::vector<std::string>& 
         std::vector<std::string> keys;
         for (const std::string& k : keyList) {
             const std::string key = FindName(leftColumns, TrimBlanks(k));
-            if (key.empty()) throw Error(kErrInternal, "JoinTable: the key '" + k + "' is no column of '" +
-                                                           std::string(left) + "'.");
+            if (key.empty())
+                throw Error(kErrInternal, "JoinTable: the key '" + k + "' is no column of '" +
+                                              std::string(left) + "'.");
             keys.push_back(key);
             take(left, key);
         }
         for (const std::string& c : leftColumns) take(left, c);
         for (const std::string& c : rightColumns) take(right, c);
         std::vector<std::string> conditions;
-        for (const std::string& k : keys) conditions.push_back(Qualified(left, k) + "=" + Qualified(right, k));
-        return "SELECT " + Join(select, ", ") + " FROM " + Bracket(left) + ", " + Bracket(right) + " WHERE " +
-               Join(conditions, " AND ") + " GROUP BY " + Join(expressions, ", ");
+        for (const std::string& k : keys)
+            conditions.push_back(Qualified(left, k) + "=" + Qualified(right, k));
+        return "SELECT " + Join(select, ", ") + " FROM " + Bracket(left) + ", " + Bracket(right) +
+               " WHERE " + Join(conditions, " AND ") + " GROUP BY " + Join(expressions, ", ");
     }
     for (const std::string& c : leftColumns) take(left, c);
     for (const std::string& c : rightColumns) take(right, c);
     const std::string list = Join(select, ", ");
     const std::string on = " ON " + Qualified(left, leftKey) + "=" + Qualified(right, rightKey);
     if (IEquals(kind, "out") || IEquals(kind, "outer"))
-        return "SELECT " + list + " FROM " + Bracket(left) + " LEFT JOIN " + Bracket(right) + on + " UNION SELECT " +
-               list + " FROM " + Bracket(left) + " RIGHT JOIN " + Bracket(right) + on;
+        return "SELECT " + list + " FROM " + Bracket(left) + " LEFT JOIN " + Bracket(right) + on +
+               " UNION SELECT " + list + " FROM " + Bracket(left) + " RIGHT JOIN " +
+               Bracket(right) + on;
     const std::string k = ToUpperAscii(TrimBlanks(kind));
     if (k != "LEFT" && k != "RIGHT" && k != "INNER")
         throw Error(kErrInternal, "JoinTable: unknown join kind '" + std::string(kind) + "'.");
-    return "SELECT " + list + " FROM " + Bracket(left) + " " + k + " JOIN " + Bracket(right) + on + " ORDER BY " +
-           Bracket(left) + "._rowid_, " + Bracket(right) + "._rowid_";
+    return "SELECT " + list + " FROM " + Bracket(left) + " " + k + " JOIN " + Bracket(right) + on +
+           " ORDER BY " + Bracket(left) + "._rowid_, " + Bracket(right) + "._rowid_";
 }
 
 void JoinTable(store::Store& store, std::string_view kind, const std::vector<std::string>& keyList,
-               std::string_view left, std::string_view leftKey, std::string_view right, std::string_view rightKey,
-               std::string_view target) {
+               std::string_view left, std::string_view leftKey, std::string_view right,
+               std::string_view rightKey, std::string_view target) {
     Trap("JoinTable", [&] {
         const auto l = store.FindTable(left);
         const auto r = store.FindTable(right);
         if (!l || !r)
-            throw Error(store::kErrTableMissing,
-                        "JoinTable: the table '" + std::string(l ? right : left) + "' does not exist.");
+            throw Error(
+                store::kErrTableMissing,
+                "JoinTable: the table '" + std::string(l ? right : left) + "' does not exist.");
         store.SelectInto(JoinTableSql(kind, keyList, *l, ColumnNames(store, *l), leftKey, *r,
                                       ColumnNames(store, *r), rightKey),
                          target);
     });
 }
 
-void ExtendUserColumns(store::Store& store, const std::filesystem::path& attributeIni, bool drawingVersionRun) {
+void ExtendUserColumns(store::Store& store, const std::filesystem::path& attributeIni,
+                       bool drawingVersionRun) {
     if (drawingVersionRun) return;
     const auto entries = IniDocument::Load(attributeIni).Entries("SQL");
     LogLine(std::to_string(entries.size()) + " SQL statements found");
@@ -116,7 +126,8 @@ void ExtendUserColumns(store::Store& store, const std::filesystem::path& attribu
         try {
             const auto before = sqlite3_total_changes64(store.handle());
             store.Execute(TranslateAccessSql(sql));
-            LogLine(std::to_string(sqlite3_total_changes64(store.handle()) - before) + " records affected");
+            LogLine(std::to_string(sqlite3_total_changes64(store.handle()) - before) +
+                    " records affected");
             ran = true;
             for (const std::string& t : store.TableNames())
                 if (NeedsAdoption(store, t)) store.AdoptTable(t);

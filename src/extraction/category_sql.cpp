@@ -9,7 +9,9 @@
 namespace tb::extraction {
 namespace {
 
-std::string Bracket(std::string_view name) { return "[" + std::string(name) + "]"; }
+std::string Bracket(std::string_view name) {
+    return "[" + std::string(name) + "]";
+}
 
 std::string Entry(std::string_view column, std::string_view alias) {
     return Bracket(column) + " AS " + Bracket(alias);
@@ -67,10 +69,11 @@ std::optional<PointKey> ParsePointKey(std::string_view attr) {
     return out;
 }
 
-std::string CaseQuery(std::string_view key, std::string_view owner, const std::vector<std::string>* caseColumns,
-                      bool withQuality) {
+std::string CaseQuery(std::string_view key, std::string_view owner,
+                      const std::vector<std::string>* caseColumns, bool withQuality) {
     if (!owner.empty() && !IEndsWith(key, owner)) return {};
-    const auto ck = withQuality ? attributes::ParseCaseProcessKey(key) : attributes::ParseCaseKey(key);
+    const auto ck =
+        withQuality ? attributes::ParseCaseProcessKey(key) : attributes::ParseCaseKey(key);
     if (!ck || ck->column.empty()) return {};
     std::string column = ck->column;
     if (caseColumns) {
@@ -80,8 +83,8 @@ std::string CaseQuery(std::string_view key, std::string_view owner, const std::v
     const std::string table = ck->caseType == 5 ? "T_CaseControl" : "T_CaseProcess";
     std::string sql = withQuality ? "SELECT " : "SELECT DISTINCT ";
     sql += Entry("SP_ID", table + "_SP_ID") + "," +
-           Entry(column, GetColumnAlias(table + "." + std::string(key))) + " FROM " + Bracket(table) +
-           " WHERE casetype=" + std::to_string(ck->caseType);
+           Entry(column, GetColumnAlias(table + "." + std::string(key))) + " FROM " +
+           Bracket(table) + " WHERE casetype=" + std::to_string(ck->caseType);
     if (withQuality) sql += " AND quality=" + std::to_string(ck->quality);
     return sql;
 }
@@ -97,43 +100,54 @@ std::string GetPartialWhereSql(std::string_view table, const Selection& sel, Dia
         return drawingIds.empty() ? std::string() : "SP_DrawingID IN (" + drawingIds + ")";
 
     enum class Shape { Ids, AssociatedDrawings, Items } shape = Shape::Ids;
-    if (!sel.selectFilter.empty()) shape = sel.loadAssociatedDrawings ? Shape::AssociatedDrawings : Shape::Items;
+    if (!sel.selectFilter.empty())
+        shape = sel.loadAssociatedDrawings ? Shape::AssociatedDrawings : Shape::Items;
     const std::string& filter = sel.selectFilter;
-    const std::string representation = plantaccess::GetFullTableName(dialect, prefix, "t_representation");
+    const std::string representation =
+        plantaccess::GetFullTableName(dialect, prefix, "t_representation");
     const std::string drawing = plantaccess::GetFullTableName(dialect, prefix, "t_drawing");
 
     // The plant groups or drawings of the first shape; both together are their union.
     auto core = [&](std::string_view qualifier) {
         std::vector<std::string> parts;
         if (!sel.plantGroupIDs.empty())
-            parts.push_back(std::string(qualifier) + "SP_PLANTGROUPID IN (" + sel.plantGroupIDs + ")");
-        if (!drawingIds.empty()) parts.push_back(std::string(qualifier) + "SP_ID IN (" + drawingIds + ")");
+            parts.push_back(std::string(qualifier) + "SP_PLANTGROUPID IN (" + sel.plantGroupIDs +
+                            ")");
+        if (!drawingIds.empty())
+            parts.push_back(std::string(qualifier) + "SP_ID IN (" + drawingIds + ")");
         return parts.size() == 2 ? "(" + parts[0] + " OR " + parts[1] + ")" : parts.at(0);
     };
     if (t == "t_drawing") {
         switch (shape) {
-            case Shape::Ids: return core("t_drawing.");
-            case Shape::AssociatedDrawings: return "t_drawing.sp_id in (" + filter + ")";
-            case Shape::Items: return "t_representation.SP_MODELITEMID in (" + filter + ")";
+            case Shape::Ids:
+                return core("t_drawing.");
+            case Shape::AssociatedDrawings:
+                return "t_drawing.sp_id in (" + filter + ")";
+            case Shape::Items:
+                return "t_representation.SP_MODELITEMID in (" + filter + ")";
         }
     }
     // <R>: the representations of the selected drawings.
     const std::string r = shape == Shape::Ids
-                              ? representation + " where sp_drawingid in (select sp_id from " + drawing + " WHERE " +
-                                    core("") + ")"
+                              ? representation + " where sp_drawingid in (select sp_id from " +
+                                    drawing + " WHERE " + core("") + ")"
                               : representation + " where sp_drawingid in (" + filter + ")";
     auto form = [&](std::string_view column, std::string_view picked) {
         if (shape == Shape::Items) return std::string(column) + " in (" + filter + ")";
         return std::string(column) + " in (select " + std::string(picked) + " from " + r + ")";
     };
     static const std::string modelItemTables =
-        ",t_inlinecomp,t_piperun,t_pipingcomp,t_plantitem,t_modelitem,t_equipment,t_nozzle,t_vessel,t_mechanical,"
+        ",t_inlinecomp,t_piperun,t_pipingcomp,t_plantitem,t_modelitem,t_equipment,t_nozzle,t_"
+        "vessel,t_mechanical,"
         "t_equipcomponent,t_heatexchanger,t_instrument,t_note,t_opc,";
-    if (modelItemTables.find("," + t + ",") != std::string::npos) return form("sp_id", "sp_modelitemid");
-    if (t == "t_casecontrol" || t == "t_caseprocess") return form("t_case.sp_modelitemid", "sp_modelitemid");
+    if (modelItemTables.find("," + t + ",") != std::string::npos)
+        return form("sp_id", "sp_modelitemid");
+    if (t == "t_casecontrol" || t == "t_caseprocess")
+        return form("t_case.sp_modelitemid", "sp_modelitemid");
     if (t == "t_history" || t == "t_status") return form("sp_modelitemid", "sp_modelitemid");
     if (t == "t_pipingpoint") return form("SP_PLANTITEMID", "sp_modelitemid");
-    if (t == "t_instrfunction" || t == "t_instrfailmode") return form("sp_instrumentid", "sp_modelitemid");
+    if (t == "t_instrfunction" || t == "t_instrfailmode")
+        return form("sp_instrumentid", "sp_modelitemid");
     if (t == "t_connector") return form("sp_connectitem1id", "sp_id");
     if (t == "t_symbol") return form("sp_id", "sp_id");
     return {};
@@ -141,7 +155,8 @@ std::string GetPartialWhereSql(std::string_view table, const Selection& sel, Dia
 
 std::string AppendSelectionClause(std::string_view sql, std::string_view clause) {
     if (clause.empty()) return std::string(sql);
-    return std::string(sql) + (IFind(sql, " WHERE ") == std::string::npos ? " WHERE " : " AND ") + std::string(clause);
+    return std::string(sql) + (IFind(sql, " WHERE ") == std::string::npos ? " WHERE " : " AND ") +
+           std::string(clause);
 }
 
 DrawingSql GetSQL4TDrawing(const AttributeKeys& keys, const std::vector<std::string>& categories,
@@ -164,7 +179,8 @@ DrawingSql GetSQL4TDrawing(const AttributeKeys& keys, const std::vector<std::str
             } else if (IEquals(table, "T_Drawing")) {
                 add(column);
             } else if (IEquals(table, "Others")) {
-                if (IStartsWith(column, "Drawing_")) add(column.substr(8));
+                if (IStartsWith(column, "Drawing_"))
+                    add(column.substr(8));
                 else if (IEquals(column, "FileName") || IEquals(column, "Instockpile") ||
                          IEquals(column, "DrawingName") || IEquals(column, "DrawingPath"))
                     add(column);
@@ -177,27 +193,32 @@ DrawingSql GetSQL4TDrawing(const AttributeKeys& keys, const std::vector<std::str
     std::vector<std::string> entries;
     for (const std::string& name : names) {
         if (IEquals(name, "FileName")) {
-            entries.push_back(FileNameExpression(dialect, "t_representation.FILENAME") + std::string(as) + "FileName");
+            entries.push_back(FileNameExpression(dialect, "t_representation.FILENAME") +
+                              std::string(as) + "FileName");
         } else if (IEquals(name, "Instockpile")) {
             entries.push_back(InstockpileAsText(dialect) + std::string(as) + "Instockpile");
         } else if (drawingColumns.empty() || HasName(drawingColumns, name)) {
-            entries.push_back("T_Drawing." + name + std::string(as) + ShortenAlias("Drawing_" + name));
+            entries.push_back("T_Drawing." + name + std::string(as) +
+                              ShortenAlias("Drawing_" + name));
         }
     }
     out.columns = Join(entries, ",");
     return out;
 }
 
-std::vector<std::string> GetAttrs4Table(const std::vector<std::string>& keys, std::string_view table,
-                                        std::string_view suffix, const std::vector<std::string>* columns) {
+std::vector<std::string> GetAttrs4Table(const std::vector<std::string>& keys,
+                                        std::string_view table, std::string_view suffix,
+                                        const std::vector<std::string>* columns) {
     std::vector<std::string> out;
     for (const std::string& key : keys) {
         const auto dot = key.find('.');
-        if (dot == std::string::npos || !IEquals(std::string_view(key).substr(0, dot), table)) continue;
+        if (dot == std::string::npos || !IEquals(std::string_view(key).substr(0, dot), table))
+            continue;
         if (!suffix.empty()) {
             const auto underscore = key.rfind('_');
-            const std::string_view tail =
-                underscore == std::string::npos ? std::string_view(key) : std::string_view(key).substr(underscore + 1);
+            const std::string_view tail = underscore == std::string::npos
+                                              ? std::string_view(key)
+                                              : std::string_view(key).substr(underscore + 1);
             if (IFind(suffix, tail) == std::string::npos) continue;
         }
         std::string column = key.substr(dot + 1);
@@ -207,7 +228,8 @@ std::vector<std::string> GetAttrs4Table(const std::vector<std::string>& keys, st
     return out;
 }
 
-std::string StripOwnerSuffixes(std::string_view key, const std::vector<std::string_view>& suffixes) {
+std::string StripOwnerSuffixes(std::string_view key,
+                               const std::vector<std::string_view>& suffixes) {
     std::string out(key);
     for (std::string_view s : suffixes) out = StripSuffix(out, s);
     return out;
@@ -219,7 +241,8 @@ std::vector<std::string> GetAllDefCols4T_Table(const AttributeKeys& keys, std::s
     for (const std::string& category : attributes::GetCategoryList(true)) {
         for (const std::string& attr : GetAttrs4Table(keys.Keys(category), table)) {
             std::string column = StripOwnerSuffixes(attr, AllOwnerSuffixes());
-            if (HasName(tableColumns, column) && !HasName(out, column)) out.push_back(std::move(column));
+            if (HasName(tableColumns, column) && !HasName(out, column))
+                out.push_back(std::move(column));
         }
     }
     return out;
@@ -235,9 +258,12 @@ std::string GetSQL4AddCols4DiffTypes(const AttributeKeys& keys, std::string_view
     }
     // The column the chain joins on; SP_INSTRUMENTID of t_instrfunction keeps its plain name.
     std::string keyColumn = "SP_ID";
-    if (IEquals(table, "t_status")) keyColumn = "SP_MODELITEMID";
-    else if (IEquals(table, "t_symbol")) keyColumn = "SP_PLANTITEMID";
-    else if (IEquals(table, "t_instrfunction")) keyColumn = "SP_INSTRUMENTID";
+    if (IEquals(table, "t_status"))
+        keyColumn = "SP_MODELITEMID";
+    else if (IEquals(table, "t_symbol"))
+        keyColumn = "SP_PLANTITEMID";
+    else if (IEquals(table, "t_instrfunction"))
+        keyColumn = "SP_INSTRUMENTID";
     const bool plainKey = IEquals(keyColumn, "SP_INSTRUMENTID");
     const std::string keyAttr = plainKey ? keyColumn : keyColumn + std::string(suffix);
     if (!HasName(attrs, keyAttr)) attrs.push_back(keyAttr);
@@ -263,7 +289,8 @@ std::string GetSQL4AddCols4DiffTypes(const AttributeKeys& keys, std::string_view
             entry = Entry(column, alias);
         }
         const bool isKey = IEquals(attr, keyAttr);
-        const std::string_view stored = aliasedCopy && suffix.empty() ? std::string_view(alias) : column;
+        const std::string_view stored =
+            aliasedCopy && suffix.empty() ? std::string_view(alias) : column;
         if (!isKey && !HasName(tableColumns, stored)) continue;
         if (HasName(names, name)) continue;
         names.push_back(name);
@@ -277,7 +304,8 @@ std::string GetSQL4OthersCols(const AttributeKeys& keys, std::string_view catego
     std::vector<std::string> columns = {"[SP_ID]"}, seen;
     bool drawingColumns = false, drawingId = false;
     for (const std::string& attr : GetAttrs4Table(keys.Keys(category), "Others")) {
-        const std::string column = FindName(pidColumns, ShortenAlias(GetColumnAlias("Others." + attr)));
+        const std::string column =
+            FindName(pidColumns, ShortenAlias(GetColumnAlias("Others." + attr)));
         if (column.empty() || IEquals(column, "SP_ID") || HasName(seen, column)) continue;
         seen.push_back(column);
         columns.push_back(Bracket(column));
@@ -293,7 +321,8 @@ std::string GetSQL4OthersCols(const AttributeKeys& keys, std::string_view catego
     return "SELECT " + Join(select, ",") + " FROM [PID] GROUP BY " + Join(columns, ",");
 }
 
-DrawingColumns GetCols4Drawings(const AttributeKeys& keys, const std::vector<std::string>& drawingColumns) {
+DrawingColumns GetCols4Drawings(const AttributeKeys& keys,
+                                const std::vector<std::string>& drawingColumns) {
     DrawingColumns out;
     auto add = [&](const std::string& column) {
         for (const AliasedColumn& c : out.columns)
@@ -316,17 +345,20 @@ DrawingColumns GetCols4Drawings(const AttributeKeys& keys, const std::vector<std
     return out;
 }
 
-std::vector<std::string> GetDefCols4PackageOrSystem(const AttributeKeys& keys, std::string_view group,
+std::vector<std::string> GetDefCols4PackageOrSystem(const AttributeKeys& keys,
+                                                    std::string_view group,
                                                     const std::vector<std::string>& columns) {
     const std::vector<std::string> categories =
-        IEquals(group, "instrloop") ? std::vector<std::string>{"Instruments"}
-                                    : std::vector<std::string>{"InlineComp_Prun", "Eqp_Nozzle", "Instruments"};
+        IEquals(group, "instrloop")
+            ? std::vector<std::string>{"Instruments"}
+            : std::vector<std::string>{"InlineComp_Prun", "Eqp_Nozzle", "Instruments"};
     const std::string prefix = std::string(group) + "_";
     std::vector<std::string> out;
     for (const std::string& category : categories) {
         for (const std::string& attr : GetAttrs4Table(keys.Keys(category), "T_Plantitem")) {
             if (!IStartsWith(attr, prefix)) continue;
-            std::string column = StripOwnerSuffixes(attr.substr(prefix.size()), CategorySuffixes(category));
+            std::string column =
+                StripOwnerSuffixes(attr.substr(prefix.size()), CategorySuffixes(category));
             if (HasName(columns, column) && !HasName(out, column)) out.push_back(std::move(column));
         }
     }
@@ -334,8 +366,9 @@ std::vector<std::string> GetDefCols4PackageOrSystem(const AttributeKeys& keys, s
     return out;
 }
 
-std::string GetColsOfGroupTable(const AttributeKeys& keys, std::string_view category, std::string_view table,
-                                std::string_view suffix, const std::vector<std::string>& groupColumns) {
+std::string GetColsOfGroupTable(const AttributeKeys& keys, std::string_view category,
+                                std::string_view table, std::string_view suffix,
+                                const std::vector<std::string>& groupColumns) {
     const std::string group = GroupName(table);
     const std::string prefix = group + "_";
     std::vector<std::string> aliases, entries;
@@ -347,14 +380,16 @@ std::string GetColsOfGroupTable(const AttributeKeys& keys, std::string_view cate
     bool idTaken = false;
     for (const std::string& attr : GetAttrs4Table(keys.Keys(category), "T_PlantItem", suffix)) {
         if (!IStartsWith(attr, prefix) || !IEndsWith(attr, suffix)) continue;
-        const std::string column = FindName(groupColumns, StripSuffix(attr.substr(prefix.size()), suffix));
+        const std::string column =
+            FindName(groupColumns, StripSuffix(attr.substr(prefix.size()), suffix));
         if (column.empty()) continue;
         if (IEquals(column, "SP_ID")) idTaken = true;
         add(column, GetColumnAlias("T_PlantItem." + attr));
     }
     if (!entries.empty() && !idTaken) {
         const std::string id = FindName(groupColumns, "SP_ID");
-        if (!id.empty()) add(id, GetColumnAlias("T_PlantItem." + prefix + "SP_ID" + std::string(suffix)));
+        if (!id.empty())
+            add(id, GetColumnAlias("T_PlantItem." + prefix + "SP_ID" + std::string(suffix)));
     }
     return Join(entries, ",");
 }
@@ -373,12 +408,14 @@ std::string GetSQL4CaseProcess(std::string_view key, std::string_view owner,
     return CaseQuery(key, owner, caseColumns, true);
 }
 
-std::string GetSQL4TCase(std::string_view key, std::string_view owner, const std::vector<std::string>* caseColumns) {
+std::string GetSQL4TCase(std::string_view key, std::string_view owner,
+                         const std::vector<std::string>* caseColumns) {
     return CaseQuery(key, owner, caseColumns, false);
 }
 
 std::string CaseTableOfKey(std::string_view key, bool withQuality) {
-    const auto ck = withQuality ? attributes::ParseCaseProcessKey(key) : attributes::ParseCaseKey(key);
+    const auto ck =
+        withQuality ? attributes::ParseCaseProcessKey(key) : attributes::ParseCaseKey(key);
     if (!ck) return {};
     return ck->caseType == 5 ? "T_CaseControl" : "T_CaseProcess";
 }
@@ -393,10 +430,12 @@ HistoryFlags GetHistoryFlags(const AttributeKeys& keys) {
 }
 
 DrawingCountFlags GetDrawingCountFlags(const AttributeKeys& keys) {
-    return {keys.Has("Drawings", "t_drawing.noofversions"), keys.Has("Drawings", "t_drawing.noofauxgraphic")};
+    return {keys.Has("Drawings", "t_drawing.noofversions"),
+            keys.Has("Drawings", "t_drawing.noofauxgraphic")};
 }
 
-PointColumns GetPointColumns(const AttributeKeys& keys, const std::vector<std::string>& pointColumns) {
+PointColumns GetPointColumns(const AttributeKeys& keys,
+                             const std::vector<std::string>& pointColumns) {
     PointColumns out;
     std::vector<std::string> wanted;
     bool any = false;
@@ -406,7 +445,8 @@ PointColumns GetPointColumns(const AttributeKeys& keys, const std::vector<std::s
             if (!pk) continue;
             any = true;
             if (IEquals(pk->column, "Description")) {
-                (IEquals(category, "Instruments") ? out.descriptionInstr : out.descriptionInline) = true;
+                (IEquals(category, "Instruments") ? out.descriptionInstr : out.descriptionInline) =
+                    true;
             } else if (IEquals(pk->column, "ConnectedPiperunID")) {
                 out.connectedPiperunID = true;
             } else if (HasName(pointColumns, pk->column) && !HasName(wanted, pk->column)) {
@@ -421,8 +461,9 @@ PointColumns GetPointColumns(const AttributeKeys& keys, const std::vector<std::s
     return out;
 }
 
-std::vector<AliasedColumn> GetPointColumns4Category(const AttributeKeys& keys, std::string_view category,
-                                                    int pointIndex, const std::vector<std::string>& pointColumns) {
+std::vector<AliasedColumn> GetPointColumns4Category(const AttributeKeys& keys,
+                                                    std::string_view category, int pointIndex,
+                                                    const std::vector<std::string>& pointColumns) {
     std::vector<AliasedColumn> out;
     for (const std::string& attr : GetAttrs4Table(keys.Keys(category), "T_PipingPoint")) {
         const auto pk = ParsePointKey(attr);

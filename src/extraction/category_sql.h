@@ -31,8 +31,8 @@ struct AliasedColumn {
 // name, in the keys' order. With a suffix, only keys whose text behind the last "_" occurs in the
 // suffix (ignoring case). With `columns`, a key whose column (owner suffix taken off) the table
 // lacks is left out.
-std::vector<std::string> GetAttrs4Table(const std::vector<std::string>& keys, std::string_view table,
-                                        std::string_view suffix = {},
+std::vector<std::string> GetAttrs4Table(const std::vector<std::string>& keys,
+                                        std::string_view table, std::string_view suffix = {},
                                         const std::vector<std::string>* columns = nullptr);
 
 // The key with every owner suffix of `suffixes` at its end taken off (ignoring case), once each.
@@ -67,7 +67,9 @@ struct Selection {
     std::string drawingIDs;
     std::string selectFilter;
     bool loadAssociatedDrawings = false;
-    bool any() const { return !plantGroupIDs.empty() || !drawingIDs.empty() || !selectFilter.empty(); }
+    bool any() const {
+        return !plantGroupIDs.empty() || !drawingIDs.empty() || !selectFilter.empty();
+    }
 };
 
 // The condition that restricts a plant table (named in any case) to the selection; empty when
@@ -83,7 +85,8 @@ std::string AppendSelectionClause(std::string_view sql, std::string_view clause)
 // SP_ID, Instockpile and FileName. FileName is the file name of t_representation.FILENAME,
 // Instockpile t_representation.instockpile as text, every other column "T_Drawing.<col>" under
 // ShortenAlias("Drawing_<col>"); a column the plant's T_Drawing lacks (`drawingColumns`; an empty
-// list checks nothing) is left out. symbolNames tells whether a category wants the symbol's Name (a "T_Symbol.Name" key).
+// list checks nothing) is left out. symbolNames tells whether a category wants the symbol's Name (a
+// "T_Symbol.Name" key).
 struct DrawingSql {
     std::string columns;
     bool symbolNames = false;
@@ -102,7 +105,8 @@ struct DrawingColumns {
     bool modifiedDate = false;
     bool modifiedUser = false;
 };
-DrawingColumns GetCols4Drawings(const AttributeKeys& keys, const std::vector<std::string>& drawingColumns);
+DrawingColumns GetCols4Drawings(const AttributeKeys& keys,
+                                const std::vector<std::string>& drawingColumns);
 
 // The columns of a group's own plant item that the categories want: keys of T_PlantItem that
 // start with "<group>_" (group "Package", "TestSystem", "SafetyClass" or "InstrLoop"; "InstrLoop"
@@ -110,7 +114,8 @@ DrawingColumns GetCols4Drawings(const AttributeKeys& keys, const std::vector<std
 // the group prefix and the category's owner suffixes taken off. Columns that `columns` lacks are
 // dropped (the step that copies the group reads them from t_plantitem); SP_ID is added when any
 // stand.
-std::vector<std::string> GetDefCols4PackageOrSystem(const AttributeKeys& keys, std::string_view group,
+std::vector<std::string> GetDefCols4PackageOrSystem(const AttributeKeys& keys,
+                                                    std::string_view group,
                                                     const std::vector<std::string>& columns);
 
 // The select list of a group table (T_Package, T_System, T_SafetyClass) for one owner of a
@@ -168,14 +173,16 @@ struct PointColumns {
     bool descriptionInline = false;  // "T_PipingPoint._<n>_Description" in InlineComp_Prun
     bool descriptionInstr = false;   // ... in Instruments
 };
-PointColumns GetPointColumns(const AttributeKeys& keys, const std::vector<std::string>& pointColumns);
+PointColumns GetPointColumns(const AttributeKeys& keys,
+                             const std::vector<std::string>& pointColumns);
 
 // The columns of piping point `pointIndex` that a category wants: the store's t_pipingpoint
 // column and its alias ("End_1_Size"), for each key "T_PipingPoint._<pointIndex>_<column>" whose
 // column the store table has (`pointColumns`, Description and ConnectedPiperunID included once
 // made).
-std::vector<AliasedColumn> GetPointColumns4Category(const AttributeKeys& keys, std::string_view category,
-                                                    int pointIndex, const std::vector<std::string>& pointColumns);
+std::vector<AliasedColumn> GetPointColumns4Category(const AttributeKeys& keys,
+                                                    std::string_view category, int pointIndex,
+                                                    const std::vector<std::string>& pointColumns);
 
 // --- Joins and the user's SQL, run in the store ---
 
@@ -186,19 +193,20 @@ std::vector<AliasedColumn> GetPointColumns4Category(const AttributeKeys& keys, s
 // then of the right. With a key list the join is the grouped form: the keys (from the left), then
 // the other columns of both, "FROM <left>, <right> WHERE <left>.<k>=<right>.<k> AND ... GROUP BY"
 // every column.
-std::string JoinTableSql(std::string_view kind, const std::vector<std::string>& keyList, std::string_view left,
-                         const std::vector<std::string>& leftColumns, std::string_view leftKey,
-                         std::string_view right, const std::vector<std::string>& rightColumns,
-                         std::string_view rightKey);
+std::string JoinTableSql(std::string_view kind, const std::vector<std::string>& keyList,
+                         std::string_view left, const std::vector<std::string>& leftColumns,
+                         std::string_view leftKey, std::string_view right,
+                         const std::vector<std::string>& rightColumns, std::string_view rightKey);
 // Runs the join on the store's tables into `target`.
 void JoinTable(store::Store& store, std::string_view kind, const std::vector<std::string>& keyList,
-               std::string_view left, std::string_view leftKey, std::string_view right, std::string_view rightKey,
-               std::string_view target);
+               std::string_view left, std::string_view leftKey, std::string_view right,
+               std::string_view rightKey, std::string_view target);
 
 // Runs the user's Access statements of section "SQL" of the attribute configuration, values in
 // key order, each translated to the store's SQL. A failing statement is logged with its text and
 // the next one runs. Tables and columns the statements made are taken into the store's catalogue.
 // Nothing runs in a drawing version run.
-void ExtendUserColumns(store::Store& store, const std::filesystem::path& attributeIni, bool drawingVersionRun);
+void ExtendUserColumns(store::Store& store, const std::filesystem::path& attributeIni,
+                       bool drawingVersionRun);
 
 }  // namespace tb::extraction

@@ -4,25 +4,29 @@
 #include <unordered_set>
 
 #include "common/error.h"
-#include "plantaccess/store_connection.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "extraction/output_model.h"
+#include "plantaccess/store_connection.h"
 #include "store/access_text.h"
 #include "store/sqlite.h"
 
 namespace tb::extraction {
 namespace {
 
-std::string Bracket(std::string_view name) { return "[" + std::string(name) + "]"; }
+std::string Bracket(std::string_view name) {
+    return "[" + std::string(name) + "]";
+}
 
 // The object a category table is about, for columns that carry no owner of their own.
 std::string_view CategoryOwner(std::string_view table) {
     struct Entry {
         std::string_view table, owner;
     };
-    static constexpr Entry kOwners[] = {{"Eqp_Nozzle", "equipment"}, {"InlineComp_Prun", "piperun"},
-                                        {"Instruments", "instrument"}, {"ItemNotes", "note"},
+    static constexpr Entry kOwners[] = {{"Eqp_Nozzle", "equipment"},
+                                        {"InlineComp_Prun", "piperun"},
+                                        {"Instruments", "instrument"},
+                                        {"ItemNotes", "note"},
                                         {"OPCs", "opc"}};
     for (const Entry& e : kOwners)
         if (IEquals(e.table, table)) return e.owner;
@@ -33,18 +37,21 @@ std::string_view CategoryOwner(std::string_view table) {
 std::string ExchangeDots(std::string_view text) {
     std::string out(text);
     for (char& c : out) {
-        if (c == '.') c = '_';
-        else if (c == '_') c = '.';
+        if (c == '.')
+            c = '_';
+        else if (c == '_')
+            c = '.';
     }
     return out;
 }
 
 class DisplayNames {
-public:
+  public:
     explicit DisplayNames(const store::Store& store) {
         const auto table = store.FindTable("itemattributions_cp");
         if (!table) return;
-        for (const store::Row& r : store.QueryRows("SELECT [NAME], [DISPLAYNAME] FROM " + Bracket(*table))) {
+        for (const store::Row& r :
+             store.QueryRows("SELECT [NAME], [DISPLAYNAME] FROM " + Bracket(*table))) {
             if (r[0].isNull() || r[1].isNull()) continue;
             names_.emplace(store::FoldCase(r[0].ToText()), r[1].ToText());  // the first row wins
         }
@@ -54,7 +61,7 @@ public:
         return it == names_.end() ? std::string() : it->second;
     }
 
-private:
+  private:
     std::unordered_map<std::string, std::string> names_;
 };
 
@@ -80,24 +87,26 @@ bool ExtractCodelists(const PlantSchema& dictionary, store::Store& store, bool l
     return Trap("ExtractCodelists", [&] {
         const bool copy = dictionary.dialect == Dialect::AccessCopy;
         if (copy) {
-            const auto conn = std::dynamic_pointer_cast<plantaccess::StoreConnection>(dictionary.connection);
+            const auto conn =
+                std::dynamic_pointer_cast<plantaccess::StoreConnection>(dictionary.connection);
             if (!conn || !conn->store().TableExists("codelists")) return false;
         }
         ShowProgress("Extracting data from PIDD...");
         plantaccess::Connection& source = *dictionary.connection;
-        Rs2Access(source, CodelistSql(dictionary.dialect, dictionary.prefix), store, "Codelist_cp",
-                  "ATTRIBUTE_NAME\rCODELIST_NUMBER\rCODELIST_INDEX\rCODELIST_TEXT\rCODELIST_SHORT_TEXT\r"
-                  "CODELIST_CONSTRAINT\rCODELIST_SORT_VALUE");
+        Rs2Access(
+            source, CodelistSql(dictionary.dialect, dictionary.prefix), store, "Codelist_cp",
+            "ATTRIBUTE_NAME\rCODELIST_NUMBER\rCODELIST_INDEX\rCODELIST_TEXT\rCODELIST_SHORT_TEXT\r"
+            "CODELIST_CONSTRAINT\rCODELIST_SORT_VALUE");
         if (lowFailureAction) AddFailureActionLowRows(store);
         IndexTable(store, "Codelist_cp", {"ATTRIBUTE_NAME", "CODELIST_INDEX"});
         if (copy) return true;
         Rs2Access(source, EntityUniqueNameSql(dictionary.dialect, dictionary.prefix), store, "m_cp",
                   "entity_name\runique_name");
-        Rs2Access(source, AttributesSql(dictionary.dialect, dictionary.prefix), store, "ATTRIBUTES_cp",
-                  "ATTRIBUTE_NUMBER\rATTRIBUTE_NAME\rDEPENDSONID");
+        Rs2Access(source, AttributesSql(dictionary.dialect, dictionary.prefix), store,
+                  "ATTRIBUTES_cp", "ATTRIBUTE_NUMBER\rATTRIBUTE_NAME\rDEPENDSONID");
         IndexTable(store, "ATTRIBUTES_cp", {"ATTRIBUTE_NUMBER", "ATTRIBUTE_NAME"});
-        Rs2Access(source, ItemAttributionsSql(dictionary.dialect, dictionary.prefix), store, "itemattributions_cp",
-                  "NAME\rDISPLAYNAME");
+        Rs2Access(source, ItemAttributionsSql(dictionary.dialect, dictionary.prefix), store,
+                  "itemattributions_cp", "NAME\rDISPLAYNAME");
         return true;
     });
 }
@@ -105,8 +114,10 @@ bool ExtractCodelists(const PlantSchema& dictionary, store::Store& store, bool l
 void AddFailureActionLowRows(store::Store& store) {
     Trap("AddFailureActionLowRows", [&] {
         store.Execute(
-            "INSERT INTO [Codelist_cp] ([ATTRIBUTE_NAME], [CODELIST_INDEX], [CODELIST_TEXT], [CODELIST_SHORT_TEXT]) "
-            "SELECT 'FailureActionLow', [CODELIST_INDEX], [CODELIST_TEXT], [CODELIST_SHORT_TEXT] FROM [Codelist_cp] "
+            "INSERT INTO [Codelist_cp] ([ATTRIBUTE_NAME], [CODELIST_INDEX], [CODELIST_TEXT], "
+            "[CODELIST_SHORT_TEXT]) "
+            "SELECT 'FailureActionLow', [CODELIST_INDEX], [CODELIST_TEXT], [CODELIST_SHORT_TEXT] "
+            "FROM [Codelist_cp] "
             "WHERE lcase([ATTRIBUTE_NAME])='failureaction' ORDER BY _rowid_");
     });
 }
@@ -121,7 +132,8 @@ void AddNullToCodelist(store::Store& store) {
             "WHERE c._rowid_ IN (SELECT min(_rowid_) FROM [Codelist_cp] "
             "GROUP BY \"left\"([ATTRIBUTE_NAME], 255) COLLATE JETNOCASE) "
             "AND \"left\"(c.[ATTRIBUTE_NAME], 255) COLLATE JETNOCASE NOT IN "
-            "(SELECT \"left\"([ATTRIBUTE_NAME], 255) FROM [Codelist_cp] WHERE len(jcat([CODELIST_TEXT], ''))=0 "
+            "(SELECT \"left\"([ATTRIBUTE_NAME], 255) FROM [Codelist_cp] WHERE "
+            "len(jcat([CODELIST_TEXT], ''))=0 "
             "AND [ATTRIBUTE_NAME] IS NOT NULL) "
             "ORDER BY c._rowid_");
     });
@@ -136,8 +148,10 @@ GlossaryOwner GetGlossaryOwner(std::string_view column, std::string_view table) 
     }
     // The "_" of a leading "sp_" does not split.
     const std::size_t from = IStartsWith(column, "sp_") ? 3 : 0;
-    if (const auto underscore = column.find('_', from); underscore != std::string_view::npos && underscore > 0)
-        return {std::string(column.substr(0, underscore)), std::string(column.substr(underscore + 1))};
+    if (const auto underscore = column.find('_', from);
+        underscore != std::string_view::npos && underscore > 0)
+        return {std::string(column.substr(0, underscore)),
+                std::string(column.substr(underscore + 1))};
     if (IEquals(table, "Plantitems")) return {"plantitem", std::string(column)};
     return {std::string(CategoryOwner(table)), std::string(column)};
 }
@@ -146,9 +160,12 @@ std::string GetGlossaryOwnerName(std::string_view owner) {
     struct Entry {
         std::string_view owner, word;
     };
-    static constexpr Entry kWords[] = {{"inlinecomp", "Inline Component"}, {"pipingcomp", "Piping Component"},
-                                       {"piperun", "Pipe Run"},           {"instrloop", "Instrument Loop"},
-                                       {"plantitem", "Plant Item"},       {"modelitem", "Model Item"}};
+    static constexpr Entry kWords[] = {{"inlinecomp", "Inline Component"},
+                                       {"pipingcomp", "Piping Component"},
+                                       {"piperun", "Pipe Run"},
+                                       {"instrloop", "Instrument Loop"},
+                                       {"plantitem", "Plant Item"},
+                                       {"modelitem", "Model Item"}};
     for (const Entry& e : kWords)
         if (IEquals(e.owner, owner)) return std::string(e.word);
     std::string word(owner);
@@ -162,12 +179,14 @@ void FillGlossary(store::Store& store) {
         store::Transaction tx(store.handle());
         if (!store.TableExists("_Glossary")) {
             const store::ColumnType text = store::ColumnType::Text(255);
-            store.CreateTable("_Glossary", {{"Table", text}, {"Column", text}, {"PidDisplayName", text}});
+            store.CreateTable("_Glossary",
+                              {{"Table", text}, {"Column", text}, {"PidDisplayName", text}});
             store.CreateIndex("_Glossary", "ID", {"Table", "Column"}, true, true);
         }
         std::vector<std::string> tables;
         if (const auto task = store.FindTable("Task"))
-            for (const store::Row& r : store.QueryRows("SELECT [Name] FROM " + Bracket(*task) + " WHERE NOT [Name] IS NULL"))
+            for (const store::Row& r : store.QueryRows("SELECT [Name] FROM " + Bracket(*task) +
+                                                       " WHERE NOT [Name] IS NULL"))
                 tables.push_back(r[0].ToText());
         tables.emplace_back("PID");
 
@@ -179,8 +198,9 @@ void FillGlossary(store::Store& store) {
             known.insert(keyOf(r[0].ToText(), r[1].ToText()));
 
         const DisplayNames names(store);
-        store::Statement insert = store.Prepare("INSERT INTO [_Glossary] ([Table], [Column], [PidDisplayName]) "
-                                                "VALUES (?1, ?2, ?3)");
+        store::Statement insert = store.Prepare(
+            "INSERT INTO [_Glossary] ([Table], [Column], [PidDisplayName]) "
+            "VALUES (?1, ?2, ?3)");
         for (const std::string& table : tables) {
             const auto stored = store.FindTable(table);
             if (!stored) continue;
@@ -189,12 +209,16 @@ void FillGlossary(store::Store& store) {
                 const GlossaryOwner o = GetGlossaryOwner(c.name, table);
                 const std::string display = DisplayName(names, o);
                 if (display.empty()) continue;
-                const std::string word = o.owner.empty() ? std::string() : GetGlossaryOwnerName(o.owner);
-                insert.BindText(1, table).BindText(2, c.name).BindText(3, word.empty() ? display : word + " " + display);
+                const std::string word =
+                    o.owner.empty() ? std::string() : GetGlossaryOwnerName(o.owner);
+                insert.BindText(1, table).BindText(2, c.name).BindText(
+                    3, word.empty() ? display : word + " " + display);
                 insert.Run();
             }
         }
-        store.Execute("UPDATE [_Glossary] SET [PidDisplayName]='Symbol Name' WHERE lcase([Column])='symbol_name'");
+        store.Execute(
+            "UPDATE [_Glossary] SET [PidDisplayName]='Symbol Name' WHERE "
+            "lcase([Column])='symbol_name'");
         tx.Commit();
     });
 }

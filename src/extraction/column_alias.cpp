@@ -6,9 +6,9 @@ namespace tb::extraction {
 namespace {
 
 constexpr OwnerSuffix kOwners[] = {
-    {"_nozzle", "Nozzle_"},         {"_equipment", "Equipment_"}, {"_piperun", "PipeRun_"},
-    {"_ductrun", "DuctRun_"},       {"_inlinecomp", "InlineComp_"},
-    {"_instrument", "Instrument_"}, {"_instrloop", "Instrloop_"},
+    {"_nozzle", "Nozzle_"},       {"_equipment", "Equipment_"},   {"_piperun", "PipeRun_"},
+    {"_ductrun", "DuctRun_"},     {"_inlinecomp", "InlineComp_"}, {"_instrument", "Instrument_"},
+    {"_instrloop", "Instrloop_"},
 };
 
 // "." becomes "_", the leading two characters go, the first letter alone stays capital.

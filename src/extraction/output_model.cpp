@@ -21,7 +21,9 @@ namespace {
 using store::ColumnDef;
 using store::ColumnType;
 
-std::string Bracket(std::string_view name) { return "[" + std::string(name) + "]"; }
+std::string Bracket(std::string_view name) {
+    return "[" + std::string(name) + "]";
+}
 
 std::string RequireTable(const store::Store& store, std::string_view table) {
     if (auto t = store.FindTable(table)) return *t;
@@ -56,12 +58,14 @@ store::Value TextOrNull(std::string_view text) {
 
 }  // namespace
 
-plantaccess::TransferResult Rs2Access(plantaccess::Connection& source, std::string_view sql, store::Store& store,
-                                      std::string_view table, std::string_view renames) {
+plantaccess::TransferResult Rs2Access(plantaccess::Connection& source, std::string_view sql,
+                                      store::Store& store, std::string_view table,
+                                      std::string_view renames) {
     plantaccess::SetSessionLastSql(std::string(sql));
     try {
         if (const auto old = store.FindTable(table)) store.DropTable(*old);
-        plantaccess::TransferResult result = plantaccess::CopyQueryToStore(source, sql, store, table);
+        plantaccess::TransferResult result =
+            plantaccess::CopyQueryToStore(source, sql, store, table);
         if (!renames.empty()) {
             const std::vector<std::string> names = Split(renames, "\r");
             const std::string t = RequireTable(store, table);
@@ -84,7 +88,8 @@ bool Compact(const std::filesystem::path& extract) {
         // construction and the store itself needs no compaction to be right. The size rule and
         // its log lines stay; at that size a VACUUM gives the pages of dropped working tables back.
         const auto store = plantaccess::FindMdbStore(extract);
-        const std::filesystem::path file = store && !store->path().empty() ? store->path() : extract;
+        const std::filesystem::path file =
+            store && !store->path().empty() ? store->path() : extract;
         std::error_code ec;
         const std::uintmax_t size = std::filesystem::file_size(file, ec);
         if (ec || size < kCompactThreshold) return false;
@@ -109,7 +114,8 @@ void AddQuantityColumn(store::Store& store, std::string_view table, const Attrib
     });
 }
 
-void IndexTable(store::Store& store, std::string_view table, const std::vector<std::string>& columns) {
+void IndexTable(store::Store& store, std::string_view table,
+                const std::vector<std::string>& columns) {
     Trap("IndexTable", [&] {
         const std::string t = RequireTable(store, table);
         for (const std::string& column : columns)
@@ -132,7 +138,8 @@ void StringTable(store::Store& store, std::string_view table, std::string_view k
         bool anyConverted = false;
         for (const ColumnDef& c : store.Columns(t)) {
             const bool convert = !IEquals(c.name, "ID") && !c.type.isText() &&
-                                 c.type.storage() != store::Storage::Binary && !HasName(keepList, c.name) &&
+                                 c.type.storage() != store::Storage::Binary &&
+                                 !HasName(keepList, c.name) &&
                                  !Like(ToLowerAscii(c.name), "*sp*si");
             if (convert) {
                 select.push_back("jcat('', " + Bracket(c.name) + ") AS " + Bracket(c.name));
@@ -154,19 +161,24 @@ void StringTable(store::Store& store, std::string_view table, std::string_view k
         const std::string scratch = t + "_t";
         if (store.TableExists(scratch)) store.DropTable(scratch);
         store::Transaction tx(store.handle());
-        store.SelectInto("SELECT " + Join(select, ", ") + " FROM " + Bracket(t) + " ORDER BY _rowid_", scratch, hints);
+        store.SelectInto(
+            "SELECT " + Join(select, ", ") + " FROM " + Bracket(t) + " ORDER BY _rowid_", scratch,
+            hints);
         store.DropTable(t);
         store.RenameTable(scratch, t);
-        for (const store::IndexDef& idx : indexes) store.CreateIndex(t, idx.name, idx.columns, idx.primary, idx.unique);
+        for (const store::IndexDef& idx : indexes)
+            store.CreateIndex(t, idx.name, idx.columns, idx.primary, idx.unique);
         tx.Commit();
     });
 }
 
-void RenameColumn(store::Store& store, std::string_view table, std::string_view oldName, std::string_view newName) {
+void RenameColumn(store::Store& store, std::string_view table, std::string_view oldName,
+                  std::string_view newName) {
     Trap("RenameColumn", [&] { store.RenameColumn(RequireTable(store, table), oldName, newName); });
 }
 
-void RenameAllCols(store::Store& store, std::string_view table, std::string_view prefix, std::string_view suffix) {
+void RenameAllCols(store::Store& store, std::string_view table, std::string_view prefix,
+                   std::string_view suffix) {
     Trap("RenameAllCols", [&] {
         const std::string t = RequireTable(store, table);
         store::Transaction tx(store.handle());
@@ -181,7 +193,8 @@ void DropColumn(store::Store& store, std::string_view table, std::string_view co
 }
 
 void ConvertDate2Text(store::Store& store, std::string_view table, std::string_view column) {
-    Trap("ConvertDate2Text", [&] { store.AlterColumnType(RequireTable(store, table), column, ColumnType::Text(50)); });
+    Trap("ConvertDate2Text",
+         [&] { store.AlterColumnType(RequireTable(store, table), column, ColumnType::Text(50)); });
 }
 
 std::string UtcDateText(std::chrono::system_clock::time_point time) {
@@ -237,20 +250,25 @@ void CreateInfoTable(store::Store& store, const ExtractInfo& info) {
             const std::string days(TrimBlanks(info.manual.expiringDate));
             double n = 0;
             const auto r = std::from_chars(days.data(), days.data() + days.size(), n);
-            if (!days.empty() && r.ec == std::errc() && r.ptr == days.data() + days.size() && std::isfinite(n))
-                expiration = UtcDateText(info.time + std::chrono::duration_cast<std::chrono::system_clock::duration>(
-                                                         std::chrono::duration<double>(n * 86400.0)));
+            if (!days.empty() && r.ec == std::errc() && r.ptr == days.data() + days.size() &&
+                std::isfinite(n))
+                expiration = UtcDateText(
+                    info.time + std::chrono::duration_cast<std::chrono::system_clock::duration>(
+                                    std::chrono::duration<double>(n * 86400.0)));
             revision = TextOrNull(EscapeLineBreaks(info.manual.revision));
             version = TextOrNull(EscapeLineBreaks(info.manual.version));
             infoText = TextOrNull(EscapeLineBreaks(info.manual.info));
             description = TextOrNull(EscapeLineBreaks(info.manual.description));
         }
         store::Value settings;
-        if (!info.settings.empty()) settings = store::Blob(info.settings.begin(), info.settings.end());
-        store.ExecuteCount("INSERT INTO [_Info] VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13)",
-                           {TextOrNull(info.application), TextOrNull(info.version), TextOrNull(info.domainName),
-                            TextOrNull(info.userName), TextOrNull(info.project), UtcDateText(info.time), expiration,
-                            revision, version, infoText, description, settings, TextOrNull(info.asBuiltName)});
+        if (!info.settings.empty())
+            settings = store::Blob(info.settings.begin(), info.settings.end());
+        store.ExecuteCount(
+            "INSERT INTO [_Info] VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13)",
+            {TextOrNull(info.application), TextOrNull(info.version), TextOrNull(info.domainName),
+             TextOrNull(info.userName), TextOrNull(info.project), UtcDateText(info.time),
+             expiration, revision, version, infoText, description, settings,
+             TextOrNull(info.asBuiltName)});
         store.FitTypesToData("_Info");
         tx.Commit();
     });

@@ -22,8 +22,9 @@ namespace tb::extraction {
 // differs, case included, so the run's spelling stands whatever case the server gives back
 // (Oracle answers unquoted names in capitals). An empty result still makes the table. The
 // statement is kept as the session's last statement and logged when it fails.
-plantaccess::TransferResult Rs2Access(plantaccess::Connection& source, std::string_view sql, store::Store& store,
-                                      std::string_view table, std::string_view renames = {});
+plantaccess::TransferResult Rs2Access(plantaccess::Connection& source, std::string_view sql,
+                                      store::Store& store, std::string_view table,
+                                      std::string_view renames = {});
 
 // The counter [ID] as the table's primary key, numbering the rows in stored order.
 void AddID2Table(store::Store& store, std::string_view table);
@@ -33,7 +34,8 @@ void AddID2Table(store::Store& store, std::string_view table);
 void AddQuantityColumn(store::Store& store, std::string_view table, const AttributeKeys& keys);
 
 // One index on each listed column that the table has (others are passed over).
-void IndexTable(store::Store& store, std::string_view table, const std::vector<std::string>& columns);
+void IndexTable(store::Store& store, std::string_view table,
+                const std::vector<std::string>& columns);
 // One index on one column, named after it.
 void IndexColumn(store::Store& store, std::string_view column, std::string_view table);
 
@@ -45,7 +47,8 @@ void IndexColumn(store::Store& store, std::string_view column, std::string_view 
 // stay.
 void StringTable(store::Store& store, std::string_view table, std::string_view keep = {});
 
-void RenameColumn(store::Store& store, std::string_view table, std::string_view oldName, std::string_view newName);
+void RenameColumn(store::Store& store, std::string_view table, std::string_view oldName,
+                  std::string_view newName);
 // Every column becomes prefix + name + suffix.
 void RenameAllCols(store::Store& store, std::string_view table, std::string_view prefix,
                    std::string_view suffix = {});
@@ -80,8 +83,8 @@ struct ExtractInfo {
     std::string version;      // the program's version
     std::string domainName;   // the machine's host name: the logon domain of a workstation
     std::string userName;
-    std::string project;      // the plant
-    std::string asBuiltName;  // GetAsBuiltName
+    std::string project;                         // the plant
+    std::string asBuiltName;                     // GetAsBuiltName
     std::chrono::system_clock::time_point time;  // when the extract was made (stored as UTC)
     bool withManualInfo = false;
     ManualInfo manual;

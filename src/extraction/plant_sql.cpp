@@ -13,16 +13,23 @@ std::string Prefixed(Dialect dialect, std::string_view prefix, std::string_view 
 
 }  // namespace
 
-std::string PlantSchema::Table(std::string_view table) const { return Prefixed(dialect, prefix, table); }
+std::string PlantSchema::Table(std::string_view table) const {
+    return Prefixed(dialect, prefix, table);
+}
 
-std::string_view AliasKeyword(Dialect dialect) { return plantaccess::UsesOracleTexts(dialect) ? " " : " AS "; }
+std::string_view AliasKeyword(Dialect dialect) {
+    return plantaccess::UsesOracleTexts(dialect) ? " " : " AS ";
+}
 
 std::string FileNameExpression(Dialect dialect, std::string_view column) {
     const std::string c(column);
     switch (dialect) {
-        case Dialect::SqlServer: return "right(" + c + ",charindex('\\',REVERSE(" + c + "))-1)";
-        case Dialect::AccessCopy: return c;
-        default: return "substr(" + c + ",instr(" + c + ",'\\',-1)+1)";
+        case Dialect::SqlServer:
+            return "right(" + c + ",charindex('\\',REVERSE(" + c + "))-1)";
+        case Dialect::AccessCopy:
+            return c;
+        default:
+            return "substr(" + c + ",instr(" + c + ",'\\',-1)+1)";
     }
 }
 
@@ -31,36 +38,52 @@ std::string GraphicIdExpression(Dialect dialect, bool viewerMode) {
         case Dialect::SqlServer:
             return viewerMode ? "CAST(GraphicOID AS varchar(10))"
                               : "t_drawing.name + '_' + CAST(GraphicOID AS varchar(10))";
-        case Dialect::AccessCopy: return viewerMode ? "jcat('', GraphicOID)" : "jcat(t_drawing.name, '_', GraphicOID)";
-        default: return viewerMode ? "CONCAT('', GraphicOID)" : "CONCAT(CONCAT(t_drawing.name,  '_'), GraphicOID)";
+        case Dialect::AccessCopy:
+            return viewerMode ? "jcat('', GraphicOID)" : "jcat(t_drawing.name, '_', GraphicOID)";
+        default:
+            return viewerMode ? "CONCAT('', GraphicOID)"
+                              : "CONCAT(CONCAT(t_drawing.name,  '_'), GraphicOID)";
     }
 }
 
 std::string NumberAsText(Dialect dialect, std::string_view column) {
     const std::string c(column);
     switch (dialect) {
-        case Dialect::SqlServer: return "'' + CAST(" + c + " AS varchar(50))";
-        case Dialect::AccessCopy: return "jcat('', " + c + ")";
-        default: return "CONCAT(" + c + ",'')";
+        case Dialect::SqlServer:
+            return "'' + CAST(" + c + " AS varchar(50))";
+        case Dialect::AccessCopy:
+            return "jcat('', " + c + ")";
+        default:
+            return "CONCAT(" + c + ",'')";
     }
 }
 
 std::string InstockpileAsText(Dialect dialect) {
     switch (dialect) {
-        case Dialect::SqlServer: return "str(t_representation.instockpile) + ''";
-        case Dialect::AccessCopy: return "jcat(t_representation.instockpile, '')";
-        default: return "CONCAT(t_representation.instockpile,'')";
+        case Dialect::SqlServer:
+            return "str(t_representation.instockpile) + ''";
+        case Dialect::AccessCopy:
+            return "jcat(t_representation.instockpile, '')";
+        default:
+            return "CONCAT(t_representation.instockpile,'')";
     }
 }
 
 std::string CodelistSql(Dialect dialect, std::string_view prefix) {
     std::string match;
     switch (dialect) {
-        case Dialect::SqlServer: match = "'C' + rtrim(ltrim(str(CODELISTS.CODELIST_NUMBER)))"; break;
-        case Dialect::AccessCopy: match = "jcat('C', CODELISTS.CODELIST_NUMBER)"; break;
-        default: match = "CONCAT('C',CODELISTS.CODELIST_NUMBER)"; break;
+        case Dialect::SqlServer:
+            match = "'C' + rtrim(ltrim(str(CODELISTS.CODELIST_NUMBER)))";
+            break;
+        case Dialect::AccessCopy:
+            match = "jcat('C', CODELISTS.CODELIST_NUMBER)";
+            break;
+        default:
+            match = "CONCAT('C',CODELISTS.CODELIST_NUMBER)";
+            break;
     }
-    return "SELECT DISTINCT ATTRIBUTE_NAME, CODELIST_NUMBER, CODELIST_INDEX, CODELIST_TEXT,CODELIST_SHORT_TEXT, "
+    return "SELECT DISTINCT ATTRIBUTE_NAME, CODELIST_NUMBER, CODELIST_INDEX, "
+           "CODELIST_TEXT,CODELIST_SHORT_TEXT, "
            "CODELIST_CONSTRAINT, CODELIST_SORT_VALUE FROM " +
            Prefixed(dialect, prefix, "ATTRIBUTES") + "," + Prefixed(dialect, prefix, "CODELISTS") +
            " WHERE ATTRIBUTES.ATTRIBUTE_DATATYPE = " + match +
@@ -68,9 +91,10 @@ std::string CodelistSql(Dialect dialect, std::string_view prefix) {
 }
 
 std::string EntityUniqueNameSql(Dialect dialect, std::string_view prefix) {
-    return "SELECT entities.entity_name,uniqueatts.unique_name FROM " + Prefixed(dialect, prefix, "entities") + "," +
-           Prefixed(dialect, prefix, "uniqueatts") +
-           " WHERE entities.entity_number=uniqueatts.entity_number AND uniqueatts.calculationprogid "
+    return "SELECT entities.entity_name,uniqueatts.unique_name FROM " +
+           Prefixed(dialect, prefix, "entities") + "," + Prefixed(dialect, prefix, "uniqueatts") +
+           " WHERE entities.entity_number=uniqueatts.entity_number AND "
+           "uniqueatts.calculationprogid "
            "='SmartPlantHyperDesc.SPForeignCalc'";
 }
 
@@ -84,16 +108,19 @@ std::string ItemAttributionsSql(Dialect dialect, std::string_view prefix) {
            " group by NAME,DISPLAYNAME";
 }
 
-std::string AsBuiltNameSql(Dialect dialect, std::string_view sitePrefix, std::string_view plantName) {
+std::string AsBuiltNameSql(Dialect dialect, std::string_view sitePrefix,
+                           std::string_view plantName) {
     const std::string rootItem = Prefixed(dialect, sitePrefix, "T_ROOTITEM");
-    return "select name from " + rootItem + " where SP_ID in (select SP_PARENTROOTITEMID from " + rootItem +
-           " where Lower(name) =" + SqlLiteral(store::ToLowerUnicode(plantName)) + ")";
+    return "select name from " + rootItem + " where SP_ID in (select SP_PARENTROOTITEMID from " +
+           rootItem + " where Lower(name) =" + SqlLiteral(store::ToLowerUnicode(plantName)) + ")";
 }
 
 std::vector<std::string> GetAllDbColumns(const PlantSchema& schema, std::string_view table) {
     return Trap("GetAllDbColumns2Str", [&] {
-        if (!schema.connection) throw Error(kErrInternal, "No connection to read the columns of " + std::string(table));
-        auto cursor = schema.connection->Query("SELECT * FROM " + schema.Table(table) + " WHERE 1=0");
+        if (!schema.connection)
+            throw Error(kErrInternal, "No connection to read the columns of " + std::string(table));
+        auto cursor =
+            schema.connection->Query("SELECT * FROM " + schema.Table(table) + " WHERE 1=0");
         std::vector<std::string> out;
         for (const plantaccess::FieldInfo& f : cursor->Fields()) out.push_back(f.name);
         return out;
@@ -110,7 +137,8 @@ std::string GetAsBuiltName(const PlantSchema& site, std::string_view plantName) 
         auto cursor = site.connection->Query(AsBuiltNameSql(site.dialect, site.prefix, plantName));
         if (cursor->Next()) {
             const plantaccess::Cell cell = cursor->Get(0);
-            if (cell.kind == plantaccess::CellKind::Text && !cell.bytes.empty()) return std::string(cell.bytes);
+            if (cell.kind == plantaccess::CellKind::Text && !cell.bytes.empty())
+                return std::string(cell.bytes);
         }
         return std::string(plantName);
     });

@@ -51,7 +51,8 @@ std::string ItemAttributionsSql(Dialect dialect, std::string_view prefix);
 
 // The parent root item's name of an as-built child plant, on the site schema. The site's SQL
 // writes Lower() where the name is compared, as every server has it.
-std::string AsBuiltNameSql(Dialect dialect, std::string_view sitePrefix, std::string_view plantName);
+std::string AsBuiltNameSql(Dialect dialect, std::string_view sitePrefix,
+                           std::string_view plantName);
 
 // The columns of a plant table, read with "SELECT * FROM <table> WHERE 1=0".
 std::vector<std::string> GetAllDbColumns(const PlantSchema& schema, std::string_view table);

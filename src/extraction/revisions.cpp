@@ -16,9 +16,11 @@ void FillRevisionColumn(store::Store& store, const std::string& column, bool las
     const std::string filter = lastRow ? store::LastRowsFilter("t_lastrevision", "[sp_drawingid]")
                                        : store::FirstRowsFilter("t_lastrevision", "[sp_drawingid]");
     if (store.TableExists("t_lastrevision2")) store.DropTable("t_lastrevision2");
-    store.SelectInto("SELECT [sp_drawingid] AS [sp_id], jcat([SP_MAJORREVISIONNUMBER], [SP_MINORREVISIONNUMBER]) AS [" +
-                         column + "] FROM [t_lastrevision] WHERE " + filter + " ORDER BY _rowid_",
-                     "t_lastrevision2");
+    store.SelectInto(
+        "SELECT [sp_drawingid] AS [sp_id], jcat([SP_MAJORREVISIONNUMBER], "
+        "[SP_MINORREVISIONNUMBER]) AS [" +
+            column + "] FROM [t_lastrevision] WHERE " + filter + " ORDER BY _rowid_",
+        "t_lastrevision2");
     store.AddColumn("Drawings", {column, ColumnType::Text(255)});
     store::JoinUpdate u;
     u.target = "Drawings";
@@ -32,18 +34,23 @@ void FillRevisionColumn(store::Store& store, const std::string& column, bool las
 
 // Takes the newest remaining revision of each drawing off the list.
 void RemoveNewestRevisions(store::Store& store) {
-    store.Execute("DELETE FROM [t_lastrevision] WHERE [sp_id] IN (SELECT [sp_id] FROM [t_lastrevision] WHERE " +
-                  store::FirstRowsFilter("t_lastrevision", "[sp_drawingid]") + ")");
+    store.Execute(
+        "DELETE FROM [t_lastrevision] WHERE [sp_id] IN (SELECT [sp_id] FROM [t_lastrevision] "
+        "WHERE " +
+        store::FirstRowsFilter("t_lastrevision", "[sp_drawingid]") + ")");
 }
 
 }  // namespace
 
-std::vector<std::string> GetCols4Revision(const AttributeKeys& keys, const std::vector<std::string>& revisionColumns) {
+std::vector<std::string> GetCols4Revision(const AttributeKeys& keys,
+                                          const std::vector<std::string>& revisionColumns) {
     std::vector<std::string> out;
     bool versionAssociated = false;
     for (const std::string& column : GetAttrs4Table(keys.Keys("Drawings"), "T_Revision")) {
-        if (IEquals(column, "VersionAssociated")) versionAssociated = true;
-        else if (HasName(revisionColumns, column) && !HasName(out, column)) out.push_back(column);
+        if (IEquals(column, "VersionAssociated"))
+            versionAssociated = true;
+        else if (HasName(revisionColumns, column) && !HasName(out, column))
+            out.push_back(column);
     }
     if (out.empty() && !versionAssociated) return out;
     for (const char* id : {"SP_ID", "SP_DRAWINGID"})
@@ -63,11 +70,15 @@ RevisionColumnFlags GetRevisionColumnFlags(const AttributeKeys& keys) {
 void ExtractTRevision(const PlantSchema& plant, store::Store& store, const AttributeKeys& keys) {
     Trap("ExtractTRevision", [&] {
         plantaccess::Connection& source = *plant.connection;
-        const std::vector<std::string> columns = GetCols4Revision(keys, GetAllDbColumns(plant, "t_revision"));
+        const std::vector<std::string> columns =
+            GetCols4Revision(keys, GetAllDbColumns(plant, "t_revision"));
         if (!columns.empty()) {
-            Rs2Access(source, "select r." + Join(columns, ",r.") + " from " + plant.Table("t_revision") + " r", store,
-                      "T_Revision", Join(columns, "\r"));
-            for (const std::string& c : columns) store.RenameColumn("T_Revision", c, "Revision_" + c);
+            Rs2Access(
+                source,
+                "select r." + Join(columns, ",r.") + " from " + plant.Table("t_revision") + " r",
+                store, "T_Revision", Join(columns, "\r"));
+            for (const std::string& c : columns)
+                store.RenameColumn("T_Revision", c, "Revision_" + c);
             if (keys.Has("Drawings", "T_Revision.VersionAssociated")) {
                 Rs2Access(source,
                           "select sp_revisionid from " + plant.Table("t_drawingversion") +
@@ -77,10 +88,12 @@ void ExtractTRevision(const PlantSchema& plant, store::Store& store, const Attri
             }
         }
         if (GetRevisionColumnFlags(keys).any())
-            Rs2Access(source,
-                      "select sp_id, SP_MAJORREVISIONNUMBER, SP_MINORREVISIONNUMBER, sp_drawingid from " +
-                          plant.Table("t_revision") + " order by sp_drawingid, sp_revisiondate desc",
-                      store, "t_lastrevision", "sp_id\rSP_MAJORREVISIONNUMBER\rSP_MINORREVISIONNUMBER\rsp_drawingid");
+            Rs2Access(
+                source,
+                "select sp_id, SP_MAJORREVISIONNUMBER, SP_MINORREVISIONNUMBER, sp_drawingid from " +
+                    plant.Table("t_revision") + " order by sp_drawingid, sp_revisiondate desc",
+                store, "t_lastrevision",
+                "sp_id\rSP_MAJORREVISIONNUMBER\rSP_MINORREVISIONNUMBER\rsp_drawingid");
     });
 }
 
@@ -93,7 +106,9 @@ void AddVersionAssociated(store::Store& store) {
         u.on = "[T_Revision].[Revision_SP_ID]=[t_drawingversion].[sp_revisionid]";
         u.set = {{"VersionAssociated", "'True'"}};
         store.UpdateFromJoin(u);
-        store.Execute("UPDATE [T_Revision] SET [VersionAssociated]='False' WHERE [VersionAssociated] IS NULL");
+        store.Execute(
+            "UPDATE [T_Revision] SET [VersionAssociated]='False' WHERE [VersionAssociated] IS "
+            "NULL");
         store.DropTable("t_drawingversion");
     });
 }
@@ -102,11 +117,12 @@ void AddRevision2Drawings(store::Store& store, const AttributeKeys& keys) {
     Trap("AddRevision2Drawings", [&] {
         if (store.TableExists("T_Revision") && store.TableExists("Drawings")) {
             if (store.TableExists("tempDrawings")) store.DropTable("tempDrawings");
-            JoinTable(store, "LEFT", {}, "Drawings", "DRAWING_SP_ID", "T_Revision", "Revision_SP_DRAWINGID",
-                      "tempDrawings");
+            JoinTable(store, "LEFT", {}, "Drawings", "DRAWING_SP_ID", "T_Revision",
+                      "Revision_SP_DRAWINGID", "tempDrawings");
             store.DropTable("Drawings");
             store.RenameTable("tempDrawings", "Drawings");
-            if (store.ColumnExists("Drawings", "Revision_SP_DRAWINGID")) store.DropColumn("Drawings", "Revision_SP_DRAWINGID");
+            if (store.ColumnExists("Drawings", "Revision_SP_DRAWINGID"))
+                store.DropColumn("Drawings", "Revision_SP_DRAWINGID");
         }
         const RevisionColumnFlags f = GetRevisionColumnFlags(keys);
         if (!store.TableExists("t_lastrevision")) return;

@@ -22,7 +22,8 @@ void ExtractTRevision(const PlantSchema& plant, store::Store& store, const Attri
 // The revision columns of the Drawings category: its "T_Revision." keys that the plant's
 // t_revision has (`revisionColumns`), each once, then SP_ID and SP_DRAWINGID. The computed
 // "T_Revision.VersionAssociated" counts as a key that stands, so that its table is made.
-std::vector<std::string> GetCols4Revision(const AttributeKeys& keys, const std::vector<std::string>& revisionColumns);
+std::vector<std::string> GetCols4Revision(const AttributeKeys& keys,
+                                          const std::vector<std::string>& revisionColumns);
 
 // The four computed revision numbers of the Drawings category.
 struct RevisionColumnFlags {

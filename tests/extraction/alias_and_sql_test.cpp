@@ -55,17 +55,22 @@ TEST(AccessSql, Translation) {
         {"update t set a = b & c", "update t set a = jcat(b, c)"},
         {"select a & ' ' & b as x from t", "select jcat(a, ' ', b) as x from t"},
         {"select x + 1 & y from t", "select jcat(x + 1, y) from t"},
-        {"select * from t where a & b = 'xy' and c=1", "select * from t where jcat(a, b) = 'xy' and c=1"},
+        {"select * from t where a & b = 'xy' and c=1",
+         "select * from t where jcat(a, b) = 'xy' and c=1"},
         {"select lcase(a & b), iif(a is null, b & '', a) from t",
          "select lcase(jcat(a, b)), iif(a is null, jcat(b, ''), a) from t"},
         {"select \"O'Brien\" & [Item Tag] from t", "select jcat('O''Brien', [Item Tag]) from t"},
         {"select * from t where d > #2024-01-31#", "select * from t where d > '2024-01-31'"},
         {"select distinctrow a from t", "select DISTINCT a from t"},
         {"select 'a&b' from t", "select 'a&b' from t"},
-        {"update InlineComp_Prun a, Codes b set a.PipeRun_Fluid = b.Text where a.PipeRun_FluidCode = b.Code;",
-         "update InlineComp_Prun AS a set PipeRun_Fluid = b.Text FROM Codes b WHERE (a.PipeRun_FluidCode = b.Code)"},
-        {"UPDATE Plantitems INNER JOIN t2 ON Plantitems.SP_ID = t2.SP_ID SET Plantitems.Remark = t2.Remark & '!', [Plantitems].[Flag]=1",
-         "UPDATE Plantitems SET Remark = jcat(t2.Remark, '!'), [Flag]=1 FROM t2 WHERE (Plantitems.SP_ID = t2.SP_ID)"},
+        {"update InlineComp_Prun a, Codes b set a.PipeRun_Fluid = b.Text where a.PipeRun_FluidCode "
+         "= b.Code;",
+         "update InlineComp_Prun AS a set PipeRun_Fluid = b.Text FROM Codes b WHERE "
+         "(a.PipeRun_FluidCode = b.Code)"},
+        {"UPDATE Plantitems INNER JOIN t2 ON Plantitems.SP_ID = t2.SP_ID SET Plantitems.Remark = "
+         "t2.Remark & '!', [Plantitems].[Flag]=1",
+         "UPDATE Plantitems SET Remark = jcat(t2.Remark, '!'), [Flag]=1 FROM t2 WHERE "
+         "(Plantitems.SP_ID = t2.SP_ID)"},
         {"UPDATE a INNER JOIN b ON a.k=b.k SET a.x=b.y WHERE b.z>1",
          "UPDATE a SET x=b.y FROM b WHERE (a.k=b.k) AND (b.z>1)"},
         {"update t set x = 1 where y = 2", "update t set x = 1 where y = 2"},

@@ -14,10 +14,12 @@ using test::Shape;
 
 void MakeCodelists(store::Store& store) {
     MakeTable(store, "Codelist_cp",
-              {"ATTRIBUTE_NAME", "CODELIST_NUMBER:Long", "CODELIST_INDEX:Long", "CODELIST_TEXT", "CODELIST_SHORT_TEXT",
-               "CODELIST_CONSTRAINT:Long", "CODELIST_SORT_VALUE:Long"},
-              "('FailureAction', 40, 1, 'Open', 'O', 0, 1), ('FailureAction', 40, 2, 'Close', 'C', 0, 2), "
-              "('PipeRunClass', 41, 1, 'Piping', NULL, 0, 1), ('piperunclass', 41, 2, 'Instrument', NULL, 0, 2), "
+              {"ATTRIBUTE_NAME", "CODELIST_NUMBER:Long", "CODELIST_INDEX:Long", "CODELIST_TEXT",
+               "CODELIST_SHORT_TEXT", "CODELIST_CONSTRAINT:Long", "CODELIST_SORT_VALUE:Long"},
+              "('FailureAction', 40, 1, 'Open', 'O', 0, 1), ('FailureAction', 40, 2, 'Close', 'C', "
+              "0, 2), "
+              "('PipeRunClass', 41, 1, 'Piping', NULL, 0, 1), ('piperunclass', 41, 2, "
+              "'Instrument', NULL, 0, 2), "
               "('Insulation', 42, 1, NULL, NULL, 0, 1), ('Insulation', 42, 2, 'Hot', NULL, 0, 2), "
               "('Status', 43, 1, '', NULL, 0, 1)");
 }
@@ -30,10 +32,13 @@ TEST(Codelists, FailureActionLowAndNoValueRows) {
     AddNullToCodelist(store);
     // FailureActionLow has the texts of FailureAction; every list without an empty text gets its
     // "no value" row once (lists compare ignoring case), numbered on by the counter.
-    EXPECT_EQ(Render(store, "SELECT ATTRIBUTE_NAME, CODELIST_INDEX, CODELIST_TEXT, CODELIST_SHORT_TEXT, ID FROM Codelist_cp "
-                            "WHERE ID > 7 ORDER BY ID"),
+    EXPECT_EQ(Render(store,
+                     "SELECT ATTRIBUTE_NAME, CODELIST_INDEX, CODELIST_TEXT, CODELIST_SHORT_TEXT, "
+                     "ID FROM Codelist_cp "
+                     "WHERE ID > 7 ORDER BY ID"),
               "FailureActionLow|1|Open|O|8;FailureActionLow|2|Close|C|9;"
-              "FailureAction|-1|<null>|<null>|10;PipeRunClass|-1|<null>|<null>|11;FailureActionLow|-1|<null>|<null>|12");
+              "FailureAction|-1|<null>|<null>|10;PipeRunClass|-1|<null>|<null>|11;FailureActionLow|"
+              "-1|<null>|<null>|12");
     AddNullToCodelist(store);  // a second pass finds every list complete
     EXPECT_EQ(Render(store, "SELECT count(*) FROM Codelist_cp"), "12");
 }
@@ -62,22 +67,28 @@ TEST(Codelists, GlossaryOwners) {
 TEST(Codelists, FillGlossary) {
     auto store = store::Store::InMemory();
     MakeTable(store, "Task", {"Name"}, "('Plantitems'), ('InlineComp_Prun'), (NULL), ('Missing')");
-    MakeTable(store, "Plantitems", {"SP_ID", "ItemTag", "Modelitem_Description", "Symbol_Name", "Unknown"});
+    MakeTable(store, "Plantitems",
+              {"SP_ID", "ItemTag", "Modelitem_Description", "Symbol_Name", "Unknown"});
     MakeTable(store, "InlineComp_Prun",
-              {"PipeRun_NominalDiameter", "PipeRun_ProcessDesign_Max_Pressure", "Inlinecomp_Tag", "PipeRun_PlantGroup"});
+              {"PipeRun_NominalDiameter", "PipeRun_ProcessDesign_Max_Pressure", "Inlinecomp_Tag",
+               "PipeRun_PlantGroup"});
     MakeTable(store, "PID", {"SP_ID", "Drawing_Name"});
-    MakeTable(store, "itemattributions_cp", {"NAME", "DISPLAYNAME"},
-              "('ItemTag', 'Item Tag'), ('itemtag', 'Other'), ('MODELITEM.DESCRIPTION', 'Description'), "
-              "('Name', 'Name'), ('NominalDiameter', 'Nominal Diameter'), ('processdesign.max.pressure', "
-              "'Design Max Pressure'), ('Drawing.Name', 'Drawing Name'), ('Tag', 'Tag')");
+    MakeTable(
+        store, "itemattributions_cp", {"NAME", "DISPLAYNAME"},
+        "('ItemTag', 'Item Tag'), ('itemtag', 'Other'), ('MODELITEM.DESCRIPTION', 'Description'), "
+        "('Name', 'Name'), ('NominalDiameter', 'Nominal Diameter'), ('processdesign.max.pressure', "
+        "'Design Max Pressure'), ('Drawing.Name', 'Drawing Name'), ('Tag', 'Tag')");
     FillGlossary(store);
-    EXPECT_EQ(Render(store, "SELECT [Table], [Column], PidDisplayName FROM _Glossary ORDER BY _rowid_"),
-              "Plantitems|SP_ID|Plant Item SP ID;Plantitems|ItemTag|Plant Item Item Tag;"
-              "Plantitems|Modelitem_Description|Model Item Description;Plantitems|Symbol_Name|Symbol Name;"
-              "InlineComp_Prun|PipeRun_NominalDiameter|Pipe Run Nominal Diameter;"
-              "InlineComp_Prun|PipeRun_ProcessDesign_Max_Pressure|Pipe Run Design Max Pressure;"
-              "InlineComp_Prun|Inlinecomp_Tag|Inline Component Tag;InlineComp_Prun|PipeRun_PlantGroup|Pipe Run Plant Group;"
-              "PID|SP_ID|SP ID;PID|Drawing_Name|Representation Drawing Name");
+    EXPECT_EQ(
+        Render(store, "SELECT [Table], [Column], PidDisplayName FROM _Glossary ORDER BY _rowid_"),
+        "Plantitems|SP_ID|Plant Item SP ID;Plantitems|ItemTag|Plant Item Item Tag;"
+        "Plantitems|Modelitem_Description|Model Item Description;Plantitems|Symbol_Name|Symbol "
+        "Name;"
+        "InlineComp_Prun|PipeRun_NominalDiameter|Pipe Run Nominal Diameter;"
+        "InlineComp_Prun|PipeRun_ProcessDesign_Max_Pressure|Pipe Run Design Max Pressure;"
+        "InlineComp_Prun|Inlinecomp_Tag|Inline Component "
+        "Tag;InlineComp_Prun|PipeRun_PlantGroup|Pipe Run Plant Group;"
+        "PID|SP_ID|SP ID;PID|Drawing_Name|Representation Drawing Name");
     ASSERT_EQ(store.Indexes("_Glossary").size(), 1u);
     EXPECT_TRUE(store.Indexes("_Glossary")[0].primary);
 
@@ -90,13 +101,17 @@ TEST(Codelists, FillGlossary) {
 
 // Drawings D1 (three revisions), D2 (one), D3 (two, the newest with no minor number), D4 (none).
 void MakeRevisionTables(store::Store& store) {
-    MakeTable(store, "Drawings", {"Drawing_SP_ID", "Drawing_Name"}, "('D1', 'P-1'), ('D2', 'P-2'), ('D3', 'P-3'), ('D4', 'P-4')");
-    MakeTable(store, "T_Revision", {"Revision_SP_ID", "Revision_SP_DRAWINGID", "Revision_RevisionBy"},
-              "('R11', 'D1', 'ann'), ('R12', 'D1', 'bob'), ('R13', 'D1', 'cy'), ('R21', 'D2', 'dee'), "
-              "('R31', 'D3', 'eve'), ('R32', 'D3', 'fay')");
+    MakeTable(store, "Drawings", {"Drawing_SP_ID", "Drawing_Name"},
+              "('D1', 'P-1'), ('D2', 'P-2'), ('D3', 'P-3'), ('D4', 'P-4')");
+    MakeTable(
+        store, "T_Revision", {"Revision_SP_ID", "Revision_SP_DRAWINGID", "Revision_RevisionBy"},
+        "('R11', 'D1', 'ann'), ('R12', 'D1', 'bob'), ('R13', 'D1', 'cy'), ('R21', 'D2', 'dee'), "
+        "('R31', 'D3', 'eve'), ('R32', 'D3', 'fay')");
     // newest first within a drawing, as the plant read orders them
-    MakeTable(store, "t_lastrevision", {"sp_id", "SP_MAJORREVISIONNUMBER", "SP_MINORREVISIONNUMBER", "sp_drawingid"},
-              "('R13', 'C', '2', 'D1'), ('R12', 'B', '1', 'D1'), ('R11', 'A', '0', 'D1'), ('R21', '1', 'a', 'D2'), "
+    MakeTable(store, "t_lastrevision",
+              {"sp_id", "SP_MAJORREVISIONNUMBER", "SP_MINORREVISIONNUMBER", "sp_drawingid"},
+              "('R13', 'C', '2', 'D1'), ('R12', 'B', '1', 'D1'), ('R11', 'A', '0', 'D1'), ('R21', "
+              "'1', 'a', 'D2'), "
               "('R32', '2', NULL, 'D3'), ('R31', '1', 'b', 'D3')");
 }
 
@@ -104,14 +119,19 @@ TEST(Revisions, RevisionNumbersOfDrawings) {
     auto store = store::Store::InMemory();
     MakeRevisionTables(store);
     AttributeKeys keys;
-    keys.Set("Drawings", {"T_Drawing.Name", "T_Revision.RevisionBy", "Others.LastRevision", "Others.Last-1Revision",
-                          "Others.Last-2Revision", "Others.FirstRevision"});
+    keys.Set("Drawings",
+             {"T_Drawing.Name", "T_Revision.RevisionBy", "Others.LastRevision",
+              "Others.Last-1Revision", "Others.Last-2Revision", "Others.FirstRevision"});
     AddRevision2Drawings(store, keys);
     EXPECT_EQ(Shape(store, "Drawings"),
-              "Drawing_SP_ID:Text(255),Drawing_Name:Text(255),Revision_SP_ID:Text(255),Revision_RevisionBy:Text(255),"
-              "LastRevision:Text(255),Last-1Revision:Text(255),Last-2Revision:Text(255),FirstRevision:Text(255)");
-    EXPECT_EQ(Render(store, "SELECT Drawing_SP_ID, Revision_SP_ID, LastRevision, [Last-1Revision], [Last-2Revision], "
-                            "FirstRevision FROM Drawings ORDER BY _rowid_"),
+              "Drawing_SP_ID:Text(255),Drawing_Name:Text(255),Revision_SP_ID:Text(255),Revision_"
+              "RevisionBy:Text(255),"
+              "LastRevision:Text(255),Last-1Revision:Text(255),Last-2Revision:Text(255),"
+              "FirstRevision:Text(255)");
+    EXPECT_EQ(Render(store,
+                     "SELECT Drawing_SP_ID, Revision_SP_ID, LastRevision, [Last-1Revision], "
+                     "[Last-2Revision], "
+                     "FirstRevision FROM Drawings ORDER BY _rowid_"),
               "D1|R11|C2|B1|A0|A0;D1|R12|C2|B1|A0|A0;D1|R13|C2|B1|A0|A0;"
               "D2|R21|1a|<null>|<null>|<null>;D3|R31|2|1b|<null>|<null>;D3|R32|2|1b|<null>|<null>;"
               "D4|<null>|<null>|<null>|<null>|<null>");
@@ -127,33 +147,43 @@ TEST(Revisions, Last2AloneAndFirst) {
     keys.Set("Drawings", {"Others.Last-2Revision", "Others.FirstRevision"});
     AddRevision2Drawings(store, keys);
     // Without Last-1 the newest two go before Last-2; the first revision is what is left.
-    EXPECT_EQ(Render(store, "SELECT Drawing_SP_ID, [Last-2Revision], FirstRevision FROM Drawings ORDER BY _rowid_"),
-              "D1|A0|A0;D2|<null>|<null>;D3|<null>|<null>;D4|<null>|<null>");
+    EXPECT_EQ(
+        Render(
+            store,
+            "SELECT Drawing_SP_ID, [Last-2Revision], FirstRevision FROM Drawings ORDER BY _rowid_"),
+        "D1|A0|A0;D2|<null>|<null>;D3|<null>|<null>;D4|<null>|<null>");
 }
 
 TEST(Revisions, ColumnsAndVersionAssociated) {
     AttributeKeys keys;
-    keys.Set("Drawings", {"T_Revision.RevisionBy", "T_Revision.VersionAssociated", "T_Revision.Gone", "T_Drawing.Name"});
+    keys.Set("Drawings", {"T_Revision.RevisionBy", "T_Revision.VersionAssociated",
+                          "T_Revision.Gone", "T_Drawing.Name"});
     EXPECT_EQ(GetCols4Revision(keys, {"SP_ID", "SP_DRAWINGID", "REVISIONBY"}),
               (std::vector<std::string>{"RevisionBy", "SP_ID", "SP_DRAWINGID"}));
     keys.Set("Drawings", {"T_Revision.VersionAssociated"});
-    EXPECT_EQ(GetCols4Revision(keys, {"SP_ID"}), (std::vector<std::string>{"SP_ID", "SP_DRAWINGID"}));
+    EXPECT_EQ(GetCols4Revision(keys, {"SP_ID"}),
+              (std::vector<std::string>{"SP_ID", "SP_DRAWINGID"}));
     keys.Set("Drawings", {"T_Drawing.Name"});
     EXPECT_TRUE(GetCols4Revision(keys, {"SP_ID"}).empty());
     EXPECT_FALSE(GetRevisionColumnFlags(keys).any());
 
     auto store = store::Store::InMemory();
-    MakeTable(store, "T_Revision", {"Revision_SP_ID", "Revision_SP_DRAWINGID"}, "('R1', 'D1'), ('R2', 'D1')");
+    MakeTable(store, "T_Revision", {"Revision_SP_ID", "Revision_SP_DRAWINGID"},
+              "('R1', 'D1'), ('R2', 'D1')");
     MakeTable(store, "t_drawingversion", {"sp_revisionid"}, "('r2'), ('R2')");
     AddVersionAssociated(store);
-    EXPECT_EQ(Render(store, "SELECT Revision_SP_ID, VersionAssociated FROM T_Revision"), "R1|False;R2|True");
-    EXPECT_EQ(Shape(store, "T_Revision"), "Revision_SP_ID:Text(255),Revision_SP_DRAWINGID:Text(255),VersionAssociated:Text(10)");
+    EXPECT_EQ(Render(store, "SELECT Revision_SP_ID, VersionAssociated FROM T_Revision"),
+              "R1|False;R2|True");
+    EXPECT_EQ(
+        Shape(store, "T_Revision"),
+        "Revision_SP_ID:Text(255),Revision_SP_DRAWINGID:Text(255),VersionAssociated:Text(10)");
     EXPECT_FALSE(store.TableExists("t_drawingversion"));
 }
 
 TEST(Revisions, DrawingLastModified) {
     auto store = store::Store::InMemory();
-    MakeTable(store, "PID", {"SP_ID", "Drawing_SP_ID"}, "('A', 'D1'), ('B', 'D1'), ('C', 'D2'), ('E', NULL)");
+    MakeTable(store, "PID", {"SP_ID", "Drawing_SP_ID"},
+              "('A', 'D1'), ('B', 'D1'), ('C', 'D2'), ('E', NULL)");
     MakeTable(store, "Drawings", {"Drawing_SP_ID"}, "('D1'), ('D2'), ('D3')");
     // several rows for D1: the last one in stored order wins
     MakeTable(store, "t_history", {"sp_drawingid", "timestamp:DateTime", "actor"},
@@ -163,10 +193,13 @@ TEST(Revisions, DrawingLastModified) {
     keys.Set("Drawings", {"T_Drawing.LastModifiedDate"});
     AddDrawingLastModified(store, keys, true, true);
     EXPECT_EQ(Render(store, "SELECT * FROM PID ORDER BY _rowid_"),
-              "A|D1|2024-03-01 10:00:00|cy;B|D1|2024-03-01 10:00:00|cy;C|D2|2024-01-02 09:00:00|bob;E|<null>|<null>|<null>");
+              "A|D1|2024-03-01 10:00:00|cy;B|D1|2024-03-01 10:00:00|cy;C|D2|2024-01-02 "
+              "09:00:00|bob;E|<null>|<null>|<null>");
     EXPECT_EQ(Shape(store, "PID"),
-              "SP_ID:Text(255),Drawing_SP_ID:Text(255),Drawing_LastModifiedDate:DateTime,Drawing_LastModifiedUser:Text(40)");
-    EXPECT_EQ(Shape(store, "Drawings"), "Drawing_SP_ID:Text(255),Drawing_LastModifiedDate:Text(50)");
+              "SP_ID:Text(255),Drawing_SP_ID:Text(255),Drawing_LastModifiedDate:DateTime,Drawing_"
+              "LastModifiedUser:Text(40)");
+    EXPECT_EQ(Shape(store, "Drawings"),
+              "Drawing_SP_ID:Text(255),Drawing_LastModifiedDate:Text(50)");
     EXPECT_EQ(Render(store, "SELECT * FROM Drawings ORDER BY _rowid_"),
               "D1|2024-03-01 10:00:00;D2|2024-01-02 09:00:00;D3|<null>");
     EXPECT_FALSE(store.TableExists("t_history"));

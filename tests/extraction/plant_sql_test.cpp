@@ -1,7 +1,8 @@
+#include "extraction/plant_sql.h"
+
 #include <gtest/gtest.h>
 
 #include "extraction/category_sql.h"
-#include "extraction/plant_sql.h"
 
 namespace tb::extraction {
 namespace {
@@ -16,19 +17,24 @@ TEST(PlantSql, DialectTexts) {
         const char* number;
         const char* instockpile;
     } cases[] = {
-        {Dialect::Oracle, " ", "substr(t_representation.FILENAME,instr(t_representation.FILENAME,'\\',-1)+1)",
+        {Dialect::Oracle, " ",
+         "substr(t_representation.FILENAME,instr(t_representation.FILENAME,'\\',-1)+1)",
          "CONCAT(CONCAT(t_drawing.name,  '_'), GraphicOID)", "CONCAT('', GraphicOID)",
          "CONCAT(t_plantitem.PlantItemType,'')", "CONCAT(t_representation.instockpile,'')"},
-        {Dialect::SqlServer, " AS ", "right(t_representation.FILENAME,charindex('\\',REVERSE(t_representation.FILENAME))-1)",
-         "t_drawing.name + '_' + CAST(GraphicOID AS varchar(10))", "CAST(GraphicOID AS varchar(10))",
-         "'' + CAST(t_plantitem.PlantItemType AS varchar(50))", "str(t_representation.instockpile) + ''"},
+        {Dialect::SqlServer, " AS ",
+         "right(t_representation.FILENAME,charindex('\\',REVERSE(t_representation.FILENAME))-1)",
+         "t_drawing.name + '_' + CAST(GraphicOID AS varchar(10))",
+         "CAST(GraphicOID AS varchar(10))", "'' + CAST(t_plantitem.PlantItemType AS varchar(50))",
+         "str(t_representation.instockpile) + ''"},
         // the SQLite plant speaks Oracle
-        {Dialect::Sqlite, " ", "substr(t_representation.FILENAME,instr(t_representation.FILENAME,'\\',-1)+1)",
+        {Dialect::Sqlite, " ",
+         "substr(t_representation.FILENAME,instr(t_representation.FILENAME,'\\',-1)+1)",
          "CONCAT(CONCAT(t_drawing.name,  '_'), GraphicOID)", "CONCAT('', GraphicOID)",
          "CONCAT(t_plantitem.PlantItemType,'')", "CONCAT(t_representation.instockpile,'')"},
         // a plant copy is a store
-        {Dialect::AccessCopy, " AS ", "t_representation.FILENAME", "jcat(t_drawing.name, '_', GraphicOID)",
-         "jcat('', GraphicOID)", "jcat('', t_plantitem.PlantItemType)", "jcat(t_representation.instockpile, '')"},
+        {Dialect::AccessCopy, " AS ", "t_representation.FILENAME",
+         "jcat(t_drawing.name, '_', GraphicOID)", "jcat('', GraphicOID)",
+         "jcat('', t_plantitem.PlantItemType)", "jcat(t_representation.instockpile, '')"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(plantaccess::DialectName(c.dialect)));
@@ -43,23 +49,32 @@ TEST(PlantSql, DialectTexts) {
 
 TEST(PlantSql, DictionaryStatements) {
     EXPECT_EQ(CodelistSql(Dialect::Oracle, ""),
-              "SELECT DISTINCT ATTRIBUTE_NAME, CODELIST_NUMBER, CODELIST_INDEX, CODELIST_TEXT,CODELIST_SHORT_TEXT, "
-              "CODELIST_CONSTRAINT, CODELIST_SORT_VALUE FROM ATTRIBUTES,CODELISTS WHERE ATTRIBUTES.ATTRIBUTE_DATATYPE = "
-              "CONCAT('C',CODELISTS.CODELIST_NUMBER) AND ATTRIBUTE_CODELISTED='T' AND CODELIST_ENTRY_DISABLED=0");
-    EXPECT_EQ(CodelistSql(Dialect::SqlServer, "PLANTAPIDD."),
-              "SELECT DISTINCT ATTRIBUTE_NAME, CODELIST_NUMBER, CODELIST_INDEX, CODELIST_TEXT,CODELIST_SHORT_TEXT, "
-              "CODELIST_CONSTRAINT, CODELIST_SORT_VALUE FROM PLANTAPIDD.ATTRIBUTES,PLANTAPIDD.CODELISTS WHERE "
-              "ATTRIBUTES.ATTRIBUTE_DATATYPE = 'C' + rtrim(ltrim(str(CODELISTS.CODELIST_NUMBER))) AND "
-              "ATTRIBUTE_CODELISTED='T' AND CODELIST_ENTRY_DISABLED=0");
-    EXPECT_EQ(EntityUniqueNameSql(Dialect::SqlServer, "D."),
-              "SELECT entities.entity_name,uniqueatts.unique_name FROM D.entities,D.uniqueatts WHERE "
-              "entities.entity_number=uniqueatts.entity_number AND uniqueatts.calculationprogid "
-              "='SmartPlantHyperDesc.SPForeignCalc'");
-    EXPECT_EQ(AttributesSql(Dialect::Oracle, "D."), "SELECT distinct ATTRIBUTE_NUMBER, ATTRIBUTE_NAME, DEPENDSONID FROM ATTRIBUTES");
+              "SELECT DISTINCT ATTRIBUTE_NAME, CODELIST_NUMBER, CODELIST_INDEX, "
+              "CODELIST_TEXT,CODELIST_SHORT_TEXT, "
+              "CODELIST_CONSTRAINT, CODELIST_SORT_VALUE FROM ATTRIBUTES,CODELISTS WHERE "
+              "ATTRIBUTES.ATTRIBUTE_DATATYPE = "
+              "CONCAT('C',CODELISTS.CODELIST_NUMBER) AND ATTRIBUTE_CODELISTED='T' AND "
+              "CODELIST_ENTRY_DISABLED=0");
+    EXPECT_EQ(
+        CodelistSql(Dialect::SqlServer, "PLANTAPIDD."),
+        "SELECT DISTINCT ATTRIBUTE_NAME, CODELIST_NUMBER, CODELIST_INDEX, "
+        "CODELIST_TEXT,CODELIST_SHORT_TEXT, "
+        "CODELIST_CONSTRAINT, CODELIST_SORT_VALUE FROM PLANTAPIDD.ATTRIBUTES,PLANTAPIDD.CODELISTS "
+        "WHERE "
+        "ATTRIBUTES.ATTRIBUTE_DATATYPE = 'C' + rtrim(ltrim(str(CODELISTS.CODELIST_NUMBER))) AND "
+        "ATTRIBUTE_CODELISTED='T' AND CODELIST_ENTRY_DISABLED=0");
+    EXPECT_EQ(
+        EntityUniqueNameSql(Dialect::SqlServer, "D."),
+        "SELECT entities.entity_name,uniqueatts.unique_name FROM D.entities,D.uniqueatts WHERE "
+        "entities.entity_number=uniqueatts.entity_number AND uniqueatts.calculationprogid "
+        "='SmartPlantHyperDesc.SPForeignCalc'");
+    EXPECT_EQ(AttributesSql(Dialect::Oracle, "D."),
+              "SELECT distinct ATTRIBUTE_NUMBER, ATTRIBUTE_NAME, DEPENDSONID FROM ATTRIBUTES");
     EXPECT_EQ(ItemAttributionsSql(Dialect::SqlServer, "D."),
               "SELECT NAME,DISPLAYNAME FROM D.itemattributions group by NAME,DISPLAYNAME");
     EXPECT_EQ(AsBuiltNameSql(Dialect::SqlServer, "SITE.", "Anlage Süd's"),
-              "select name from SITE.T_ROOTITEM where SP_ID in (select SP_PARENTROOTITEMID from SITE.T_ROOTITEM "
+              "select name from SITE.T_ROOTITEM where SP_ID in (select SP_PARENTROOTITEMID from "
+              "SITE.T_ROOTITEM "
               "where Lower(name) ='anlage süd''s')");
 }
 
@@ -81,9 +96,11 @@ TEST(PlantSql, GetPartialWhereSql) {
         {"t_note", &associated, "sp_id in (select sp_modelitemid from " + r2 + ")"},
         {"t_heatexchanger", &items, "sp_id in (select sp_id from x)"},
         {"t_exchanger", &both, ""},  // not in the list: not restricted
-        {"t_caseprocess", &both, "t_case.sp_modelitemid in (select sp_modelitemid from " + r1 + ")"},
+        {"t_caseprocess", &both,
+         "t_case.sp_modelitemid in (select sp_modelitemid from " + r1 + ")"},
         {"t_casecontrol", &items, "t_case.sp_modelitemid in (select sp_id from x)"},
-        {"t_drawing", &both, "(t_drawing.SP_PLANTGROUPID IN ('PG1') OR t_drawing.SP_ID IN ('D1','D2'))"},
+        {"t_drawing", &both,
+         "(t_drawing.SP_PLANTGROUPID IN ('PG1') OR t_drawing.SP_ID IN ('D1','D2'))"},
         {"t_drawing", &groups, "t_drawing.SP_PLANTGROUPID IN ('PG1')"},
         {"t_drawing", &drawings, "t_drawing.SP_ID IN ('D1','D2')"},
         {"t_drawing", &associated, "t_drawing.sp_id in (select sp_id from x)"},
@@ -92,7 +109,8 @@ TEST(PlantSql, GetPartialWhereSql) {
         {"t_relationship", &items, ""},
         {"t_representation", &groups, ""},
         {"T_History", &groups,
-         "sp_modelitemid in (select sp_modelitemid from t_representation where sp_drawingid in (select sp_id from "
+         "sp_modelitemid in (select sp_modelitemid from t_representation where sp_drawingid in "
+         "(select sp_id from "
          "t_drawing WHERE SP_PLANTGROUPID IN ('PG1')))"},
         {"t_status", &items, "sp_modelitemid in (select sp_id from x)"},
         {"t_pipingpoint", &associated, "SP_PLANTITEMID in (select sp_modelitemid from " + r2 + ")"},
@@ -103,37 +121,46 @@ TEST(PlantSql, GetPartialWhereSql) {
         {"t_revision", &both, ""},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(GetPartialWhereSql(c.table, *c.selection, Dialect::Oracle, "PID."), c.want) << c.table;
-    EXPECT_EQ(GetPartialWhereSql("t_symbol", drawings, Dialect::SqlServer, "PID."),
-              "sp_id in (select sp_id from PID.t_representation where sp_drawingid in (select sp_id from "
-              "PID.t_drawing WHERE SP_ID IN ('D1','D2')))");
+        EXPECT_EQ(GetPartialWhereSql(c.table, *c.selection, Dialect::Oracle, "PID."), c.want)
+            << c.table;
+    EXPECT_EQ(
+        GetPartialWhereSql("t_symbol", drawings, Dialect::SqlServer, "PID."),
+        "sp_id in (select sp_id from PID.t_representation where sp_drawingid in (select sp_id from "
+        "PID.t_drawing WHERE SP_ID IN ('D1','D2')))");
     EXPECT_EQ(GetPartialWhereSql("t_inlinecomp", Selection{}, Dialect::Oracle, ""), "");
 
-    EXPECT_EQ(AppendSelectionClause("SELECT a FROM t_piperun WHERE PIPERUNCLASS<>2", "sp_id in (x)"),
-              "SELECT a FROM t_piperun WHERE PIPERUNCLASS<>2 AND sp_id in (x)");
-    EXPECT_EQ(AppendSelectionClause("SELECT a FROM t", "sp_id in (x)"), "SELECT a FROM t WHERE sp_id in (x)");
+    EXPECT_EQ(
+        AppendSelectionClause("SELECT a FROM t_piperun WHERE PIPERUNCLASS<>2", "sp_id in (x)"),
+        "SELECT a FROM t_piperun WHERE PIPERUNCLASS<>2 AND sp_id in (x)");
+    EXPECT_EQ(AppendSelectionClause("SELECT a FROM t", "sp_id in (x)"),
+              "SELECT a FROM t WHERE sp_id in (x)");
     EXPECT_EQ(AppendSelectionClause("SELECT a FROM t", ""), "SELECT a FROM t");
 }
 
 TEST(PlantSql, GetSQL4TDrawing) {
     AttributeKeys keys;
-    keys.Set("Plantitems", {"Others.Drawing_Title", "Others.Quantity", "T_Symbol.Name", "Others.DrawingName",
-                            "Others.Drawing_LastModifiedDate"});
+    keys.Set("Plantitems", {"Others.Drawing_Title", "Others.Quantity", "T_Symbol.Name",
+                            "Others.DrawingName", "Others.Drawing_LastModifiedDate"});
     keys.Set("ItemNotes", {"Others.Drawing_AVeryLongDrawingAttributeName", "Others.FileName"});
     const std::vector<std::string> categories = {"Plantitems", "ItemNotes"};
-    const std::vector<std::string> drawing = {"SP_ID", "NAME", "PATH", "TITLE", "AVERYLONGDRAWINGATTRIBUTENAME"};
+    const std::vector<std::string> drawing = {"SP_ID", "NAME", "PATH", "TITLE",
+                                              "AVERYLONGDRAWINGATTRIBUTENAME"};
     const DrawingSql oracle = GetSQL4TDrawing(keys, categories, drawing, Dialect::Oracle);
-    EXPECT_EQ(oracle.columns,
-              "T_Drawing.Title Drawing_Title,T_Drawing.Name Drawing_Name,"
-              "T_Drawing.AVeryLongDrawingAttributeName AVeryLongDrawingAttributeName,"
-              "substr(t_representation.FILENAME,instr(t_representation.FILENAME,'\\',-1)+1) FileName,"
-              "T_Drawing.Path Drawing_Path,T_Drawing.SP_ID Drawing_SP_ID,CONCAT(t_representation.instockpile,'') Instockpile");
+    EXPECT_EQ(
+        oracle.columns,
+        "T_Drawing.Title Drawing_Title,T_Drawing.Name Drawing_Name,"
+        "T_Drawing.AVeryLongDrawingAttributeName AVeryLongDrawingAttributeName,"
+        "substr(t_representation.FILENAME,instr(t_representation.FILENAME,'\\',-1)+1) FileName,"
+        "T_Drawing.Path Drawing_Path,T_Drawing.SP_ID "
+        "Drawing_SP_ID,CONCAT(t_representation.instockpile,'') Instockpile");
     EXPECT_TRUE(oracle.symbolNames);
     const DrawingSql server = GetSQL4TDrawing(keys, {"ItemNotes"}, drawing, Dialect::SqlServer);
     EXPECT_EQ(server.columns,
               "T_Drawing.AVeryLongDrawingAttributeName AS AVeryLongDrawingAttributeName,"
-              "right(t_representation.FILENAME,charindex('\\',REVERSE(t_representation.FILENAME))-1) AS FileName,"
-              "T_Drawing.Name AS Drawing_Name,T_Drawing.Path AS Drawing_Path,T_Drawing.SP_ID AS Drawing_SP_ID,"
+              "right(t_representation.FILENAME,charindex('\\',REVERSE(t_representation.FILENAME))-"
+              "1) AS FileName,"
+              "T_Drawing.Name AS Drawing_Name,T_Drawing.Path AS Drawing_Path,T_Drawing.SP_ID AS "
+              "Drawing_SP_ID,"
               "str(t_representation.instockpile) + '' AS Instockpile");
     EXPECT_FALSE(server.symbolNames);
 }

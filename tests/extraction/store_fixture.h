@@ -34,8 +34,8 @@ inline std::string Shape(const store::Store& store, const std::string& table) {
 
 // A table of text columns (a column "name:Long" or "name:Double" takes that type) with rows given
 // as SQL value lists: "('a', 1), ('b', NULL)".
-inline void MakeTable(store::Store& store, const std::string& name, const std::vector<std::string>& columns,
-                      const std::string& rows = {}) {
+inline void MakeTable(store::Store& store, const std::string& name,
+                      const std::vector<std::string>& columns, const std::string& rows = {}) {
     std::vector<store::ColumnDef> defs;
     for (const std::string& c : columns) {
         const auto colon = c.find(':');
