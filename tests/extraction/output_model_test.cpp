@@ -51,9 +51,10 @@ TEST(OutputModel, IdQuantityIndexesAndRenames) {
     MakeTable(store, "Plantitems", {"SP_ID", "ItemTag"}, "('B', 'P-2'), ('A', 'P-1')");
     AttributeKeys keys;
     keys.Set("Plantitems", {"T_PlantItem.ItemTag", "others.quantity"});
+    AddQuantityColumn(store, "ItemNotes", keys);  // not configured there: nothing happens
     AddQuantityColumn(store, "Plantitems", keys);
-    AddQuantityColumn(store, "Plantitems",
-                      keys);  // the second addition fails, is logged, and the update runs
+    // the second addition fails, is logged, and the update runs
+    AddQuantityColumn(store, "Plantitems", keys);
     AddID2Table(store, "plantitems");
     EXPECT_EQ(Shape(store, "Plantitems"),
               "SP_ID:Text(255),ItemTag:Text(255),Quantity:Long,ID:Counter");
@@ -69,15 +70,6 @@ TEST(OutputModel, IdQuantityIndexesAndRenames) {
     DropColumn(store, "Plantitems", "x_itemtag_1");
     RenameColumn(store, "Plantitems", "X_SP_ID_1", "SP_ID");
     EXPECT_EQ(Shape(store, "Plantitems"), "SP_ID:Text(255),X_Quantity_1:Long,X_ID_1:Counter");
-}
-
-TEST(OutputModel, QuantityOnlyWhenConfigured) {
-    auto store = store::Store::InMemory();
-    MakeTable(store, "ItemNotes", {"Note_SP_ID"}, "('N')");
-    AttributeKeys keys;
-    keys.Set("Plantitems", {"Others.Quantity"});
-    AddQuantityColumn(store, "ItemNotes", keys);
-    EXPECT_EQ(Shape(store, "ItemNotes"), "Note_SP_ID:Text(255)");
 }
 
 TEST(OutputModel, InfoTable) {
@@ -123,19 +115,6 @@ TEST(OutputModel, InfoTable) {
     info.manual.expiringDate = "soon";
     CreateInfoTable(store, info);
     EXPECT_EQ(Render(store, "SELECT Expiration_date FROM _Info"), "<null>");
-}
-
-TEST(OutputModel, ManualInfoSettings) {
-    tb::test::TempDir dir;
-    tb::test::WriteFile(dir / "config.ini", "[ProjectSettings]\r\nmanualInfo=1\r\nkeepInfo=0\r\n");
-    EXPECT_FALSE(ManualInfoWanted(dir / "config.ini"));
-    tb::test::WriteFile(dir / "config.ini", "[ProjectSettings]\r\nmanualInfo=1\r\nkeepInfo=1\r\n");
-    EXPECT_TRUE(ManualInfoWanted(dir / "config.ini"));
-    tb::test::WriteFile(dir / "PlantA.ini", "[Info]\r\nExpiringDate=30\r\nDescription=New\r\n");
-    const ManualInfo m = ReadManualInfo(dir / "PlantA.ini");
-    EXPECT_EQ(m.expiringDate, "30");
-    EXPECT_EQ(m.description, "New");
-    EXPECT_EQ(m.revision, "");
 }
 
 TEST(OutputModel, ConvertDate2Text) {

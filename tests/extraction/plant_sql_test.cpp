@@ -63,15 +63,8 @@ TEST(PlantSql, DictionaryStatements) {
         "WHERE "
         "ATTRIBUTES.ATTRIBUTE_DATATYPE = 'C' + rtrim(ltrim(str(CODELISTS.CODELIST_NUMBER))) AND "
         "ATTRIBUTE_CODELISTED='T' AND CODELIST_ENTRY_DISABLED=0");
-    EXPECT_EQ(
-        EntityUniqueNameSql(Dialect::SqlServer, "D."),
-        "SELECT entities.entity_name,uniqueatts.unique_name FROM D.entities,D.uniqueatts WHERE "
-        "entities.entity_number=uniqueatts.entity_number AND uniqueatts.calculationprogid "
-        "='SmartPlantHyperDesc.SPForeignCalc'");
     EXPECT_EQ(AttributesSql(Dialect::Oracle, "D."),
               "SELECT distinct ATTRIBUTE_NUMBER, ATTRIBUTE_NAME, DEPENDSONID FROM ATTRIBUTES");
-    EXPECT_EQ(ItemAttributionsSql(Dialect::SqlServer, "D."),
-              "SELECT NAME,DISPLAYNAME FROM D.itemattributions group by NAME,DISPLAYNAME");
     EXPECT_EQ(AsBuiltNameSql(Dialect::SqlServer, "SITE.", "Anlage Süd's"),
               "select name from SITE.T_ROOTITEM where SP_ID in (select SP_PARENTROOTITEMID from "
               "SITE.T_ROOTITEM "
