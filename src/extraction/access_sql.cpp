@@ -100,6 +100,17 @@ bool IsBoundary(const Token& t) {
 
 std::string Render(const std::vector<Token>& tokens, std::size_t from, std::size_t to);
 
+// left(...) and right(...) are Access functions, but LEFT and RIGHT are join keywords in SQLite:
+// as calls they must be quoted there.
+bool IsLeftRightCall(const std::vector<Token>& tokens, std::size_t k, std::size_t to) {
+    if (tokens[k].kind != Kind::Word ||
+        !(IEquals(tokens[k].text, "left") || IEquals(tokens[k].text, "right")))
+        return false;
+    std::size_t next = k + 1;
+    while (next < to && tokens[next].kind == Kind::Space) ++next;
+    return next < to && tokens[next].kind == Kind::Open;
+}
+
 // Renders tokens [from, to) of one parenthesis level, turning "a & b & c" into jcat(a, b, c).
 std::string RenderLevel(const std::vector<Token>& tokens, std::size_t from, std::size_t to) {
     std::string out;
@@ -138,7 +149,7 @@ std::string RenderLevel(const std::vector<Token>& tokens, std::size_t from, std:
     for (std::size_t k = from; k < to; ++k) {
         if (tokens[k].kind == Kind::Open) ++depth;
         if (tokens[k].kind == Kind::Close) --depth;
-        if (depth == 0 && IsBoundary(tokens[k])) {
+        if (depth == 0 && IsBoundary(tokens[k]) && !IsLeftRightCall(tokens, k, to)) {
             flushSegment(k);
             out += IEquals(tokens[k].text, "distinctrow") ? "DISTINCT" : tokens[k].text;
             segStart = k + 1;
@@ -161,6 +172,8 @@ std::string Render(const std::vector<Token>& tokens, std::size_t from, std::size
             }
             out += "(" + RenderLevel(tokens, k + 1, close) + (close < to ? ")" : "");
             k = close;
+        } else if (IsLeftRightCall(tokens, k, to)) {
+            out += "\"" + tokens[k].text + "\"";
         } else if (tokens[k].kind == Kind::Word && IEquals(tokens[k].text, "distinctrow")) {
             out += "DISTINCT";
         } else {

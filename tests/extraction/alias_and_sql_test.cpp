@@ -75,6 +75,8 @@ TEST(AccessSql, Translation) {
          "UPDATE a SET x=b.y FROM b WHERE (a.k=b.k) AND (b.z>1)"},
         {"update t set x = 1 where y = 2", "update t set x = 1 where y = 2"},
         {"select (a & b) & c from t", "select jcat((jcat(a, b)), c) from t"},
+        {"select left(a & b, 3), Right (c, 1) from t left join u on t.k = u.k",
+         "select \"left\"(jcat(a, b), 3), \"Right\" (c, 1) from t left join u on t.k = u.k"},
     };
     for (const auto& c : cases) EXPECT_EQ(TranslateAccessSql(c.access), c.sqlite) << c.access;
 }
