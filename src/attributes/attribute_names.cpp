@@ -37,11 +37,14 @@ void InitAttributeNames() {
 void InitAttributeNamesFromDictionary() {
     LoggedTrap("InitAttributeNames", [] {
         const auto dict = plantaccess::Connect2PIDDB(plantaccess::kDictionarySchema);
-        ReadNames("SELECT distinct ATTRIBUTE_NAME FROM " + dict.prefix + "ATTRIBUTES", dict.connection);
+        ReadNames("SELECT distinct ATTRIBUTE_NAME FROM " + dict.prefix + "ATTRIBUTES",
+                  dict.connection);
     });
 }
 
-void ClearAttributeNames() { Names().clear(); }
+void ClearAttributeNames() {
+    Names().clear();
+}
 
 std::string GetAttNameFromDB(std::string_view name, bool& found) {
     const auto it = Names().find(ToLowerAscii(name));

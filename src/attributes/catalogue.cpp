@@ -14,7 +14,8 @@ namespace tb::attributes {
 namespace {
 
 bool Contains(const std::vector<std::string>& list, std::string_view name) {
-    return std::any_of(list.begin(), list.end(), [&](const std::string& s) { return IEquals(s, name); });
+    return std::any_of(list.begin(), list.end(),
+                       [&](const std::string& s) { return IEquals(s, name); });
 }
 
 // Columns of the case tables that carry values: no ids, and no Quality, which the key names.
@@ -26,14 +27,14 @@ std::vector<std::string> CaseValueColumns(const std::vector<std::string>& column
 }
 
 bool IsEquipmentTable(std::string_view table) {
-    for (const char* t : {"T_Equipment", "T_Vessel", "T_Mechanical", "T_Exchanger", "T_EquipmentOther",
-                          "T_EquipComponent"})
+    for (const char* t : {"T_Equipment", "T_Vessel", "T_Mechanical", "T_Exchanger",
+                          "T_EquipmentOther", "T_EquipComponent"})
         if (IEquals(table, t)) return true;
     return false;
 }
 
 class Builder {
-public:
+  public:
     Builder(std::string_view category, PlantDictionary& dictionary, const CatalogueOptions& options)
         : category_(category), dict_(dictionary), options_(options) {}
 
@@ -47,7 +48,7 @@ public:
         return Sorted();
     }
 
-private:
+  private:
     void Add(std::string key, std::string name, std::string displayName, std::string_view group) {
         if (!keys_.insert(ToLowerAscii(key)).second) return;
         CatalogueEntry e;
@@ -66,8 +67,10 @@ private:
 
     std::string Display(std::string_view table, std::string_view column, bool equipmentSide) const {
         std::string out;
-        if (const auto item = dict_.ItemId(ItemNameOfTable(table))) out = dict_.DisplayName(column, *item);
-        if (out.empty() && IEquals(category_, "Eqp_Nozzle") && (equipmentSide || IsEquipmentTable(table)))
+        if (const auto item = dict_.ItemId(ItemNameOfTable(table)))
+            out = dict_.DisplayName(column, *item);
+        if (out.empty() && IEquals(category_, "Eqp_Nozzle") &&
+            (equipmentSide || IsEquipmentTable(table)))
             out = dict_.EquipmentDisplayName(column);
         return out;
     }
@@ -91,7 +94,8 @@ private:
         return columns;
     }
 
-    std::vector<std::string> Offered(const std::string& table, std::vector<std::string> columns) const {
+    std::vector<std::string> Offered(const std::string& table,
+                                     std::vector<std::string> columns) const {
         std::vector<std::string> out;
         for (auto& c : columns)
             if (IsOfferedColumn(c, SideTables(category_), table, category_) && !Contains(out, c))
@@ -116,30 +120,32 @@ private:
                     continue;
                 }
                 for (int n = 1; n <= kPipingPoints; ++n)
-                    Add(PipingPointKey(n, c), PipingPointText(n, c), Display(table, c, false), table);
+                    Add(PipingPointKey(n, c), PipingPointText(n, c), Display(table, c, false),
+                        table);
             }
             return;
         }
         // Instrument functions hang on the instrument in both categories that have them.
         if (lower == "t_instrfunction") {
             for (const auto& c : columns)
-                Add(lower + "." + c + "_Instrument", "Instrument_" + c, Display(table, c, false), table);
+                Add(lower + "." + c + "_Instrument", "Instrument_" + c, Display(table, c, false),
+                    table);
             return;
         }
         if (IsSideTable(category_, table)) {
             for (const Side& side : CategorySides(category_)) {
                 const bool equipment = side.keySuffix == "_Equipment";
                 for (const auto& c : columns)
-                    Add(lower + "." + c + std::string(side.keySuffix), std::string(side.textPrefix) + c,
-                        Display(table, c, equipment), table);
+                    Add(lower + "." + c + std::string(side.keySuffix),
+                        std::string(side.textPrefix) + c, Display(table, c, equipment), table);
                 if (lower != "t_plantitem") continue;
                 // The item's package, test system (and safety class) are plant items too; the run
                 // reads their own columns, so the computed ones have no group form.
                 for (const auto form : PlantItemGroupForms(category_))
                     for (const auto& c : own)
                         Add(lower + "." + std::string(form) + c + std::string(side.keySuffix),
-                            std::string(side.textPrefix) + std::string(form) + c, Display(table, c, equipment),
-                            table);
+                            std::string(side.textPrefix) + std::string(form) + c,
+                            Display(table, c, equipment), table);
             }
             return;
         }
@@ -151,13 +157,16 @@ private:
         std::vector<std::string> columns;
         if (drawing)
             for (const auto& c : *drawing)
-                if (!IEquals(c, "SP_ID") && !IEquals(c, "LastModifiedDate") && !IEquals(c, "LastModifiedUser"))
+                if (!IEquals(c, "SP_ID") && !IEquals(c, "LastModifiedDate") &&
+                    !IEquals(c, "LastModifiedUser"))
                     columns.push_back(c);
-        if (drawing && options_.emptyCheck) columns = options_.emptyCheck->IgnoreEmptyColumns("T_Drawing", columns);
+        if (drawing && options_.emptyCheck)
+            columns = options_.emptyCheck->IgnoreEmptyColumns("T_Drawing", columns);
         columns = Offered("T_Drawing", columns);
         columns.emplace_back("LastModifiedDate");
         columns.emplace_back("LastModifiedUser");
-        for (const auto& c : columns) Add("Others.Drawing_" + c, "Drawing_" + c, Display("T_Drawing", c, false), "Others");
+        for (const auto& c : columns)
+            Add("Others.Drawing_" + c, "Drawing_" + c, Display("T_Drawing", c, false), "Others");
     }
 
     void AddCases() {
@@ -176,9 +185,11 @@ private:
             names.push_back(name);
         }
         const std::string suffix(owner.keySuffix);
-        auto add = [&](const std::string& table, const std::string& keyPart, const std::string& dotted) {
+        auto add = [&](const std::string& table, const std::string& keyPart,
+                       const std::string& dotted) {
             const std::string key = table + "." + keyPart + suffix;
-            if (options_.emptyCheck && options_.emptyCheck->IsCaseProcessAttributeEmpty(key)) return;
+            if (options_.emptyCheck && options_.emptyCheck->IsCaseProcessAttributeEmpty(key))
+                return;
             std::string display = item ? dict_.DisplayName(dotted, *item) : std::string();
             Add(key, std::string(owner.textPrefix) + dotted, std::move(display), table);
         };
@@ -192,28 +203,33 @@ private:
         if (Contains(names, "ControlCase")) {
             for (const auto& q : qualities)
                 for (const auto& c : GetCaseControlAtt(dict_))
-                    add("T_CaseControl", "ControlCase_" + q + "_" + c, "ControlCase." + q + "." + c);
+                    add("T_CaseControl", "ControlCase_" + q + "_" + c,
+                        "ControlCase." + q + "." + c);
         }
         for (const auto& name : names)
             for (const auto& c : GetT_CaseAtt(dict_)) {
                 const std::string key = "T_Case." + name + "_" + c + suffix;
-                std::string display = item ? dict_.DisplayName(name + "." + c, *item) : std::string();
-                Add(key, std::string(owner.textPrefix) + name + "." + c, std::move(display), "T_Case");
+                std::string display =
+                    item ? dict_.DisplayName(name + "." + c, *item) : std::string();
+                Add(key, std::string(owner.textPrefix) + name + "." + c, std::move(display),
+                    "T_Case");
             }
     }
 
     std::vector<CatalogueEntry> Sorted() {
         std::vector<std::string> groups;
         for (const auto& e : entries_)
-            if (std::find(groups.begin(), groups.end(), e.group) == groups.end()) groups.push_back(e.group);
+            if (std::find(groups.begin(), groups.end(), e.group) == groups.end())
+                groups.push_back(e.group);
         auto rank = [&](const CatalogueEntry& e) {
             return std::find(groups.begin(), groups.end(), e.group) - groups.begin();
         };
-        std::stable_sort(entries_.begin(), entries_.end(), [&](const CatalogueEntry& a, const CatalogueEntry& b) {
-            const auto ra = rank(a), rb = rank(b);
-            if (ra != rb) return ra < rb;
-            return ToLowerAscii(a.name) < ToLowerAscii(b.name);
-        });
+        std::stable_sort(entries_.begin(), entries_.end(),
+                         [&](const CatalogueEntry& a, const CatalogueEntry& b) {
+                             const auto ra = rank(a), rb = rank(b);
+                             if (ra != rb) return ra < rb;
+                             return ToLowerAscii(a.name) < ToLowerAscii(b.name);
+                         });
         return std::move(entries_);
     }
 
@@ -226,12 +242,14 @@ private:
 
 }  // namespace
 
-std::vector<CatalogueEntry> GetAttributeCatalogue(std::string_view category, PlantDictionary& dictionary,
+std::vector<CatalogueEntry> GetAttributeCatalogue(std::string_view category,
+                                                  PlantDictionary& dictionary,
                                                   const CatalogueOptions& options) {
     return Builder(category, dictionary, options).Build();
 }
 
-const CatalogueEntry* FindCatalogueEntry(const std::vector<CatalogueEntry>& catalogue, std::string_view key) {
+const CatalogueEntry* FindCatalogueEntry(const std::vector<CatalogueEntry>& catalogue,
+                                         std::string_view key) {
     for (const auto& e : catalogue)
         if (IEquals(e.key, key)) return &e;
     return nullptr;
@@ -267,8 +285,8 @@ std::vector<std::string> GetCaseControlAtt(const PlantDictionary& dictionary) {
 std::vector<std::string> GetT_CaseAtt(const PlantDictionary& dictionary) {
     std::vector<std::string> out;
     for (const auto& c : dictionary.caseColumns)
-        if (std::string(",SP_ID,UPDATECOUNT,CASETYPE,SP_MODELITEMID,CASECLASS,").find("," + ToUpperAscii(c) + ",") ==
-            std::string::npos)
+        if (std::string(",SP_ID,UPDATECOUNT,CASETYPE,SP_MODELITEMID,CASECLASS,")
+                .find("," + ToUpperAscii(c) + ",") == std::string::npos)
             out.push_back(c);
     return out;
 }

@@ -21,7 +21,7 @@ struct CatalogueEntry {
     std::string name;         // what the list shows before any display name: "PipeRun_ItemTag"
     std::string displayName;  // from the data dictionary; empty when it has none
     std::string text;         // name + "    (" + displayName + ")", or the name alone
-    std::string group;        // the root node: the source table ("T_ModelItem"), "Others", a case table
+    std::string group;  // the root node: the source table ("T_ModelItem"), "Others", a case table
 };
 
 struct CatalogueOptions {
@@ -35,11 +35,13 @@ struct CatalogueOptions {
 // The catalogue of one category. Groups come in the order of the category's source tables, then
 // "Others", "T_InstrFailMode" and the case tables; within a group the entries are sorted by name,
 // ignoring case. Every key appears once.
-std::vector<CatalogueEntry> GetAttributeCatalogue(std::string_view category, PlantDictionary& dictionary,
+std::vector<CatalogueEntry> GetAttributeCatalogue(std::string_view category,
+                                                  PlantDictionary& dictionary,
                                                   const CatalogueOptions& options = {});
 
 // The entry of a key, ignoring case; nullptr when the catalogue does not offer it.
-const CatalogueEntry* FindCatalogueEntry(const std::vector<CatalogueEntry>& catalogue, std::string_view key);
+const CatalogueEntry* FindCatalogueEntry(const std::vector<CatalogueEntry>& catalogue,
+                                         std::string_view key);
 
 // The case lists: the case names the plant knows (code list 34; all of them for a plant copy),
 // with "ControlCase" last, which is not checked against the list; the qualities Min and Max as

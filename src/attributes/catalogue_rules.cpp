@@ -19,9 +19,10 @@ bool IsNotExcludedColumn(std::string_view column) {
     if (Like(upper, "*SP_*ID") && !InList(",sp_partofid,sp_drawingid,", column)) return false;
     const std::string lower = ToLowerAscii(column);
     if (Like(lower, "*sp_*designbasisuid*") || Like(lower, "*sp_*sourceapplication*")) return false;
-    return !InList(",id,updatecount,isreducing,expansionqualifier,isowner,updatecount,dir_path,"
-                   "parentid,userdefined,",
-                   column);
+    return !InList(
+        ",id,updatecount,isreducing,expansionqualifier,isowner,updatecount,dir_path,"
+        "parentid,userdefined,",
+        column);
 }
 
 bool IsExcludedIdColumn(std::string_view column, std::string_view tables, std::string_view table,
@@ -62,11 +63,14 @@ bool IsOptionalSourceTable(std::string_view category, std::string_view table) {
 
 const std::vector<Side>& CategorySides(std::string_view category) {
     static const std::vector<Side> none;
-    static const std::vector<Side> piping = {{"PipeRun_", "_PipeRun"}, {"InlineComp_", "_InlineComp"}};
-    static const std::vector<Side> equipment = {{"Equipment_", "_Equipment"}, {"Nozzle_", "_Nozzle"}};
+    static const std::vector<Side> piping = {{"PipeRun_", "_PipeRun"},
+                                             {"InlineComp_", "_InlineComp"}};
+    static const std::vector<Side> equipment = {{"Equipment_", "_Equipment"},
+                                                {"Nozzle_", "_Nozzle"}};
     static const std::vector<Side> instruments = {{"Instrument_", "_Instrument"},
                                                   {"Instrloop_", "_Instrloop"}};
-    static const std::vector<Side> ducts = {{"DuctRun_", "_DuctRun"}, {"InlineComp_", "_InlineComp"}};
+    static const std::vector<Side> ducts = {{"DuctRun_", "_DuctRun"},
+                                            {"InlineComp_", "_InlineComp"}};
     if (IEquals(category, "InlineComp_Prun")) return piping;
     if (IEquals(category, "Eqp_Nozzle")) return equipment;
     if (IEquals(category, "Instruments")) return instruments;
@@ -96,7 +100,8 @@ std::vector<ComputedAttribute> ComputedAttributes(std::string_view category) {
     auto others = [&](const char* name) {
         out.push_back({"Others." + std::string(name), name, "Others"});
     };
-    for (const char* name : {"FirstRevision", "Last-2Revision", "Last-1Revision", "LastRevision", "Quantity"})
+    for (const char* name :
+         {"FirstRevision", "Last-2Revision", "Last-1Revision", "LastRevision", "Quantity"})
         others(name);
     if (IEquals(category, "InlineComp_Prun")) {
         others("NotConnectedRuns");
@@ -111,7 +116,8 @@ std::vector<ComputedAttribute> ComputedAttributes(std::string_view category) {
     if (!IEquals(category, "Drawings")) others("INSTOCKPILE");
     if (IEquals(category, "Instruments") || IEquals(category, "InlineComp_Prun")) {
         for (const char* name : {"FailureAction", "FailureActionLow"})
-            out.push_back({"T_InstrFailMode." + std::string(name) + "_Instrument", name, "T_InstrFailMode"});
+            out.push_back(
+                {"T_InstrFailMode." + std::string(name) + "_Instrument", name, "T_InstrFailMode"});
     }
     return out;
 }

@@ -27,9 +27,9 @@ constexpr int kControlCaseType = 5;
 
 std::string EmptyColumnProbeSql(Dialect dialect, std::string_view prefix, std::string_view table,
                                 std::string_view column) {
-    return "select " + std::string(TopOne(dialect)) + "1 from " + std::string(prefix) + std::string(table) +
-           " where not " + std::string(column) + " is null" + RowNumBelow2(dialect, "and") +
-           std::string(LimitOf(dialect));
+    return "select " + std::string(TopOne(dialect)) + "1 from " + std::string(prefix) +
+           std::string(table) + " where not " + std::string(column) + " is null" +
+           RowNumBelow2(dialect, "and") + std::string(LimitOf(dialect));
 }
 
 std::string EmptyCaseProbeSql(Dialect dialect, std::string_view prefix, int caseType, int quality,
@@ -38,10 +38,11 @@ std::string EmptyCaseProbeSql(Dialect dialect, std::string_view prefix, int case
     const std::string p(prefix);
     const std::string a = p + (control ? "T_CaseControl" : "T_CaseProcess");
     const std::string b = p + "t_case";
-    std::string sql = "select " + std::string(TopOne(dialect)) + "1 from " + a + ", " + b + " where " + a +
-                      ".SP_CASEID=" + b + ".SP_ID AND " + b + ".CASECLASS=" +
-                      std::to_string(control ? kControlCaseClass : kProcessCaseClass) + " AND not " + a + "." +
-                      std::string(column) + " is null" + RowNumBelow2(dialect, "AND");
+    std::string sql =
+        "select " + std::string(TopOne(dialect)) + "1 from " + a + ", " + b + " where " + a +
+        ".SP_CASEID=" + b + ".SP_ID AND " + b +
+        ".CASECLASS=" + std::to_string(control ? kControlCaseClass : kProcessCaseClass) +
+        " AND not " + a + "." + std::string(column) + " is null" + RowNumBelow2(dialect, "AND");
     if (!control) sql += " AND " + a + ".quality=" + std::to_string(quality);
     sql += " AND " + b + ".CASETYPE=" + std::to_string(caseType);
     return sql + std::string(LimitOf(dialect));
@@ -49,10 +50,13 @@ std::string EmptyCaseProbeSql(Dialect dialect, std::string_view prefix, int case
 
 EmptyAttributeCheck::EmptyAttributeCheck() = default;
 
-EmptyAttributeCheck::EmptyAttributeCheck(ConnectionPtr connection, Dialect dialect, std::string prefix)
+EmptyAttributeCheck::EmptyAttributeCheck(ConnectionPtr connection, Dialect dialect,
+                                         std::string prefix)
     : connection_(std::move(connection)), dialect_(dialect), prefix_(std::move(prefix)) {}
 
-EmptyAttributeCheck::~EmptyAttributeCheck() { Close(); }
+EmptyAttributeCheck::~EmptyAttributeCheck() {
+    Close();
+}
 
 void EmptyAttributeCheck::Open() {
     if (connection_) return;
@@ -70,7 +74,8 @@ void EmptyAttributeCheck::Close() {
     ownsConnection_ = false;
 }
 
-void EmptyAttributeCheck::CheckEmptyAttributes(std::string_view table, const std::vector<std::string>& columns) {
+void EmptyAttributeCheck::CheckEmptyAttributes(std::string_view table,
+                                               const std::vector<std::string>& columns) {
     LoggedTrap("CheckEmptyAttributes", [&] {
         const std::string key = ToLowerAscii(table);
         if (emptyColumnCache_.count(key)) return;
@@ -86,7 +91,8 @@ void EmptyAttributeCheck::CheckEmptyAttributes(std::string_view table, const std
         std::string empty;
         for (const auto& column : probed) {
             if (IEquals(column, "SP_ID")) continue;
-            auto rs = AdoRead(EmptyColumnProbeSql(dialect_, prefix_, table, column), connection_, 3, true, 3);
+            auto rs = AdoRead(EmptyColumnProbeSql(dialect_, prefix_, table, column), connection_, 3,
+                              true, 3);
             if (rs->RecordCount() == 0) empty += ToLowerAscii(column) + ",";
             CloseAdoRecordset(rs);
         }
@@ -94,29 +100,33 @@ void EmptyAttributeCheck::CheckEmptyAttributes(std::string_view table, const std
     });
 }
 
-std::vector<std::string> EmptyAttributeCheck::IgnoreEmptyColumns(std::string_view table,
-                                                                  const std::vector<std::string>& columns) {
+std::vector<std::string> EmptyAttributeCheck::IgnoreEmptyColumns(
+    std::string_view table, const std::vector<std::string>& columns) {
     CheckEmptyAttributes(table, columns);
     std::string list;
     GetItem(ToLowerAscii(table), list);
     if (TrimBlanks(list).empty()) return columns;
     std::vector<std::string> kept;
     for (const auto& column : columns)
-        if (list.find("," + ToLowerAscii(column) + ",") == std::string::npos) kept.push_back(column);
+        if (list.find("," + ToLowerAscii(column) + ",") == std::string::npos)
+            kept.push_back(column);
     return kept;
 }
 
 bool EmptyAttributeCheck::IsCaseProcessAttributeEmpty(std::string_view name) {
     return LoggedTrap("IsCaseProcessAttributeEmpty", [&] {
         std::string_view part = name;
-        if (const auto dot = part.find('.'); dot != std::string_view::npos) part = part.substr(dot + 1);
+        if (const auto dot = part.find('.'); dot != std::string_view::npos)
+            part = part.substr(dot + 1);
         const auto decoded = ParseCaseProcessKey(part);
         if (!decoded || decoded->column.empty()) return false;
-        const std::string key = std::to_string(decoded->caseType) + "." + std::to_string(decoded->quality) + "." +
+        const std::string key = std::to_string(decoded->caseType) + "." +
+                                std::to_string(decoded->quality) + "." +
                                 ToLowerAscii(decoded->column);
         if (const auto it = caseCache_.find(key); it != caseCache_.end()) return it->second;
         Open();
-        auto rs = AdoRead(EmptyCaseProbeSql(dialect_, prefix_, decoded->caseType, decoded->quality, decoded->column),
+        auto rs = AdoRead(EmptyCaseProbeSql(dialect_, prefix_, decoded->caseType, decoded->quality,
+                                            decoded->column),
                           connection_, 3, true, 3);
         const bool empty = rs->RecordCount() == 0;
         CloseAdoRecordset(rs);

@@ -26,7 +26,7 @@ std::string EmptyCaseProbeSql(plantaccess::Dialect dialect, std::string_view pre
                               int quality, std::string_view column);
 
 class EmptyAttributeCheck {
-public:
+  public:
     // The table's columns to probe; the default reads them from the plant table.
     using ColumnLister = std::function<std::vector<std::string>(std::string_view table)>;
 
@@ -62,7 +62,7 @@ public:
     // Lets go of the connection (a connection of the caller stays open).
     void Close();
 
-private:
+  private:
     void Open();
 
     plantaccess::ConnectionPtr connection_;

@@ -24,10 +24,13 @@ std::string ItemAttributionsSql(std::string_view db) {
            "itemattributions group by itemid,NAME,DISPLAYNAME";
 }
 
-std::string ItemSql(std::string_view db) { return "SELECT id,NAME FROM " + std::string(db) + "item"; }
+std::string ItemSql(std::string_view db) {
+    return "SELECT id,NAME FROM " + std::string(db) + "item";
+}
 
 std::string FilteredRelationshipSql(std::string_view db) {
-    return "SELECT NAME FROM " + std::string(db) + "FILTEREDRELATIONSHIP WHERE ITEMID=37 AND SPCREATE='T'";
+    return "SELECT NAME FROM " + std::string(db) +
+           "FILTEREDRELATIONSHIP WHERE ITEMID=37 AND SPCREATE='T'";
 }
 
 std::string StructureSql(std::string_view db, std::string_view table) {
@@ -47,10 +50,12 @@ std::string TableListSql(Dialect dialect, std::string_view prefix) {
         case Dialect::SqlServer: {
             std::string_view schema = prefix;
             if (!schema.empty() && schema.back() == '.') schema.remove_suffix(1);
-            return "SELECT TABLE_NAME FROM INFORMATION_SCHEMA.TABLES WHERE TABLE_SCHEMA=" + SqlLiteral(schema);
+            return "SELECT TABLE_NAME FROM INFORMATION_SCHEMA.TABLES WHERE TABLE_SCHEMA=" +
+                   SqlLiteral(schema);
         }
         case Dialect::AccessCopy:
-        case Dialect::Sqlite: break;
+        case Dialect::Sqlite:
+            break;
     }
     return "SELECT name FROM sqlite_master WHERE type IN ('table','view')";
 }
@@ -82,7 +87,8 @@ bool IsCaseDictionaryName(std::string_view name) {
 
 }  // namespace
 
-void PlantDictionary::AddAttribution(int itemId, std::string name, std::optional<std::string> displayName) {
+void PlantDictionary::AddAttribution(int itemId, std::string name,
+                                     std::optional<std::string> displayName) {
     if (displayName && displayName->empty()) displayName.reset();
     const std::string lower = ToLowerAscii(name);
     // The dialog's reading: plain names with a display name, and every dotted case name.
@@ -94,7 +100,9 @@ void PlantDictionary::AddAttribution(int itemId, std::string name, std::optional
     attributions_.push_back({itemId, std::move(name), std::move(displayName)});
 }
 
-void PlantDictionary::AddItem(int id, std::string name) { items_.emplace(ToLowerAscii(name), id); }
+void PlantDictionary::AddItem(int id, std::string name) {
+    items_.emplace(ToLowerAscii(name), id);
+}
 
 std::optional<int> PlantDictionary::ItemId(std::string_view itemName) const {
     const auto it = items_.find(ToLowerAscii(itemName));
@@ -110,7 +118,8 @@ std::string PlantDictionary::DisplayName(std::string_view name, int itemId) cons
 std::string PlantDictionary::EquipmentDisplayName(std::string_view name) const {
     const std::string lower = ToLowerAscii(name);
     for (const auto& a : attributions_)
-        if (a.itemId == kEquipmentItem && a.displayName && ToLowerAscii(a.name) == lower) return *a.displayName;
+        if (a.itemId == kEquipmentItem && a.displayName && ToLowerAscii(a.name) == lower)
+            return *a.displayName;
     return {};
 }
 
@@ -118,9 +127,12 @@ bool PlantDictionary::ItemHasName(int itemId, std::string_view name) const {
     return itemNames_.count({ToLowerAscii(name), itemId}) > 0;
 }
 
-bool PlantDictionary::ItemHasNames(int itemId) const { return itemsWithNames_.count(itemId) > 0; }
+bool PlantDictionary::ItemHasNames(int itemId) const {
+    return itemsWithNames_.count(itemId) > 0;
+}
 
-void PlantDictionary::SetColumns(std::string_view table, std::optional<std::vector<std::string>> columns) {
+void PlantDictionary::SetColumns(std::string_view table,
+                                 std::optional<std::vector<std::string>> columns) {
     columns_[ToLowerAscii(table)] = std::move(columns);
 }
 
@@ -142,7 +154,8 @@ std::vector<std::string> ReadColumnNames(const ConnectionPtr& connection, std::s
     return out;
 }
 
-std::set<std::string> ReadTableNames(const ConnectionPtr& connection, Dialect dialect, std::string_view prefix) {
+std::set<std::string> ReadTableNames(const ConnectionPtr& connection, Dialect dialect,
+                                     std::string_view prefix) {
     std::set<std::string> out;
     // A plant copy is a store: its catalogue knows the tables (and hides the store's own).
     if (const auto* copy = dynamic_cast<const StoreConnection*>(connection.get())) {
@@ -201,17 +214,18 @@ PlantDictionary PlantDictionary::Load() {
 
         // Plant data schema: the case tables' structure, and the source tables on demand.
         const PlantConnection plant = Connect2PIDDB(kPlantSchema);
-        const auto plantTables =
-            std::make_shared<std::set<std::string>>(ReadTableNames(plant.connection, dialect, plant.prefix));
+        const auto plantTables = std::make_shared<std::set<std::string>>(
+            ReadTableNames(plant.connection, dialect, plant.prefix));
         auto structure = [&](const char* table) {
-            return plantTables->count(table) ? ReadColumnNames(plant.connection, StructureSql(plant.prefix, table))
-                                             : std::vector<std::string>{};
+            return plantTables->count(table)
+                       ? ReadColumnNames(plant.connection, StructureSql(plant.prefix, table))
+                       : std::vector<std::string>{};
         };
         d.caseProcessColumns = structure("t_caseprocess");
         d.caseControlColumns = structure("t_casecontrol");
         d.caseColumns = structure("t_case");
-        d.SetColumnReader([connection = plant.connection, prefix = plant.prefix,
-                           plantTables](std::string_view table) -> std::optional<std::vector<std::string>> {
+        d.SetColumnReader([connection = plant.connection, prefix = plant.prefix, plantTables](
+                              std::string_view table) -> std::optional<std::vector<std::string>> {
             if (!plantTables->count(ToLowerAscii(table))) return std::nullopt;
             return ReadColumnNames(connection, StructureSql(prefix, table));
         });
@@ -221,10 +235,12 @@ PlantDictionary PlantDictionary::Load() {
         const std::set<std::string> groupTables =
             copy ? *plantTables : ReadTableNames(groups.connection, dialect, groups.prefix);
         if (groupTables.count("t_plantgroup")) {
-            d.plantGroupColumns = ReadColumnNames(groups.connection, PlantGroupStructureSql(groups.prefix));
+            d.plantGroupColumns =
+                ReadColumnNames(groups.connection, PlantGroupStructureSql(groups.prefix));
             // The run fills UnitCode from T_Unit, so it is offered only where T_Unit has it.
             if (groupTables.count("t_unit")) {
-                for (const auto& c : ReadColumnNames(groups.connection, StructureSql(groups.prefix, "t_unit")))
+                for (const auto& c :
+                     ReadColumnNames(groups.connection, StructureSql(groups.prefix, "t_unit")))
                     if (IEquals(c, "UnitCode")) d.plantGroupColumns.push_back("UnitCode");
             }
         }

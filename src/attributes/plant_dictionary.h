@@ -39,7 +39,7 @@ std::string PlantGroupStructureSql(std::string_view db);
 std::string TableListSql(plantaccess::Dialect dialect, std::string_view prefix);
 
 class PlantDictionary {
-public:
+  public:
     // Reads the current plant (resolving it when needed): the dictionary schema, the plant data
     // schema and the plant structure schema, or the open copy while a plant copy stands in for
     // the plant. Errors are logged under "PrepareMDB" and raised.
@@ -78,13 +78,14 @@ public:
 
     // Columns of a plant data table in the plant's order; nothing when the plant lacks the table.
     // Read on first use through the reader and kept.
-    using ColumnReader = std::function<std::optional<std::vector<std::string>>(std::string_view table)>;
+    using ColumnReader =
+        std::function<std::optional<std::vector<std::string>>(std::string_view table)>;
     void SetColumnReader(ColumnReader reader) { reader_ = std::move(reader); }
     void SetColumns(std::string_view table, std::optional<std::vector<std::string>> columns);
     const std::optional<std::vector<std::string>>& Columns(std::string_view table);
     bool HasTable(std::string_view table) { return Columns(table).has_value(); }
 
-private:
+  private:
     struct Attribution {
         int itemId = 0;
         std::string name;

@@ -16,13 +16,13 @@ namespace tb::attributes::testing {
 namespace {
 
 class RowsCursor : public plantaccess::RowCursor {
-public:
+  public:
     explicit RowsCursor(int rows) : rows_(rows) {}
     const std::vector<plantaccess::FieldInfo>& Fields() const override { return fields_; }
     bool Next() override { return at_++ < rows_; }
     plantaccess::Cell Get(int) const override { return {plantaccess::CellKind::Integer, 1, 0, {}}; }
 
-private:
+  private:
     std::vector<plantaccess::FieldInfo> fields_{{"1", plantaccess::ado::kInteger}};
     int rows_;
     int at_ = 0;
@@ -44,7 +44,8 @@ bool CaptureLog::Has(std::string_view part) const {
 }
 
 void AttributesTest::SetUp() {
-    for (const char* sub : {"home", "xdg", "temp", "app/config", "user"}) fs::create_directories(dir / sub);
+    for (const char* sub : {"home", "xdg", "temp", "app/config", "user"})
+        fs::create_directories(dir / sub);
     setenv("HOME", (dir / "home").c_str(), 1);
     setenv("XDG_CONFIG_HOME", (dir / "xdg").c_str(), 1);
     setenv("TEMP", (dir / "temp").c_str(), 1);
@@ -81,8 +82,8 @@ const fs::path& AttributesTest::SamplePlant() {
     return plant;
 }
 
-std::unique_ptr<plantaccess::RowCursor> ScriptedConnection::Run(std::string_view sql, const store::Row&,
-                                                                std::int64_t*) {
+std::unique_ptr<plantaccess::RowCursor> ScriptedConnection::Run(std::string_view sql,
+                                                                const store::Row&, std::int64_t*) {
     statements.emplace_back(sql);
     for (const std::string& f : filled) {
         const bool atEnd = f.ends_with('$');

@@ -19,7 +19,7 @@ namespace tb::attributes::testing {
 namespace fs = std::filesystem;
 
 class CaptureLog : public LogSink {
-public:
+  public:
     void Line(std::string_view text) override { lines.emplace_back(text); }
     void Raw(std::string_view) override {}
     void Status(std::string_view text) override { lines.emplace_back(text); }
@@ -28,7 +28,7 @@ public:
 };
 
 class AttributesTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override;
     void TearDown() override;
     // Makes a plant of the sample site (generated on first use, tiny preset) the active one.
@@ -42,7 +42,7 @@ protected:
 // Each statement gives no rows, or one row when it contains a text of `filled` (or ends in it,
 // for a text that ends in "$").
 class ScriptedConnection : public plantaccess::Connection {
-public:
+  public:
     ScriptedConnection() : Connection("scripted") {}
     plantaccess::ConnectionKind kind() const override { return plantaccess::ConnectionKind::Odbc; }
     bool IsOpen() const override { return true; }

@@ -24,9 +24,11 @@ TEST_F(AttributesTest, AttributeNamesFoundIgnoringCase) {
         auto st = std::make_shared<store::Store>(store::Store::InMemory());
         if (names) {
             st->CreateTable("ATTRIBUTES_cp", {{"ATTRIBUTE_NAME", store::ColumnType::Text(80)}});
-            for (const char* name : *names) st->ExecuteCount("INSERT INTO ATTRIBUTES_cp VALUES (?)", {name});
+            for (const char* name : *names)
+                st->ExecuteCount("INSERT INTO ATTRIBUTES_cp VALUES (?)", {name});
         }
-        plantaccess::SetSessionConnection(plantaccess::StoreConnection::Open("extract", st), "extract.mdb");
+        plantaccess::SetSessionConnection(plantaccess::StoreConnection::Open("extract", st),
+                                          "extract.mdb");
     };
     EXPECT_EQ(look("ItemTag"), "ItemTag not found");  // nothing read yet
     std::vector<const char*> names = {"ItemTag", "NominalDiameter", "ItemTag"};

@@ -13,14 +13,17 @@ TEST_F(AttributesTest, ToolPrintsTheCatalogue) {
                                                     {"XDG_CONFIG_HOME", (dir / "xdg").string()}};
     auto run = [&](std::vector<std::string> args) {
         args.insert(args.begin(), {"--site", (SamplePlant() / sampleplant::kSiteIni).string()});
-        return tb::test::RunProcess(tb::test::BuildDir() / "tarnbrook-attributes", args, env, dir.path());
+        return tb::test::RunProcess(tb::test::BuildDir() / "tarnbrook-attributes", args, env,
+                                    dir.path());
     };
     auto r = run({"--plant", "PlantA"});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     EXPECT_TRUE(r.output.starts_with("[Drawings] ")) << r.output;
     EXPECT_NE(r.output.find("\n[OPCs] "), std::string::npos);
-    EXPECT_NE(r.output.find("\nT_PipeRun\tt_piperun.NominalDiameter\tNominalDiameter    (Nominal Diameter)\n"),
-              std::string::npos);
+    EXPECT_NE(
+        r.output.find(
+            "\nT_PipeRun\tt_piperun.NominalDiameter\tNominalDiameter    (Nominal Diameter)\n"),
+        std::string::npos);
     r = run({"--plant", "PlantA", "--category", "ductruns", "--keys", "--empty"});
     EXPECT_TRUE(r.output.starts_with("[DuctRuns] ")) << r.output;
     EXPECT_NE(r.output.find("\nt_plantitem.ItemTag_DuctRun\n"), std::string::npos);

@@ -32,8 +32,10 @@ const char* const kUsage =
 
 // Log lines go to standard error, so that a failure can be followed.
 class StderrLog : public tb::LogSink {
-public:
-    void Line(std::string_view text) override { std::fprintf(stderr, "%.*s\n", int(text.size()), text.data()); }
+  public:
+    void Line(std::string_view text) override {
+        std::fprintf(stderr, "%.*s\n", int(text.size()), text.data());
+    }
     void Raw(std::string_view) override {}
     void Status(std::string_view) override {}
 };
@@ -108,7 +110,8 @@ int main(int argc, char** argv) {
             }
         }
     } catch (const tb::Error& e) {
-        std::fprintf(stderr, "Error %ld: %s (%s)\n", e.number(), e.description().c_str(), e.source().c_str());
+        std::fprintf(stderr, "Error %ld: %s (%s)\n", e.number(), e.description().c_str(),
+                     e.source().c_str());
         exitCode = 1;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "Error: %s\n", e.what());
