@@ -328,12 +328,12 @@ void JetWriter::Impl::Commit() {
         // The system tables' usage maps share page 6, in the order Jet keeps them.
         MapRows maps({kMapHolderPage});
         for (std::size_t t = 0; t < system.size(); ++t) {
-            const SystemTable& spec = system[t];
+            const SystemTable& sysTable = system[t];
             TableDefinition def;
             def.tableType = kTableSystem;
             def.rowCount = rowCounts[t];
-            def.columns = spec.columns;
-            for (const TdefColumn& c : spec.columns) {
+            def.columns = sysTable.columns;
+            for (const TdefColumn& c : sysTable.columns) {
                 if ((c.flags & kColFixed) == 0) ++def.varColumns;
             }
             const PageSet& dataPages = stored[t].pages;
@@ -342,7 +342,7 @@ void JetWriter::Impl::Commit() {
                 stored[t].lastHasRoom ? BuildUsageMap(OnePage(dataPages.last()), file_) : MapRow{});
             // Long-value maps are placed by column number but listed in stored order.
             std::vector<std::uint16_t> lvNumbers;
-            for (const TdefColumn& c : spec.columns) {
+            for (const TdefColumn& c : sysTable.columns) {
                 if (c.type == static_cast<std::uint8_t>(JetType::Memo) ||
                     c.type == static_cast<std::uint8_t>(JetType::OLE)) {
                     lvNumbers.push_back(c.number);
@@ -361,23 +361,23 @@ void JetWriter::Impl::Commit() {
                     std::find(byNumber.begin(), byNumber.end(), number) - byNumber.begin());
                 def.longValues.push_back({number, lvMaps[rank].first, lvMaps[rank].second});
             }
-            for (std::size_t i = 0; i < spec.indexes.size(); ++i) {
+            for (std::size_t i = 0; i < sysTable.indexes.size(); ++i) {
                 std::vector<IndexEntry>& list = entries[t][i];
                 SortIndexEntries(list);
                 const BuiltIndex built =
-                    WriteIndex(list, spec.tdefPage, spec.indexes[i].firstPage, file_);
+                    WriteIndex(list, sysTable.tdefPage, sysTable.indexes[i].firstPage, file_);
                 TdefRealIndex index;
-                index.columns = spec.indexes[i].columns;
+                index.columns = sysTable.indexes[i].columns;
                 index.usageMap = maps.Add(BuildUsageMap(built.pages, file_));
                 index.rootPage = built.root;
-                index.unknown = spec.indexes[i].unknown;
-                index.flags = spec.indexes[i].flags;
-                index.unusedSlotFlags = spec.indexes[i].unusedSlotFlags;
+                index.unknown = sysTable.indexes[i].unknown;
+                index.flags = sysTable.indexes[i].flags;
+                index.unusedSlotFlags = sysTable.indexes[i].unusedSlotFlags;
                 index.uniqueKeys = CountDistinctKeys(list);
                 def.realIndexes.push_back(std::move(index));
             }
-            def.logicalIndexes = spec.logicalIndexes;
-            WriteDefinition(def, {spec.tdefPage}, file_);
+            def.logicalIndexes = sysTable.logicalIndexes;
+            WriteDefinition(def, {sysTable.tdefPage}, file_);
         }
         maps.Write(file_);
 
