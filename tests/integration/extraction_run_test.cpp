@@ -2,9 +2,11 @@
 // through our reader and through mdbtools' mdb-export.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <set>
 
+#include "common/ini.h"
 #include "common/text.h"
 #include "mdb/mdb_reader.h"
 #include "plant_generator.h"
@@ -166,6 +168,54 @@ TEST_F(ExtractionRun, SelectionRestrictsTheExtract) {
             const bool kept = std::find(c.drawings.begin(), c.drawings.end(), name) != c.drawings.end();
             EXPECT_EQ(pid.find(std::string("|") + name + "|") != std::string::npos, kept) << c.what << " " << name;
         }
+    }
+}
+
+}  // namespace
+}  // namespace tb
+
+namespace tb {
+namespace {
+
+// A plant that cannot be opened, and a plant that lacks a table the run reads: exit code 1, the
+// cause on the console, no extract, and nothing new in the plant's folder.
+TEST_F(ExtractionRun, BrokenPlantsLeaveNoExtract) {
+    struct Case {
+        const char* what;
+        std::function<void(const fs::path& plant)> damage;
+        std::string message;
+    } cases[] = {
+        {"no plant files",
+         [](const fs::path& plant) {
+             for (const auto& e : fs::directory_iterator(plant))
+                 if (e.path().extension() == ".db") fs::remove(e.path());
+         },
+         "does not exist."},
+        {"missing plant table",
+         [](const fs::path& plant) {
+             test::RunProcess("/usr/bin/sqlite3",
+                              {(plant / "PLANTAPID.db").string(), "DROP TABLE T_Nozzle"},
+                              {{"PATH", "/usr/bin:/bin"}});
+         },
+         "T_Nozzle"},
+    };
+    for (const Case& c : cases) {
+        Sandbox box;
+        PrepareApp(box);
+        const fs::path plant = box.root() / "plant";
+        fs::copy(plant_->path() / "plant", plant, fs::copy_options::recursive);
+        IniWrite(plant / "SmartPlantv4.ini", "SITESCHEMA", std::string("DBSERVER"), plant.string());
+        c.damage(plant);
+        std::set<fs::path> before;
+        for (const auto& e : fs::recursive_directory_iterator(plant)) before.insert(e.path());
+        const auto r = box.Run({"/output", (box.root() / "x.mdb").string(), "/site",
+                                (plant / "SmartPlantv4.ini").string(), "/plant", "PlantA"});
+        EXPECT_EQ(r.exitCode, 1) << c.what << "\n" << r.output;
+        EXPECT_NE(r.output.find(c.message), std::string::npos) << c.what << "\n" << r.output;
+        EXPECT_FALSE(fs::exists(box.root() / "x.mdb")) << c.what;
+        std::set<fs::path> after;
+        for (const auto& e : fs::recursive_directory_iterator(plant)) after.insert(e.path());
+        EXPECT_EQ(before, after) << c.what;
     }
 }
 
