@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <random>
 
 #include "common/error.h"
+#include "common/temp_file.h"
 #include "mdb/jet_format.h"
 
 namespace tb::mdb {
@@ -26,24 +26,9 @@ std::string SystemMessage(int err) {
 
 PageFile::PageFile(std::filesystem::path target, std::uint32_t maxPages)
     : target_(std::move(target)), maxPages_(maxPages) {
-    std::filesystem::path folder = target_.parent_path();
-    if (folder.empty()) folder = ".";
-    // open() with O_EXCL rather than mkstemp, so that the file gets the usual mode (0666 less
-    // the umask) like any document the user saves.
-    std::random_device device;
-    for (int attempt = 0; attempt < 100 && fd_ < 0; ++attempt) {
-        char suffix[16];
-        std::snprintf(suffix, sizeof suffix, ".tmp-%08x", static_cast<unsigned>(device()));
-        temp_ = folder / (target_.filename().string() + suffix);
-        fd_ = ::open(temp_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd_ < 0 && errno != EEXIST) break;
-    }
-    if (fd_ < 0) {
-        const int err = errno;
-        temp_.clear();
-        throw Error(kErrFileAccess, "Cannot create a temporary file beside " + target_.string() +
-                                        ": " + SystemMessage(err));
-    }
+    const TempFile file = CreateTempBeside(target_);
+    temp_ = file.path;
+    fd_ = file.fd;
     buffer_.reserve(kBufferedPages * jet::kPageSize);
 }
 
