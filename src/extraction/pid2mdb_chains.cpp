@@ -13,6 +13,7 @@
 #include "extraction/output_model.h"
 #include "extraction/revisions.h"
 #include "extraction/run_context.h"
+#include "plantaccess/resolution.h"
 #include "plantaccess/session.h"
 #include "shell/settings.h"
 
@@ -520,7 +521,13 @@ void BuildCategories(RunContext& run) {
     ExtractInfo info = CurrentExtractInfo("Tarnbrook");
     info.project = plantaccess::SessionProjectName().empty() ? shell::CurrentPlantName()
                                                               : plantaccess::SessionProjectName();
-    info.asBuiltName = info.project;
+    if (plantaccess::UseCopyPlantDatabase()) {
+        info.asBuiltName = info.project;
+    } else {
+        // An as-built child plant reports its parent's name, which the site schema knows.
+        const plantaccess::PlantConnection site = plantaccess::Connect2PIDDB(plantaccess::kSiteSchema);
+        info.asBuiltName = GetAsBuiltName({site.connection, run.plant.dialect, site.prefix}, info.project);
+    }
     if (ManualInfoWanted(shell::GetUserConfigFile())) {
         info.withManualInfo = true;
         info.manual = ReadManualInfo(run.attributeIni);

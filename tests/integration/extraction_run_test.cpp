@@ -41,7 +41,8 @@ protected:
     test::ProcessResult Extract(const Sandbox& box, std::vector<std::string> more = {}) const {
         PrepareApp(box);
         std::vector<std::string> args = {"/output", (box.root() / "x.mdb").string(), "/site",
-                                         (plant_->path() / "plant" / "SmartPlantv4.ini").string(), "/plant", "PlantA"};
+                                         (plant_->path() / "plant" / "SmartPlantv4.ini").string()};
+        if (std::find(more.begin(), more.end(), "/plant") == more.end()) args.insert(args.end(), {"/plant", "PlantA"});
         args.insert(args.end(), more.begin(), more.end());
         return box.Run(args);
     }
@@ -114,6 +115,8 @@ TEST_F(ExtractionRun, TinyPlantTableByTable) {
                 if (line.find(std::string("|") + d + "|") != std::string::npos) drawingsOfV1101.insert(d);
         }
     EXPECT_EQ(drawingsOfV1101.size(), 2u);
+    // Without "AllLoops" a loop without instruments has no row.
+    EXPECT_EQ(Export(mdb, "Instruments").find("|P-1199|"), std::string::npos);
     // _Info holds its one row with the application's name.
     EXPECT_EQ(counts.at("_Info"), 1u);
     EXPECT_NE(Export(mdb, "_Info").find("Tarnbrook"), std::string::npos);
@@ -169,6 +172,82 @@ TEST_F(ExtractionRun, SelectionRestrictsTheExtract) {
             EXPECT_EQ(pid.find(std::string("|") + name + "|") != std::string::npos, kept) << c.what << " " << name;
         }
     }
+}
+
+// Columns that depend on the configuration: revisions of the drawings, case values, and loops
+// without instruments with "AllLoops" on.
+TEST_F(ExtractionRun, ConfiguredColumns) {
+    Sandbox box;
+    // The shipped configuration with the plant's prefix taken off its sections, plus revisions.
+    std::string config = ReadFile(test::SourceDir() / "config" / "default");
+    for (std::size_t at; (at = config.find("[PlantA_")) != std::string::npos;) config.erase(at + 1, 7);
+    const std::string revisions = "T_Revision.SP_MajorRevisionNumber=\r\nOthers.Last-1Revision=\r\n"
+                                  "Others.Last-2Revision=\r\n";
+    config.insert(config.find("Others.FirstRevision="), revisions);
+    config = "[General]\r\nAllLoops=1\r\n" + config;
+    test::WriteFile(box.root() / "c.ini", config);
+    const auto r = Extract(box, {"/config", (box.root() / "c.ini").string()});
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    const fs::path mdb = box.root() / "x.mdb";
+
+    // One row per revision; last, last but one, last but two and first revision per drawing, newest
+    // first by revision date (PID-11-01: A/0, B without minor number, 0/1).
+    const auto drawingHeader = Header(mdb, "Drawings");
+    auto column = [](const std::vector<std::string>& header, const std::string& name) {
+        const auto it = std::find(header.begin(), header.end(), name);
+        EXPECT_NE(it, header.end()) << name << " in " << Join(header, ",");
+        return static_cast<std::size_t>(it - header.begin());
+    };
+    std::map<std::string, std::string> revisionsOf;
+    int rows = 0;
+    for (const std::string& line : Split(Export(mdb, "Drawings"), "\n")) {
+        if (line.empty()) continue;
+        ++rows;
+        const auto f = Split(line, "|");
+        revisionsOf[f[column(drawingHeader, "Drawing_Name")]] =
+            f[column(drawingHeader, "LastRevision")] + "," + f[column(drawingHeader, "Last-1Revision")] + "," +
+            f[column(drawingHeader, "Last-2Revision")] + "," + f[column(drawingHeader, "FirstRevision")];
+    }
+    EXPECT_EQ(rows, 5);  // 3 + 1 revisions, and PID-12-02 without any
+    EXPECT_EQ(revisionsOf["PID-11-01"], "01,B,A0,A0");
+    EXPECT_EQ(revisionsOf["PID-12-01"], "A0,,,");  // the first revision went with the removals
+    EXPECT_EQ(revisionsOf["PID-12-02"], ",,,");
+
+    // Case values of runs and of a control valve.
+    struct Expect {
+        const char* table;
+        const char* key;  // a text the row holds
+        const char* columnName;
+        const char* value;
+    } expects[] = {
+        {"InlineComp_Prun", "|FE-1101|", "PipeRun_ProcessDesign_Max_Pressure", "16.0 barg"},  // on 11003-P
+        {"Instruments", "|FV-1101|", "Instrument_ControlCase_Max_SetPoint", "12.0 barg"},
+        // A loop without instruments is a row of its own.
+        {"Instruments", "|P-1199|", "InstrLoop_ItemTag", "P-1199"},
+    };
+    for (const Expect& e : expects) {
+        const auto header = Header(mdb, e.table);
+        const std::size_t at = column(header, e.columnName);
+        bool found = false;
+        for (const std::string& line : Split(Export(mdb, e.table), "\n"))
+            if (line.find(e.key) != std::string::npos) {
+                found = true;
+                EXPECT_EQ(Split(line, "|")[at], e.value) << e.table << " " << e.key;
+            }
+        EXPECT_TRUE(found) << e.table << " " << e.key;
+    }
+}
+
+// The as-built name of a child plant is its parent's.
+TEST_F(ExtractionRun, AsBuiltNameOfAChildPlant) {
+    Sandbox box;
+    const auto r = Extract(box, {"/plant", "PlantA_Proj1", "/parentplant", "PlantA"});
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    const auto header = Header(box.root() / "x.mdb", "_Info");
+    const auto values = Split(Export(box.root() / "x.mdb", "_Info"), "|");
+    ASSERT_EQ(header.back(), "AsBuilt_Name");
+    EXPECT_EQ(values.back(), "PlantA\n");
+    EXPECT_NE(Export(box.root() / "x.mdb", "_Info").find("|PlantA_Proj1|"), std::string::npos);
 }
 
 }  // namespace
