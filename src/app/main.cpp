@@ -8,6 +8,7 @@
 #include "common/ini.h"
 #include "common/text.h"
 #include "extraction/batch_extract.h"
+#include "platform/interrupt.h"
 #include "platform/platform.h"
 #include "shell/command_line.h"
 #include "shell/log_file.h"
@@ -114,6 +115,8 @@ void BatchMode(const Engines& engines, std::string& managerBackup) {
     const Selection selection = ResolveSelection(GetParameterValue("pbs"),
                                                  GetParameterValue("unitcode"),
                                                  GetParameterValue("name"), engines);
+    // From here on Ctrl+C cancels the job cleanly instead of killing it half-way.
+    platform::CancelOnInterrupt();
     job.revision = GetParameterValue("revision");
     if (job.revision.empty()) {
         job.exclude = GetParameterValue("exclude");

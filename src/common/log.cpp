@@ -16,6 +16,8 @@ NullSink gNullSink;
 LogSink* gSink = &gNullSink;
 EventPump* gPump = nullptr;
 std::atomic<bool> gCancel{false};
+// A signal handler sets the flag (Ctrl+C in a batch run): only a lock-free atomic may be touched there.
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 }  // namespace
 

@@ -29,7 +29,8 @@ namespace fs = std::filesystem;
 
 void RunContext::CheckCancel() const {
     DoEvents();
-    if (CancelRequested()) throw Error(kErrCancelled, "Cancelled.", "PID2MDB:" + std::to_string(step));
+    // The run's own catch adds "PID2MDB:<step>" to the source.
+    if (CancelRequested()) throw Error(kErrCancelled, "Cancelled.");
 }
 
 std::vector<std::string> RunContext::StoreColumns(std::string_view table) const {

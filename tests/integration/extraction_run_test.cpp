@@ -238,6 +238,21 @@ TEST_F(ExtractionRun, ConfiguredColumns) {
     }
 }
 
+// Ctrl+C during a run: the run ends at its next test of the cancel flag, with exit code 1, no
+// extract and no store left behind.
+TEST_F(ExtractionRun, InterruptCancelsTheRun) {
+    Sandbox box;
+    PrepareApp(box);
+    const auto r = box.Run({"/output", (box.root() / "x.mdb").string(), "/site",
+                            (plant_->path() / "plant" / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
+                           "Extracting t_plantitem...");
+    EXPECT_EQ(r.exitCode, 1) << r.output;
+    EXPECT_NE(r.output.find("Cancelled."), std::string::npos) << r.output;
+    EXPECT_EQ(r.output.find("extracted"), std::string::npos) << r.output;
+    EXPECT_FALSE(fs::exists(box.root() / "x.mdb"));
+    for (const auto& e : fs::directory_iterator(box.temp())) EXPECT_EQ(e.path().filename(), "Tarnbrook");
+}
+
 // The as-built name of a child plant is its parent's.
 TEST_F(ExtractionRun, AsBuiltNameOfAChildPlant) {
     Sandbox box;

@@ -1,6 +1,7 @@
 #include "support/test_support.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -53,7 +54,8 @@ fs::path CorpusDir() {
 }
 
 ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>& args,
-                         const std::map<std::string, std::string>& env, const fs::path& workdir) {
+                         const std::map<std::string, std::string>& env, const fs::path& workdir,
+                         const std::string& interruptWhen) {
     int pipefd[2];
     if (::pipe(pipefd) != 0) throw std::runtime_error("pipe failed");
     std::vector<std::string> envStrings;
@@ -83,7 +85,14 @@ ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>
     ::close(pipefd[1]);
     ProcessResult result;
     char buf[4096];
-    for (ssize_t n; (n = ::read(pipefd[0], buf, sizeof buf)) > 0;) result.output.append(buf, n);
+    bool interrupted = interruptWhen.empty();
+    for (ssize_t n; (n = ::read(pipefd[0], buf, sizeof buf)) > 0;) {
+        result.output.append(buf, n);
+        if (!interrupted && result.output.find(interruptWhen) != std::string::npos) {
+            ::kill(pid, SIGINT);
+            interrupted = true;
+        }
+    }
     ::close(pipefd[0]);
     int status = 0;
     ::waitpid(pid, &status, 0);
@@ -101,8 +110,8 @@ Sandbox::Sandbox() {
             {"LANG", "C.UTF-8"}};
 }
 
-ProcessResult Sandbox::Run(const std::vector<std::string>& args) const {
-    return RunProcess(BuildDir() / "tarnbrook", args, env_, root());
+ProcessResult Sandbox::Run(const std::vector<std::string>& args, const std::string& interruptWhen) const {
+    return RunProcess(BuildDir() / "tarnbrook", args, env_, root(), interruptWhen);
 }
 
 }  // namespace tb::test

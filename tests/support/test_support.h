@@ -39,10 +39,11 @@ struct ProcessResult {
     std::string output;  // standard output and standard error, interleaved
 };
 
-// Runs a program with exactly the given environment (no inheritance) and waits.
+// Runs a program with exactly the given environment (no inheritance) and waits. With
+// `interruptWhen`, the program gets one SIGINT as soon as its output holds that text.
 ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>& args,
                          const std::map<std::string, std::string>& env,
-                         const fs::path& workdir = {});
+                         const fs::path& workdir = {}, const std::string& interruptWhen = {});
 
 // A sandbox for one run of the program: home/, config/ (XDG_CONFIG_HOME), temp/ (TEMP) and
 // app/ (TARNBROOK_HOME), created empty.
@@ -57,7 +58,7 @@ public:
     std::map<std::string, std::string>& env() { return env_; }
 
     // Runs build/tarnbrook with the sandbox's environment, in the sandbox root.
-    ProcessResult Run(const std::vector<std::string>& args) const;
+    ProcessResult Run(const std::vector<std::string>& args, const std::string& interruptWhen = {}) const;
 
 private:
     TempDir dir_;
