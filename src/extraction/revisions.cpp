@@ -150,6 +150,10 @@ void AddDrawingLastModified(store::Store& store, const AttributeKeys& keys, bool
         if (!history) throw Error(store::kErrTableMissing, "The table 't_history' does not exist.");
         date = date && store.ColumnExists(*history, "timestamp");
         user = user && store.ColumnExists(*history, "actor");
+        // Only the last history row of a drawing can win the updates below; the item events that
+        // carry the drawing's id are many, so the rest go first (the table is dropped at the end).
+        store.Execute("DELETE FROM [" + *history + "] WHERE _rowid_ NOT IN (SELECT max(_rowid_) FROM [" + *history +
+                      "] GROUP BY [sp_drawingid])");
 
         // Adds what the flags ask for and fills it from the last history row of the drawing.
         auto fill = [&](const std::string& table, bool withDate, bool withUser) {

@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <charconv>
+#include <cstdlib>
 #include <utility>
 
 #include "common/error.h"
+#include "common/log.h"
 #include "store/access_text.h"
 
 namespace tb::store {
@@ -247,6 +249,23 @@ Connection::Connection(const std::string& filename, int flags) {
         throw Error(kErrFileAccess, "Cannot open the database '" + filename + "': " + message);
     }
     sqlite3_extended_result_codes(db_, 1);
+    // Diagnosis of slow runs: TARNBROOK_SLOW_SQL_MS=<n> logs every statement that takes longer.
+    if (const char* ms = std::getenv("TARNBROOK_SLOW_SQL_MS"); ms && *ms) {
+        static std::int64_t thresholdNs = 0;
+        thresholdNs = std::strtoll(ms, nullptr, 10) * 1000000;
+        sqlite3_trace_v2(
+            db_, SQLITE_TRACE_PROFILE,
+            [](unsigned, void*, void* stmt, void* ns) -> int {
+                const auto elapsed = *static_cast<sqlite3_int64*>(ns);
+                if (elapsed >= thresholdNs) {
+                    std::string sql = sqlite3_sql(static_cast<sqlite3_stmt*>(stmt));
+                    if (sql.size() > 4000) sql = sql.substr(0, 4000) + "...";
+                    LogLine("Slow statement (" + std::to_string(elapsed / 1000000) + " ms): " + sql);
+                }
+                return 0;
+            },
+            nullptr);
+    }
 }
 
 Connection::~Connection() {
