@@ -8,6 +8,7 @@
 #include "common/ini.h"
 #include "common/text.h"
 #include "extraction/batch_extract.h"
+#include "extraction/viewer_mode.h"
 #include "platform/interrupt.h"
 #include "platform/platform.h"
 #include "shell/command_line.h"
@@ -228,6 +229,8 @@ void ProgramExit() {
 }
 
 int Main(int argc, char** argv) {
+    // No path of this program makes the viewer form of an extract.
+    extraction::SetSorrelwickMode(false);
     std::vector<std::string> args(argv + 1, argv + argc);
     RunMain(args, DefaultEngines());
     ProgramExit();

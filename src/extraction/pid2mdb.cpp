@@ -16,6 +16,7 @@
 #include "extraction/output_model.h"
 #include "extraction/revisions.h"
 #include "extraction/run_context.h"
+#include "extraction/viewer_mode.h"
 #include "plantaccess/ado.h"
 #include "plantaccess/resolution.h"
 #include "plantaccess/session.h"
@@ -103,6 +104,7 @@ private:
     void ExcludeDrawings();
     void LabelPersist();
     void Drawings();
+    void ViewerDrawings();
     void InlinecompIDs();
     void Cases();
     void Connectors();
@@ -319,10 +321,12 @@ void FirstHalf::Pid() {
                                                PlantColumns("t_drawing"), d);
     symbolNames_ = drawing.symbolNames;
     std::string sql = "SELECT t_representation.SP_MODELITEMID" + As() + "SP_ID,t_representation.SP_ID" + As() +
-                      "Representation_ID," + drawing.columns + "," + GraphicIdExpression(d, false) + As() +
-                      "GraphicID," + NumberAsText(d, "t_plantitem.PlantItemType") + As() + "PlantItemType," +
-                      NumberAsText(d, "t_modelitem.ModelItemType") + As() + "ModelItemType,t_plantitem.itemtag" +
-                      As() + "Tag";
+                      "Representation_ID," + drawing.columns + "," + GraphicIdExpression(d, run_.viewerMode) +
+                      As() + "GraphicID," + NumberAsText(d, "t_plantitem.PlantItemType") + As() + "PlantItemType," +
+                      NumberAsText(d, "t_modelitem.ModelItemType") + As() + "ModelItemType,";
+    if (run_.viewerMode)
+        sql += NumberAsText(d, "t_representation.REPRESENTATIONTYPE") + As() + "REPRESENTATIONTYPE,";
+    sql += "t_plantitem.itemtag" + As() + "Tag";
     if (run_.keys.Has("Plantitems", "Others.SP_MODELITEMTIMESTAMP"))
         sql += ",t_representation.SP_MODELITEMTIMESTAMP";
     sql += " FROM (((" + T("t_representation") + " left join " + T("t_drawing") +
@@ -365,11 +369,16 @@ void FirstHalf::LabelPersist() {
                " where " + clause + ")";
     Rs2Access(*run_.plant.connection, sql, st_, "T_LABELPERSIST");
     IndexTable(st_, "T_LABELPERSIST", {"SP_ID", "SP_REPRESENTATIONID"});
+    if (run_.viewerMode && !plantaccess::UseCopyPlantDatabase())
+        Rs2Access(*run_.plant.connection,
+                  "SELECT SP_ID, PLANTITEMGROUPTYPE, PLANTITEMGROUPCLASS from " + T("T_PLANTITEMGROUP"), st_,
+                  "T_PLANTITEMGROUP");
     run_.CheckCancel();
 }
 
 void FirstHalf::Drawings() {
-    if (run_.keys.Keys("Drawings").empty()) return;
+    // The viewer form keeps its drawings in t_drawing (step 27) instead.
+    if (run_.viewerMode || run_.keys.Keys("Drawings").empty()) return;
     const DrawingColumns cols = GetCols4Drawings(run_.keys, PlantColumns("t_drawing"));
     std::vector<std::string> entries;
     for (const AliasedColumn& c : cols.columns) entries.push_back(c.column + As() + c.alias);
@@ -416,6 +425,18 @@ void FirstHalf::Drawings() {
         st_.UpdateFromJoin(u);
         st_.DropTable(c.helper);
     }
+    run_.CheckCancel();
+}
+
+void FirstHalf::ViewerDrawings() {
+    std::string sql = "select sp_id, name, path from " + T("T_Drawing") + " WHERE itemstatus=1";
+    if (const std::string clause = Clause("t_drawing"); !clause.empty()) sql = AppendSelectionClause(sql, clause);
+    Rs2Access(*run_.plant.connection, sql, st_, "t_drawing");
+    Rs2Access(*run_.plant.connection,
+              "select sp_drawingid, timestamp from " + T("t_history") +
+                  " WHERE NOT sp_drawingid IS NULL AND eventtype=2 ORDER BY timestamp",
+              st_, "t_history2");
+    AddDrawingLastModified2(st_);
     run_.CheckCancel();
 }
 
@@ -659,6 +680,9 @@ void FirstHalf::Run() {
         if (run_.keys.Has(category, "T_InstrFailMode.FailureActionLow_Instrument")) run_.failureActionLow = true;
     }
     AttributePass();
+    Step(6);
+    if (run_.viewerMode && !plantaccess::UseCopyPlantDatabase())
+        LogLine("GetTemplatePathFromDB: the drawing templates of the viewer form are not read in this version.");
     Step(7);
     PlantItems();
     Step(8);
@@ -701,6 +725,8 @@ void FirstHalf::Run() {
     Connectors();
     Step(26);
     Symbols();
+    Step(27);
+    if (run_.viewerMode) ViewerDrawings();
     Step(28);
     ShowProgress("Extracting data from PIDD...");
     {
@@ -727,6 +753,7 @@ void PID2MDB(const PID2MDBArguments& arguments) {
         run.step = 1;
         SetCancelRequested(false);
         run.bigPlant = shell::ProgramFlag("BigPlant") && !plantaccess::UseCopyPlantDatabase();
+        run.viewerMode = SorrelwickMode();
         run.ductRuns = shell::ProgramFlag("DuctRuns");
         run.drawingAttributes = shell::ProgramFlag("DrawingAttributes");
         run.deleteTempTables = shell::ProgramFlag("Pid_Delete_TempTables", "1");

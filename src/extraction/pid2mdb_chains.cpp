@@ -13,6 +13,7 @@
 #include "extraction/output_model.h"
 #include "extraction/revisions.h"
 #include "extraction/run_context.h"
+#include "extraction/viewer_mode.h"
 #include "plantaccess/resolution.h"
 #include "plantaccess/session.h"
 #include "shell/settings.h"
@@ -336,6 +337,7 @@ void Plantitems(RunContext& run) {
         s.Add("t_symbol", "", "SP_ID", "Symbol_sp_plantitemid");
         s.Finish();
     }
+    if (run.viewerMode && !plantaccess::UseCopyPlantDatabase()) SorrelwickAddPLANTITEMGROUPAtt(st);
     Completion(run, "Plantitems");
 }
 
@@ -502,6 +504,10 @@ void BuildCategories(RunContext& run) {
             tasks.push_back(*found);
             st.ExecuteCount("INSERT INTO [Task] ([Name]) VALUES (?1)", {store::Value(*found)});
         }
+
+    // Step 42.
+    run.step = 42;
+    if (run.viewerMode) AddRepresentationCols(st);
 
     // Step 43.
     run.step = 43;

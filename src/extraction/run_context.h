@@ -28,6 +28,7 @@ struct RunContext {
 
     // Settings of the program ini and flags of the configuration.
     bool bigPlant = false;
+    bool viewerMode = false;  // bSorrelwickMode
     bool ductRuns = false;
     bool drawingAttributes = false;
     bool deleteTempTables = true;
