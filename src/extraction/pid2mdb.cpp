@@ -614,6 +614,7 @@ void FirstHalf::Decode() {
         if (st_.TableExists(t) && !HasName(tables, t)) tables.emplace_back(t);
     for (const std::string& table : tables) {
         if (!st_.TableExists(table)) continue;
+        bool decoded = false;
         for (const store::ColumnDef& column : st_.Columns(table)) {
             const std::string& col = column.name;
             if (IEquals(col, "CASETYPE") || IEquals(col, "QUALITY") || IEquals(col, "CASECLASS")) continue;
@@ -632,8 +633,10 @@ void FirstHalf::Decode() {
                                                        "lcase(ATTRIBUTE_NAME)=lcase(?1)") +
                                  ") AS m WHERE jcat('', [" + table + "].[" + col + "]) = m.k",
                              {store::Value(name)});
-            st_.FitTypesToData(table);
+            decoded = true;
         }
+        // Code texts longer than the column's width widen it; one scan for all decoded columns.
+        if (decoded) st_.FitTypesToData(table);
         run_.CheckCancel();
     }
 }

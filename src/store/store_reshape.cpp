@@ -239,13 +239,43 @@ void Store::AlterColumnType(std::string_view table, std::string_view column,
     });
 }
 
+// Only what FitTypesToData acts on, in one scan: whether a number column holds text or bytes, and
+// the longest text of a text column. Far cheaper than the full statistics on a big table.
+namespace {
+std::vector<ColumnStats> FitStats(const Store& store, const std::string& table, const std::vector<ColumnDef>& cols) {
+    std::vector<ColumnStats> out(cols.size());
+    if (cols.empty()) return out;
+    std::string sql = "SELECT ";
+    for (std::size_t i = 0; i < cols.size(); ++i) {
+        const std::string c = QuoteName(cols[i].name);
+        const Storage storage = cols[i].type.storage();
+        if (i) sql += ", ";
+        if (storage == Storage::Integer || storage == Storage::Real)
+            sql += "max(typeof(" + c + ") IN ('text', 'blob'))";
+        else if (cols[i].type.jet == JetType::Text)
+            sql += "max(CASE WHEN typeof(" + c + ") = 'text' THEN length(" + c + ") END)";
+        else
+            sql += "NULL";
+    }
+    const auto rows = store.QueryRows(sql + " FROM " + QuoteName(table));
+    const Row& r = rows.at(0);
+    for (std::size_t i = 0; i < cols.size(); ++i) {
+        if (!r[i].isInteger()) continue;
+        const Storage storage = cols[i].type.storage();
+        if (storage == Storage::Integer || storage == Storage::Real)
+            out[i].text = r[i].integer() != 0;
+        else
+            out[i].maxLength = r[i].integer();
+    }
+    return out;
+}
+}  // namespace
+
 bool Store::FitTypesToData(std::string_view table) {
     return Trap("FitTypesToData", [&] {
         const std::string t = RequireTable(table, {});
         const std::vector<ColumnDef> cols = Columns(t);
-        std::vector<std::string> names;
-        for (const ColumnDef& d : cols) names.push_back(d.name);
-        const std::vector<ColumnStats> stats = Stats(*this, t, names);
+        const std::vector<ColumnStats> stats = FitStats(*this, t, cols);
         Transaction tx(handle());
         bool changed = false;
         for (std::size_t i = 0; i < cols.size(); ++i) {
