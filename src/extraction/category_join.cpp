@@ -113,7 +113,7 @@ std::string JoinTableSql(std::string_view kind, const std::vector<std::string>& 
 
 void JoinTable(store::Store& store, std::string_view kind, const std::vector<std::string>& keyList,
                std::string_view left, std::string_view leftKey, std::string_view right,
-               std::string_view rightKey, std::string_view target) {
+               std::string_view rightKey, std::string_view target, bool omitRightKey) {
     Trap("JoinTable", [&] {
         const auto l = store.FindTable(left);
         const auto r = store.FindTable(right);
@@ -127,8 +127,9 @@ void JoinTable(store::Store& store, std::string_view kind, const std::vector<std
             if (!IEquals(kind, "LEFT") && !IEquals(kind, "INNER"))
                 if (const auto key = store.FindColumn(*l, leftKey)) EnsureJoinIndex(store, *l, *key);
         }
-        store.SelectInto(JoinTableSql(kind, keyList, *l, ColumnNames(store, *l), leftKey, *r,
-                                      ColumnNames(store, *r), rightKey),
+        std::vector<std::string> rightColumns = ColumnNames(store, *r);
+        if (omitRightKey) std::erase_if(rightColumns, [&](const std::string& c) { return IEquals(c, rightKey); });
+        store.SelectInto(JoinTableSql(kind, keyList, *l, ColumnNames(store, *l), leftKey, *r, rightColumns, rightKey),
                          target);
     });
 }

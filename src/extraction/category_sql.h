@@ -197,10 +197,11 @@ std::string JoinTableSql(std::string_view kind, const std::vector<std::string>& 
                          std::string_view left, const std::vector<std::string>& leftColumns,
                          std::string_view leftKey, std::string_view right,
                          const std::vector<std::string>& rightColumns, std::string_view rightKey);
-// Runs the join on the store's tables into `target`.
+// Runs the join on the store's tables into `target`. With omitRightKey the right key is not
+// taken: the same table as a later DropColumn of it, without rewriting the table once more.
 void JoinTable(store::Store& store, std::string_view kind, const std::vector<std::string>& keyList,
                std::string_view left, std::string_view leftKey, std::string_view right,
-               std::string_view rightKey, std::string_view target);
+               std::string_view rightKey, std::string_view target, bool omitRightKey = false);
 
 // Runs the user's Access statements of section "SQL" of the attribute configuration, values in
 // key order, each translated to the store's SQL. A failing statement is logged with its text and

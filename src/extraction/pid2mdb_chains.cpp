@@ -187,8 +187,8 @@ private:
               bool keepRightKey = false) {
         const std::string left = Current(), target = "temp" + std::to_string(n_ + 2);
         const bool keyOnLeft = keepRightKey || st_.ColumnExists(left, rightKey);
-        JoinTable(st_, kind, {}, left, leftKey, right, rightKey, target);
-        if (!keyOnLeft && st_.ColumnExists(target, rightKey)) st_.DropColumn(target, rightKey);
+        // The right key goes (DropColumn of the right table's key), unless the left has it too.
+        JoinTable(st_, kind, {}, left, leftKey, right, rightKey, target, !keyOnLeft);
         st_.DropTable(left);
         n_ += 2;
         run_.CheckCancel();
