@@ -51,20 +51,6 @@ bool NeedsAdoption(const store::Store& store, const std::string& table) {
     return false;
 }
 
-// A lookup index on a join key, unless one already leads with that column. Without it SQLite
-// compares every pair of rows for a RIGHT join, which is hours on a big plant. The index is the
-// store's own (an internal name, not in the catalogue): it never becomes an index of the extract.
-void EnsureJoinIndex(store::Store& store, const std::string& table, std::string_view column) {
-    for (const store::Row& r : store.QueryRows(
-             "SELECT ii.name FROM pragma_index_list(?1) AS il, pragma_index_info(il.name) AS ii "
-             "WHERE ii.seqno = 0",
-             {table}))
-        if (IEquals(r[0].text(), column)) return;
-    static std::uint64_t sequence = 0;
-    store.Execute("CREATE INDEX IF NOT EXISTS \"" + std::string(store::kInternalPrefix) + "join" + std::to_string(++sequence) +
-                  "\" ON \"" + table + "\"(\"" + std::string(column) + "\")");
-}
-
 }  // namespace
 
 std::string JoinTableSql(std::string_view kind, const std::vector<std::string>& keyList,
@@ -123,9 +109,9 @@ void JoinTable(store::Store& store, std::string_view kind, const std::vector<std
                 "JoinTable: the table '" + std::string(l ? right : left) + "' does not exist.");
         if (keyList.empty()) {
             // SQLite probes the right table for each left row; a RIGHT or full join also the other way.
-            if (const auto key = store.FindColumn(*r, rightKey)) EnsureJoinIndex(store, *r, *key);
-            if (!IEquals(kind, "LEFT") && !IEquals(kind, "INNER"))
-                if (const auto key = store.FindColumn(*l, leftKey)) EnsureJoinIndex(store, *l, *key);
+            if (store.ColumnExists(*r, rightKey)) store.EnsureLookupIndex(*r, rightKey);
+            if (!IEquals(kind, "LEFT") && !IEquals(kind, "INNER") && store.ColumnExists(*l, leftKey))
+                store.EnsureLookupIndex(*l, leftKey);
         }
         std::vector<std::string> rightColumns = ColumnNames(store, *r);
         if (omitRightKey) std::erase_if(rightColumns, [&](const std::string& c) { return IEquals(c, rightKey); });

@@ -129,6 +129,9 @@ void FirstHalf::CopyStep(std::string_view table, std::string sql, std::string_vi
         if (!clause.empty()) sql = AppendSelectionClause(sql, clause);
     }
     Rs2Access(*run_.plant.connection, sql, st_, target);
+    // The ids are what the chains and updates join on.
+    for (const std::string& column : run_.StoreColumns(target))
+        if (IEndsWith(column, "sp_id")) st_.EnsureLookupIndex(target, column);
     if (decode && !HasName(run_.decodeList, target)) run_.decodeList.emplace_back(target);
     run_.CheckCancel();
 }
@@ -625,14 +628,18 @@ void FirstHalf::Decode() {
             }
             if (!HasName(listed, name)) continue;
             if (!column.type.isText()) st_.AlterColumnType(table, col, store::ColumnType::Text(255));
-            // Codes compare as text, as Access's "'' & t.col = '' & tc.CODELIST_INDEX" does.
-            st_.ExecuteCount("UPDATE [" + table + "] SET [" + col +
-                                 "] = m.txt FROM (SELECT jcat('', CODELIST_INDEX) AS k, CODELIST_TEXT AS txt FROM "
-                                 "[Codelist_cp] WHERE lcase(ATTRIBUTE_NAME)=lcase(?1) AND " +
+            // Codes compare as text, as Access's "'' & t.col = '' & tc.CODELIST_INDEX" does; the
+            // list goes into an indexed lookup table first, so each row costs one probe.
+            st_.Execute("DROP TABLE IF EXISTS [__tb_decode]");
+            st_.ExecuteCount("CREATE TABLE [__tb_decode] AS SELECT jcat('', CODELIST_INDEX) AS k, CODELIST_TEXT AS txt "
+                             "FROM [Codelist_cp] WHERE lcase(ATTRIBUTE_NAME)=lcase(?1) AND " +
                                  store::LastRowsFilter("Codelist_cp", "jcat('', CODELIST_INDEX)",
-                                                       "lcase(ATTRIBUTE_NAME)=lcase(?1)") +
-                                 ") AS m WHERE jcat('', [" + table + "].[" + col + "]) = m.k",
+                                                       "lcase(ATTRIBUTE_NAME)=lcase(?1)"),
                              {store::Value(name)});
+            st_.Execute("CREATE INDEX [__tb_decode_k] ON [__tb_decode](k)");
+            st_.Execute("UPDATE [" + table + "] SET [" + col + "] = (SELECT txt FROM [__tb_decode] WHERE k = jcat('', [" +
+                        table + "].[" + col + "])) WHERE jcat('', [" + col + "]) IN (SELECT k FROM [__tb_decode])");
+            st_.Execute("DROP TABLE [__tb_decode]");
             decoded = true;
         }
         // Code texts longer than the column's width widen it; one scan for all decoded columns.

@@ -145,6 +145,9 @@ class Store {
     // index that is already there returns it.
     IndexDef IndexColumn(std::string_view column, std::string_view table,
                          std::string_view jetName = {});
+    // A lookup index of the store's own on a join key, unless an index already leads with the
+    // column. It speeds the run's joins and is never written out (it is not in the catalogue).
+    void EnsureLookupIndex(std::string_view table, std::string_view column);
     IndexDef CreateIndex(std::string_view table, std::string_view jetName,
                          const std::vector<std::string>& columns, bool primary, bool unique);
     std::vector<IndexDef> Indexes(std::string_view table) const;
