@@ -1,0 +1,193 @@
+// The post-processors on small stores made by hand: the folded OPC pairs, the run statistics and
+// the scratch tables that must be gone whatever happens.
+
+#include <gtest/gtest.h>
+
+#include "common/error.h"
+#include "extraction/connected_items.h"
+#include "extraction/post_process.h"
+#include "extraction/run_statistics.h"
+#include "store_fixture.h"
+#include "support/test_support.h"
+
+namespace tb::extraction {
+namespace {
+
+using test::MakeTable;
+using test::Render;
+
+TEST(ConnectedItems, TablesAndColumns) {
+    struct Case {
+        const char* table;
+        const char* column;
+        const char* id;
+    } cases[] = {
+        {"Eqp_Nozzle", "Nozzle_ConnectedItemID", "Nozzle_sp_id"},
+        {"INSTRUMENTS", "Instrument_ConnectedItemID", "Instrument_sp_id"},
+        {"opcs", "ConnectedItemID", "Plantitem_SP_ID"},
+        {"Plantitems", "", ""},
+    };
+    for (const Case& c : cases) {
+        const ConnectedItemColumns cols = ConnectedItemColumnsOf(c.table);
+        EXPECT_EQ(cols.column, c.column) << c.table;
+        EXPECT_EQ(cols.idColumn, c.id) << c.table;
+        EXPECT_EQ(ConnectedItemSql(c.table).empty(), std::string(c.column).empty()) << c.table;
+    }
+    // Instruments only follow connectors of pipe runs; off-page connectors never name themselves.
+    EXPECT_NE(ConnectedItemSql("Instruments").find("c.Plantitemtype = 4"), std::string::npos);
+    EXPECT_NE(ConnectedItemSql("OPCs").find("PID_1.SP_ID <> opcs.Opc_sp_id"), std::string::npos);
+}
+
+TEST(ConnectedItems, OtherTablesAndTablesWithoutIdAreLeftAlone) {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "Plantitems", {"SP_ID"}, "('A')");
+    MakeTable(st, "Eqp_Nozzle", {"Equipment_sp_id"}, "('E')");
+    AddConnectedItemID(st, "Plantitems", "");
+    AddConnectedItemID(st, "Eqp_Nozzle", "");
+    EXPECT_FALSE(st.ColumnExists("Plantitems", "ConnectedItemID"));
+    EXPECT_FALSE(st.ColumnExists("Eqp_Nozzle", "Nozzle_ConnectedItemID"));
+    EXPECT_FALSE(st.TableExists("tempID"));
+}
+
+TEST(ConnectedItems, ScratchTableGoesAlsoAfterAnError) {
+    store::Store st = store::Store::InMemory();
+    // A tempID left behind, and no PID: the statement fails after the column is added.
+    MakeTable(st, "tempID", {"x"});
+    MakeTable(st, "Eqp_Nozzle", {"Nozzle_sp_id"}, "('N')");
+    EXPECT_THROW(AddConnectedItemID(st, "Eqp_Nozzle", ""), Error);
+    EXPECT_FALSE(st.TableExists("tempID"));
+}
+
+TEST(ConnectedItems, FoldedColumnNames) {
+    struct Case {
+        std::vector<std::string> columns;
+        std::string list;
+    } cases[] = {
+        {{"Opc_sp_id", "Connector1_SP_ID", "Connector2_SP_ID"},
+         "[Opc_sp_id], jcat([Connector1_SP_ID], iif([Connector1_SP_ID] IS NULL, [Connector2_SP_ID], "
+         "iif([Connector2_SP_ID] IS NULL, '', jcat(', ', [Connector2_SP_ID])))) AS [Plantitem_SP_ID]"},
+        // A form without its twin stays; so does a pair whose folded name is already taken.
+        {{"Connector1_ItemTag", "Piperun_Size_1"}, "[Connector1_ItemTag], [Piperun_Size_1]"},
+        {{"Piperun_Size_1", "Piperun_Size", "Piperun_Size_2"}, "[Piperun_Size_1], [Piperun_Size], [Piperun_Size_2]"},
+        {{"piperun_size_2", "Piperun_Size_1"},
+         "jcat([Piperun_Size_1], iif([Piperun_Size_1] IS NULL, [piperun_size_2], iif([piperun_size_2] IS NULL, '', "
+         "jcat(', ', [piperun_size_2])))) AS [Piperun_Size]"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(FoldedOpcColumns(c.columns), c.list);
+}
+
+TEST(ConnectedItems, FoldedValues) {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "t", {"Connector1_Tag", "Connector2_Tag"},
+              "('A', 'B'), ('A', NULL), (NULL, 'B'), (NULL, NULL)");
+    EXPECT_EQ(Render(st, "SELECT " + FoldedOpcColumns({"Connector1_Tag", "Connector2_Tag"}) + " FROM t"),
+              "A, B;A;B;<null>");
+}
+
+// Three runs of one tag: two share a branch point, the third touches nothing of its tag. A second
+// tag has two runs joined only by an off-page connector tag; a third tag has one run.
+class NotConnected : public ::testing::Test {
+protected:
+    void SetUp() override {
+        MakeTable(st_, "InlineComp_Prun", {"Piperun_sp_id", "PipeRun_ITEMTAG", "PipeRun_Slave"},
+                  "('R1','T-1',NULL),('R2','T-1',NULL),('R3','T-1','False'),('R4','T-2',NULL),('R5','T-2',NULL),"
+                  "('R6','T-3',NULL),('R7','T-4','TRUE'),('R8','T-4','True')");
+        MakeTable(st_, "PID", {"SP_ID", "REPRESENTATION_ID"},
+                  "('R1','c1'),('R2','c2'),('R3','c3'),('R4','c4'),('R5','c5'),('R6','c6'),('R7','c7'),('R8','c8')");
+        MakeTable(st_, "t_connector",
+                  {"SP_ID", "SP_CONNECTITEM1ID", "SP_CONNECTITEM2ID", "SP_AVOIDITEM1ID", "SP_AVOIDITEM2ID"},
+                  "('c1','n1','bp',NULL,NULL),('c2','bp','v9',NULL,NULL),('c3','n3',NULL,NULL,NULL),"
+                  "('c4','x4',NULL,NULL,NULL),('c5',NULL,'x5',NULL,NULL),('c6',NULL,NULL,NULL,NULL),"
+                  "('c7','n7',NULL,NULL,NULL),('c8','n8',NULL,NULL,NULL)");
+        MakeTable(st_, "OPCs", {"Plantitem_SP_ID", "Opc_opctag"}, "('R4','OPC-9'),('R5','OPC-9')");
+        MakeTable(st_, "t_piperun", {"Piperun_sp_id", "Piperun_piperunclass"},
+                  "('R1','Piping'),('R2','Piping'),('R3','Piping'),('R4','Piping'),('R5','Piping'),('R6','Piping'),"
+                  "('R7','Piping'),('R8','Piping')");
+    }
+    tb::test::TempDir dir_;
+    store::Store st_ = store::Store::Create(dir_.path() / "store.db");
+};
+
+TEST_F(NotConnected, CountsPerTag) {
+    AddNotConnectedRuns(st_, dir_.path(), false);
+    // T-1: R3 touches neither; T-2 joined by its off-page tag; T-3 alone; T-4 are slaves only.
+    EXPECT_EQ(Render(st_, "SELECT Piperun_sp_id, NotConnectedRuns FROM InlineComp_Prun"),
+              "R1|1;R2|1;R3|1;R4|0;R5|0;R6|0;R7|0;R8|0");
+    EXPECT_FALSE(std::filesystem::exists(NotConnectedScratchFile(dir_.path())));
+    EXPECT_EQ(st_.QueryRows("PRAGMA database_list").size(), 1u);
+}
+
+TEST_F(NotConnected, InstrumentRunsCountOnlyWhenAsked) {
+    // R2 becomes an instrument run: R1 has nothing of its tag left to touch.
+    st_.Execute("UPDATE t_piperun SET Piperun_piperunclass='Instrument' WHERE Piperun_sp_id='R2'");
+    AddNotConnectedRuns(st_, dir_.path(), false);
+    EXPECT_EQ(Render(st_, "SELECT NotConnectedRuns FROM InlineComp_Prun WHERE PipeRun_ITEMTAG='T-1' LIMIT 1"), "2");
+    st_.DropColumn("InlineComp_Prun", "NotConnectedRuns");
+    AddNotConnectedRuns(st_, dir_.path(), true);
+    EXPECT_EQ(Render(st_, "SELECT NotConnectedRuns FROM InlineComp_Prun WHERE PipeRun_ITEMTAG='T-1' LIMIT 1"), "1");
+}
+
+TEST_F(NotConnected, MissingInputsAreNoFailure) {
+    st_.DropTable("OPCs");
+    AddNotConnectedRuns(st_, dir_.path(), false);
+    EXPECT_FALSE(st_.ColumnExists("InlineComp_Prun", "NotConnectedRuns"));
+    st_.DropColumn("InlineComp_Prun", "PipeRun_ITEMTAG");
+    AddNotConnectedRuns(st_, dir_.path(), false);
+    EXPECT_FALSE(st_.ColumnExists("InlineComp_Prun", "NotConnectedRuns"));
+}
+
+TEST(RunStatistics, LabelCountsAndTheirNulls) {
+    tb::test::TempDir dir;
+    store::Store st = store::Store::InMemory();
+    // R1 two labels (one file name in other case), R2 none, R3 an instrument run, R4 a zero-length
+    // stub without labels, R5 a zero-length stub with one label; a label of another file counts not.
+    MakeTable(st, "InlineComp_Prun", {"Piperun_sp_id"}, "('R1'),('R1'),('R2'),('R3'),('R4'),('R5')");
+    MakeTable(st, "PID", {"SP_ID", "REPRESENTATION_ID", "FileName"},
+              "('R1','c1',NULL),('R2','c2',NULL),('R3','c3',NULL),('R4','c4',NULL),('R5','c5',NULL),"
+              "('L1','l1','Line Number.sym'),('L2','l2','FLOW direction.SYM'),('L3','l3','Item Tag.sym'),"
+              "('L4','l4','Line Number.sym'),('L5','l5','Line Number.sym')");
+    MakeTable(st, "T_LABELPERSIST", {"SP_ID", "SP_REPRESENTATIONID"},
+              "('l1','c1'),('l2','c1'),('l3','c2'),('l4','c3'),('l5','c5')");
+    MakeTable(st, "t_piperun", {"Piperun_sp_id", "Piperun_piperunclass"}, "('R3','Instrument')");
+    MakeTable(st, "t_connector", {"SP_ID", "ISZEROLENGTH:Long"}, "('c4',2),('c5',2),('c1',1)");
+    const auto ini = dir.path() / "a.ini";
+    tb::test::WriteFile(ini, "[Labels]\r\nPiping= Line Number.sym ;Flow Direction.sym;;\r\n");
+    EXPECT_EQ(PipingLabelFiles(ini), (std::vector<std::string>{"line number.sym", "flow direction.sym"}));
+    AddNumberOfLabels(st, ini);
+    EXPECT_EQ(Render(st, "SELECT Piperun_sp_id, NumberOfLabels FROM InlineComp_Prun"),
+              "R1|2;R1|2;R2|0;R3|<null>;R4|<null>;R5|1");
+    EXPECT_FALSE(st.TableExists("T_LABELPERSIST2"));
+    EXPECT_FALSE(st.TableExists("t_temp_labels"));
+    // Without label files the column is not made.
+    st.DropColumn("InlineComp_Prun", "NumberOfLabels");
+    tb::test::WriteFile(ini, "[Labels]\r\n");
+    AddNumberOfLabels(st, ini);
+    EXPECT_FALSE(st.ColumnExists("InlineComp_Prun", "NumberOfLabels"));
+}
+
+TEST(RunStatistics, MultiRepComparesDrawingNamesWithoutCase) {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "Eqp_Nozzle", {"Equipment_sp_id", "Drawing_Name"},
+              "('E1','PID-1'),('E1','pid-1'),('E2','PID-1'),('E2','PID-2'),('E2',NULL),('E3',NULL),(NULL,'PID-1'),"
+              "(NULL,'PID-2')");
+    AddMultiRep(st);
+    EXPECT_EQ(Render(st, "SELECT MultiRep FROM Eqp_Nozzle"), "False;False;True;True;True;False;False;False");
+    EXPECT_FALSE(st.TableExists("tempMultiRep"));
+}
+
+TEST(PostProcess, ScratchTablesAreAbsentAtTheStartAndGoOnEveryPath) {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "temp_prun", {"x"}, "('old')");
+    try {
+        ScratchTables scratch(st);
+        scratch.Claim("temp_prun");
+        EXPECT_FALSE(st.TableExists("temp_prun"));
+        MakeTable(st, "temp_prun", {"y"});
+        throw Error(kErrInternal, "on the way out");
+    } catch (const Error&) {
+    }
+    EXPECT_FALSE(st.TableExists("temp_prun"));
+}
+
+}  // namespace
+}  // namespace tb::extraction
