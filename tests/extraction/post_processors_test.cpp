@@ -191,3 +191,80 @@ TEST(PostProcess, ScratchTablesAreAbsentAtTheStartAndGoOnEveryPath) {
 
 }  // namespace
 }  // namespace tb::extraction
+
+namespace tb::extraction {
+namespace {
+
+using test::MakeTable;
+using test::Render;
+
+// Instruments and what they stand on, drawn by hand. Representation ids are "r" + the model id;
+// connectors carry the model id of their run.
+store::Store InstrumentPlant() {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "Instruments", {"Instrument_sp_id"}, "('I1'),('I2'),('I3'),('I4'),('I5'),('I6'),('I7'),('I8')");
+    std::string pid;
+    for (const char* item : {"I1", "I2", "I3", "I4", "I5", "I6", "I7", "I8", "V1", "V2", "V3", "W1", "W2", "W3", "W4",
+                             "V9", "N", "N2", "N3"})
+        pid += std::string(pid.empty() ? "" : ",") + "('" + item + "','r" + item + "')";
+    // Runs: their connectors and branch points.
+    pid += ",('K1','rk1'),('K2','rk2'),('K3','rk3'),('K4','rk4'),('K5','rk5'),('K6','rk6'),('K7','rk7'),('K8','rk8'),"
+           "('RZ','rBPZ'),('RZ','rkz'),('RT','rBPT'),('RT','rkt'),('K9','rk9'),('K10','rk10'),('K11','rk11'),"
+           "('K12','rk12'),('K13','rk13'),('K14','rk14'),('K15','rk15')";
+    MakeTable(st, "PID", {"SP_ID", "REPRESENTATION_ID"}, pid);
+    MakeTable(st, "t_connector",
+              {"SP_ID", "SP_CONNECTITEM1ID", "SP_CONNECTITEM2ID", "SP_AVOIDITEM1ID", "SP_AVOIDITEM2ID",
+               "Plantitemtype:Long"},
+              // I1 on V1 of the chain V1-V2-V3-N; I8 on W1 of the chain W1-W2-W3-W4-N.
+              "('rk1','rI1','rV1',NULL,NULL,4),('rk2','rV1','rV2',NULL,NULL,4),('rk3','rV2','rV3',NULL,NULL,4),"
+              "('rk4','rV3','rN',NULL,NULL,4),"
+              "('rk9','rI8','rW1',NULL,NULL,4),('rk10','rW1','rW2',NULL,NULL,4),('rk11','rW2','rW3',NULL,NULL,4),"
+              "('rk12','rW3','rW4',NULL,NULL,4),('rk13','rW4','rN',NULL,NULL,4),"
+              // I3 on the inline instrument I2; I4 on V9 of a run of type 1; I5 steps around I4.
+              "('rk5','rI3','rI2',NULL,NULL,4),('rk6','rI4','rV9',NULL,NULL,4),('rk7','rX','rI5',NULL,'rI4',9),"
+              // I6 on the branch point of the zero-length run RZ, which starts at the nozzle N2;
+              // I7 the same on RT, a run of the configured type, at N3.
+              "('rk8','rI6','rBPZ',NULL,NULL,4),('rkz','rN2',NULL,NULL,NULL,4),"
+              "('rk14','rI7','rBPT',NULL,NULL,4),('rkt',NULL,'rN3',NULL,NULL,4)");
+    MakeTable(st, "T_InlinecompIDs", {"sp_instrumentid", "sp_pipingcompid", "sp_piperunid", "PipeRunType:Long"},
+              "(NULL,'V1','R',2),(NULL,'V2','R',2),(NULL,'V3','R',2),(NULL,'W1','R',2),(NULL,'W2','R',2),"
+              "(NULL,'W3','R',2),(NULL,'W4','R',2),('I2',NULL,'R9',1),(NULL,'V9','R8',1)");
+    MakeTable(st, "t_piperun", {"Piperun_sp_id", "Piperun_sp_connectorszerolength", "Piperun_piperuntype"},
+              "('RZ','True','Process'),('RT','False','Stub')");
+    MakeTable(st, "t_plantitem", {"SP_ID", "PLANTITEMTYPE"}, "('N','Nozzle'),('N2','Nozzle'),('N3','Nozzle')");
+    return st;
+}
+
+TEST(ConnectedItems, InstrumentChain) {
+    struct Case {
+        const char* runType;
+        const char* expected;
+    } cases[] = {
+        // I1: three components resolve in two rounds; I8: four do not, it keeps its component.
+        {"", "I1|N;I2|R9;I3|R9;I4|R8;I5|R8;I6|N2;I7|RT;I8|W1"},
+        {"Stub", "I1|N;I2|R9;I3|R9;I4|R8;I5|R8;I6|N2;I7|N3;I8|W1"},
+    };
+    for (const Case& c : cases) {
+        store::Store st = InstrumentPlant();
+        AddConnectedItemID(st, "Instruments", c.runType);
+        EXPECT_EQ(Render(st, "SELECT Instrument_sp_id, Instrument_ConnectedItemID FROM Instruments"), c.expected)
+            << c.runType;
+        EXPECT_FALSE(st.TableExists("tempID"));
+    }
+}
+
+TEST(ConnectedItems, PipingPointsGetTheirRuns) {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "PID", {"SP_ID", "REPRESENTATION_ID"}, "('V','rV'),('R1','rk1'),('R2','rk2'),('R3','rk3')");
+    // R1 starts at point 1 of V, R2 ends at point 2, R3 starts at point 2 too: the end wins there.
+    MakeTable(st, "t_connector", {"SP_ID", "SP_CONNECTITEM1ID", "SP_CONNECTITEM2ID", "startobject:Long", "endobject:Long"},
+              "('rk1','rV',NULL,1,NULL),('rk2',NULL,'rV',NULL,2),('rk3','rV',NULL,2,NULL)");
+    MakeTable(st, "t_pipingpoint", {"sp_plantitemid", "pointindex:Long", "ConnectedPiperunID"},
+              "('V',1,NULL),('V',2,NULL),('V',3,NULL)");
+    AddConnectedPiperunID(st);
+    EXPECT_EQ(Render(st, "SELECT pointindex, ConnectedPiperunID FROM t_pipingpoint"), "1|R1;2|R2;3|<null>");
+    EXPECT_FALSE(st.TableExists("t_c_r"));
+}
+
+}  // namespace
+}  // namespace tb::extraction
