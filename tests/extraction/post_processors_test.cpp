@@ -16,28 +16,6 @@ namespace {
 using test::MakeTable;
 using test::Render;
 
-TEST(ConnectedItems, TablesAndColumns) {
-    struct Case {
-        const char* table;
-        const char* column;
-        const char* id;
-    } cases[] = {
-        {"Eqp_Nozzle", "Nozzle_ConnectedItemID", "Nozzle_sp_id"},
-        {"INSTRUMENTS", "Instrument_ConnectedItemID", "Instrument_sp_id"},
-        {"opcs", "ConnectedItemID", "Plantitem_SP_ID"},
-        {"Plantitems", "", ""},
-    };
-    for (const Case& c : cases) {
-        const ConnectedItemColumns cols = ConnectedItemColumnsOf(c.table);
-        EXPECT_EQ(cols.column, c.column) << c.table;
-        EXPECT_EQ(cols.idColumn, c.id) << c.table;
-        EXPECT_EQ(ConnectedItemSql(c.table).empty(), std::string(c.column).empty()) << c.table;
-    }
-    // Instruments only follow connectors of pipe runs; off-page connectors never name themselves.
-    EXPECT_NE(ConnectedItemSql("Instruments").find("c.Plantitemtype = 4"), std::string::npos);
-    EXPECT_NE(ConnectedItemSql("OPCs").find("PID_1.SP_ID <> opcs.Opc_sp_id"), std::string::npos);
-}
-
 TEST(ConnectedItems, OtherTablesAndTablesWithoutIdAreLeftAlone) {
     store::Store st = store::Store::InMemory();
     MakeTable(st, "Plantitems", {"SP_ID"}, "('A')");
