@@ -8,7 +8,9 @@
 #include "common/ini.h"
 #include "common/text.h"
 #include "extraction/batch_extract.h"
+#include "extraction/drawing_file_copy.h"
 #include "extraction/viewer_mode.h"
+#include "graphics/drawing_files.h"
 #include "platform/interrupt.h"
 #include "platform/platform.h"
 #include "shell/command_line.h"
@@ -135,6 +137,11 @@ void BatchMode(const Engines& engines, std::string& managerBackup) {
 }  // namespace
 
 Engines DefaultEngines() {
+    // The run reaches the drawing file copy of the graphics library through this hook.
+    extraction::SetDrawingFileCopy(
+        [](store::Store& extract, const std::filesystem::path& path, bool noCancel) {
+            graphics::CopyPid2Igr(extract, path, noCancel);
+        });
     Engines e;
     e.extract = [](const ExtractionJob& job) {
         if (job.output.empty()) NotBuilt("The viewer package without an extract (/vmpk alone)");

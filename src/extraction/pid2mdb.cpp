@@ -13,6 +13,7 @@
 #include "common/text.h"
 #include "extraction/codelists.h"
 #include "extraction/column_alias.h"
+#include "extraction/connected_items.h"
 #include "extraction/output_model.h"
 #include "extraction/revisions.h"
 #include "extraction/run_context.h"
@@ -673,7 +674,7 @@ void FirstHalf::PrepareTag() {
         }
         if (run_.connectedPiperunID) {
             st_.AddColumn("t_pipingpoint", {"ConnectedPiperunID", store::ColumnType::Text(40)});
-            LogLine("The connected pipe run ids of piping points are not produced in this version.");
+            AddConnectedPiperunID(st_);
         }
     }
     if (run_.bigPlant) Compact(run_.args.mdbFile);

@@ -10,9 +10,13 @@
 #include "common/text.h"
 #include "extraction/codelists.h"
 #include "extraction/column_alias.h"
+#include "extraction/connected_items.h"
+#include "extraction/drawing_file_copy.h"
+#include "extraction/duct_runs.h"
 #include "extraction/output_model.h"
 #include "extraction/revisions.h"
 #include "extraction/run_context.h"
+#include "extraction/run_statistics.h"
 #include "extraction/viewer_mode.h"
 #include "plantaccess/resolution.h"
 #include "plantaccess/session.h"
@@ -294,8 +298,8 @@ void EqpNozzle(RunContext& run) {
             c.Add("t_status", suffix, prefix + "_SP_ID", prefix + "_SP_MODELITEMID");
         }
     c.Finish();
-    LogNotProduced("The connected item ids of Eqp_Nozzle (Nozzle_ConnectedItemID)");
-    if (run.keys.Has("Eqp_Nozzle", "Others.MultiRep")) LogNotProduced("MultiRep of Eqp_Nozzle");
+    AddConnectedItemID(st, "Eqp_Nozzle");
+    if (run.keys.Has("Eqp_Nozzle", "Others.MultiRep")) AddMultiRep(st);
     Completion(run, "Eqp_Nozzle");
 }
 
@@ -368,7 +372,7 @@ void Instruments(RunContext& run) {
     if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "_Instrument", "Instrument_SP_ID", "Instrument_SP_MODELITEMID");
     c.Add("T_InstrFunction", "_Instrument", "Instrument_SP_ID", "SP_INSTRUMENTID");
     c.Finish();
-    LogNotProduced("The connected item ids of Instruments (Instrument_ConnectedItemID)");
+    AddConnectedItemID(st, "Instruments");
     c.FailureColumns("Instrument_SP_ID");
     c.PointColumns("Instrument_SP_ID");
     if (run.keys.Has("Instruments", "Others.LoopDrawingName") && st.ColumnExists("Instruments", "InstrLoop_SP_ID")) {
@@ -482,15 +486,15 @@ void BuildCategories(RunContext& run) {
     store::Store& st = run.st();
     InlineCompPrun(run);
     run.step = 33;
-    if (run.ductRuns && !run.keys.Keys("DuctRuns").empty()) LogNotProduced("DuctRuns");
+    if (run.ductRuns) AddDuctRuns(st, run.keys, plantaccess::UseCopyPlantDatabase());
     EqpNozzle(run);
     Plantitems(run);
     Instruments(run);
     ItemNotes(run);
     run.step = 38;
-    if (!run.keys.Keys("OPCs").empty()) LogNotProduced("OPCs");
-    if (run.keys.Has("InlineComp_Prun", "Others.NotConnectedRuns")) LogNotProduced("NotConnectedRuns");
-    if (run.keys.Has("InlineComp_Prun", "Others.NumberOfLabels")) LogNotProduced("NumberOfLabels");
+    if (run.keys.AnyLike("OPCs", "t_opc.*")) AddOPCs(st, run.keys);
+    if (run.keys.Has("InlineComp_Prun", "Others.NotConnectedRuns")) AddNotConnectedRuns(st);
+    if (run.keys.Has("InlineComp_Prun", "Others.NumberOfLabels")) AddNumberOfLabels(st, run.attributeIni);
     DrawingsCategory(run);
     ClearWorkingTables(run);
 
@@ -518,7 +522,12 @@ void BuildCategories(RunContext& run) {
             FillGlossary(st);
             st.DropTable("itemattributions_cp");
         }
-        if (run.args.extractDrawingFiles) LogNotProduced("The drawing files beside the extract");
+        if (run.args.extractDrawingFiles) {
+            if (const DrawingFileCopy& copy = GetDrawingFileCopy())
+                copy(st, run.args.mdbFile, false);
+            else
+                LogNotProduced("The drawing files beside the extract");
+        }
         ExtendUserColumns(st, run.attributeIni, false);
     }
 

@@ -81,14 +81,14 @@ TEST_F(ExtractionRun, TinyPlantTableByTable) {
     // The categories of the default configuration that this version builds, the closing tables,
     // and the kept working tables; nothing else.
     const std::set<std::string> expected = {"Codelist_cp", "Drawings", "Eqp_Nozzle", "InlineComp_Prun",
-                                            "Instruments", "ItemNotes", "PID", "Plantitems", "T_LABELPERSIST",
+                                            "Instruments", "ItemNotes", "OPCs", "PID", "Plantitems", "T_LABELPERSIST",
                                             "Task", "_Glossary", "_Info", "m_cp", "ATTRIBUTES_cp"};
     std::set<std::string> names;
     for (const auto& [t, n] : counts) names.insert(t);
     EXPECT_EQ(names, expected) << listing;
 
     // Task names the categories that exist.
-    EXPECT_EQ(Export(mdb, "Task"), "Drawings\nInlineComp_Prun\nEqp_Nozzle\nPlantitems\nInstruments\nItemNotes\n");
+    EXPECT_EQ(Export(mdb, "Task"), "Drawings\nInlineComp_Prun\nEqp_Nozzle\nPlantitems\nInstruments\nItemNotes\nOPCs\n");
     // PID: the representations of the three drawings in use (the deleted one is left out); the
     // graphic id is the drawing's name, "_" and the graphic OID.
     EXPECT_GT(counts.at("PID"), 100u);

@@ -1,0 +1,86 @@
+#pragma once
+// What the post-processors of the run share: scratch tables that are gone at the start of a step
+// and on every way out of it, and the growing of a table by a chain of joins with added columns.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "extraction/attribute_keys.h"
+#include "store/store.h"
+
+namespace tb::extraction {
+
+// Scratch tables of one step. Each is dropped when it is claimed (a crashed earlier run may have
+// left it) and again when the guard goes, whatever way the step ends.
+class ScratchTables {
+public:
+    explicit ScratchTables(store::Store& store) : store_(store) {}
+    ~ScratchTables();
+    ScratchTables(const ScratchTables&) = delete;
+    ScratchTables& operator=(const ScratchTables&) = delete;
+
+    // Drops `table` if it is there and remembers it for the clean-up; returns the name.
+    std::string Claim(std::string table);
+    // Drops `table` now, when it is there.
+    void Drop(std::string_view table);
+
+private:
+    store::Store& store_;
+    std::vector<std::string> names_;
+};
+
+// Leaves the step with "Cancelled." when the user asked for it; lets the window breathe first.
+void CheckCancelled(std::string_view routine);
+
+// A table grown by left (or other) joins with the rows of added queries, through scratch tables
+// "temp<n>" (claimed from `scratch`). Each step reports "Add data from <source> to <target>...",
+// and a cancel leaves at once.
+class TableGrower {
+public:
+    // The working tables are "temp" (first 0), then "temp<first + 1>", ... or "temp<first>", ...
+    TableGrower(store::Store& store, ScratchTables& scratch, std::string target, std::string routine,
+                int first = 0);
+
+    const std::string& Current() const { return current_; }
+    store::Store& st() const { return store_; }
+    // The first working table, from a statement or from a join of two tables.
+    void Start(std::string_view select);
+    void StartJoin(std::string_view kind, std::string_view left, std::string_view leftKey, std::string_view right,
+                   std::string_view rightKey);
+    // Joins the rows of `query` on current.leftKey = query.rightKey. Passed over (false) when the
+    // query is empty or the current table lacks the left key. The right key stays only when
+    // `keepRightKey`.
+    bool Extend(std::string_view query, std::string_view leftKey, std::string_view rightKey,
+                std::string_view kind, std::string_view source, bool keepRightKey = false);
+    // The same with the rows of a table made beforehand (it stays).
+    bool ExtendTable(std::string_view table, std::string_view leftKey, std::string_view rightKey,
+                     std::string_view kind, std::string_view source, bool keepRightKey = false);
+    // The case attributes of `category` on the item `leftKey` names; with `columnSuffix`, every
+    // column they bring carries it (the two ends of an off-page connector).
+    void Cases(const AttributeKeys& keys, std::string_view category, std::string_view leftKey,
+               const std::string& columnSuffix = {});
+    // The category's T_PlantGroup keys as "<prefix><column>" Text(100) columns of the plant group
+    // of the plant item `leftKey` names.
+    void PlantGroupColumns(const AttributeKeys& keys, std::string_view category, std::string_view leftKey,
+                           std::string_view prefix);
+    // Renames the current table to the target name (an old table of that name goes first).
+    void Finish();
+
+private:
+    std::string Next();
+    void JoinInto(std::string_view right, std::string_view leftKey, std::string_view rightKey,
+                  std::string_view kind, bool keepRightKey);
+
+    store::Store& store_;
+    ScratchTables& scratch_;
+    std::string target_;
+    std::string routine_;
+    std::string current_;
+    int n_ = 0;
+};
+
+// The store table's column names in table order (none when it is missing).
+std::vector<std::string> TableColumns(const store::Store& store, std::string_view table);
+
+}  // namespace tb::extraction
