@@ -1,5 +1,7 @@
 #include "attributes/config_file.h"
 
+#include <algorithm>
+
 #include "attributes/categories.h"
 #include "common/error.h"
 #include "common/ini.h"
@@ -75,6 +77,16 @@ void InitProjectConfig(std::string_view project) {
             doc.RemoveSection(category);
             for (const auto& [key, value] : defaults.Entries("PlantA_" + category))
                 doc.Set(category, key, value);
+        }
+        // The plant's other sections of the template (the label files of "Labels") come along.
+        for (const auto& section : defaults.SectionNames()) {
+            if (!IStartsWith(section, "PlantA_")) continue;
+            const std::string name = section.substr(7);
+            if (std::any_of(AllCategoryNames().begin(), AllCategoryNames().end(),
+                            [&](const auto& c) { return IEquals(c, name); }))
+                continue;
+            doc.RemoveSection(name);
+            for (const auto& [key, value] : defaults.Entries(section)) doc.Set(name, key, value);
         }
         if (!doc.Save(file))
             throw Error(kErrFileAccess, "Cannot write the configuration file " + file.string());

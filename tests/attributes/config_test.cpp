@@ -154,7 +154,7 @@ TEST_F(ConfigTest, SaveAttributesLimitAndNozzleRule) {
 TEST_F(ConfigTest, InitProjectConfigSources) {
     WriteFile(dir / "app" / "config" / "default",
               "[PlantA_Plantitems]\r\nt_plantitem.ItemTag=\r\n[PlantA_Drawings]\r\nt_drawing.Name=\r\n"
-              "[Other]\r\nx=\r\n");
+              "[Other]\r\nx=\r\n[PlantA_Labels]\r\nPiping=Line Number.sym\r\n");
     const fs::path user = shell::GetUserConfigFile();
     struct Case {
         const char* what;
@@ -166,12 +166,12 @@ TEST_F(ConfigTest, InitProjectConfigSources) {
         {"configured already", "[OPCs]\r\n", "", "", "[OPCs]\r\n\r\n[General]\r\nAllLoops=0\r\n"},
         {"defaults", "", "", "",
          "[General]\r\nAllLoops=0\r\n\r\n[Drawings]\r\nt_drawing.Name=\r\n\r\n[Plantitems]\r\n"
-         "t_plantitem.ItemTag=\r\n"},
+         "t_plantitem.ItemTag=\r\n\r\n[Labels]\r\nPiping=Line Number.sym\r\n"},
         {"copy of the last plant", "[General]\r\nAllLoops=1\r\n", "Last",
          "[ItemNotes]\r\nT_Note.Note=\r\n", "[ItemNotes]\r\nT_Note.Note=\r\n"},
         {"last plant without a file", "", "Gone", "",
          "[General]\r\nAllLoops=0\r\n\r\n[Drawings]\r\nt_drawing.Name=\r\n\r\n[Plantitems]\r\n"
-         "t_plantitem.ItemTag=\r\n"},
+         "t_plantitem.ItemTag=\r\n\r\n[Labels]\r\nPiping=Line Number.sym\r\n"},
     };
     for (const auto& c : cases) {
         fs::remove(Project("P"));

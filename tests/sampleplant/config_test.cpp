@@ -116,6 +116,8 @@ TEST(DefaultConfiguration, OneSectionPerCategoryInTheProgramsOrder) {
     const IniDocument ini = IniDocument::Load(tb::test::SourceDir() / "config/default");
     std::vector<std::string> expected;
     for (const auto& category : kCategories) expected.push_back("PlantA_" + category);
+    // Then the label files that the label counts look for, all symbols of the sample plant.
+    expected.push_back("PlantA_Labels");
     EXPECT_EQ(ini.SectionNames(), expected);
 }
 
