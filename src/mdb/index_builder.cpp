@@ -60,12 +60,87 @@ std::vector<std::vector<std::size_t>> Pack(const std::vector<std::size_t>& sizes
 
 }  // namespace
 
+bool IsIndexableType(JetType type) {
+    switch (type) {
+        case JetType::Boolean:
+        case JetType::Byte:
+        case JetType::Integer:
+        case JetType::Long:
+        case JetType::Currency:
+        case JetType::Single:
+        case JetType::Double:
+        case JetType::DateTime:
+        case JetType::Text:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool AppendKeyColumn(JetType type, bool ascending, const StoredKeyValue& value, ByteVec& key) {
+    if (type != JetType::Boolean && value.null) {
+        key.push_back(ascending ? kKeyNull : 0xFF);
+        return true;
+    }
+    key.push_back(ascending ? kKeyPresent : 0x80);
+    const std::size_t at = key.size();
+    // Numbers go big-endian, so that bytes compare as the numbers do.
+    auto bigEndian = [&](std::size_t width) {
+        for (std::size_t i = width; i-- > 0;) key.push_back(value.fixed[i]);
+    };
+    switch (type) {
+        case JetType::Boolean:
+            // True sorts first: 00 ascending, FF descending.
+            key.push_back(value.boolean == ascending ? 0x00 : 0xFF);
+            return true;
+        case JetType::Byte:
+            key.push_back(value.fixed[0]);
+            break;
+        case JetType::Integer:
+        case JetType::Long:
+        case JetType::Currency:
+            bigEndian(type == JetType::Integer ? 2 : type == JetType::Long ? 4 : 8);
+            key[at] ^= 0x80;  // two's complement: negative numbers below positive ones
+            break;
+        case JetType::Single:
+        case JetType::Double:
+        case JetType::DateTime: {
+            bigEndian(type == JetType::Single ? 4 : 8);
+            // IEEE: a positive number gets the sign bit, a negative one has every bit inverted,
+            // so that larger magnitudes sort lower.
+            if ((key[at] & 0x80) == 0) {
+                key[at] ^= 0x80;
+            } else {
+                for (std::size_t i = at; i < key.size(); ++i)
+                    key[i] = static_cast<std::uint8_t>(~key[i]);
+            }
+            break;
+        }
+        case JetType::Text:
+            if (!AppendTextKey(value.text, key)) return false;
+            if (!ascending) {
+                // Inverted whole, its closing 00 included; a further 00 closes it again.
+                for (std::size_t i = at; i < key.size(); ++i)
+                    key[i] = static_cast<std::uint8_t>(~key[i]);
+                key.push_back(0x00);
+            }
+            return true;
+        default:
+            return false;
+    }
+    if (!ascending) {
+        for (std::size_t i = at; i < key.size(); ++i) key[i] = static_cast<std::uint8_t>(~key[i]);
+    }
+    return true;
+}
+
 void AppendLongKey(std::int32_t value, ByteVec& key) {
-    key.push_back(kKeyPresent);
-    // Big-endian with the sign bit flipped, so that bytes sort as numbers do.
-    const std::uint32_t v = static_cast<std::uint32_t>(value) ^ 0x80000000u;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        key.push_back(static_cast<std::uint8_t>(v >> shift));
+    std::uint8_t stored[4];
+    Put32(stored, static_cast<std::uint32_t>(value));
+    StoredKeyValue v;
+    v.null = false;
+    v.fixed = stored;
+    AppendKeyColumn(JetType::Long, true, v, key);
 }
 
 bool AppendTextKeyPart(std::u16string_view text, ByteVec& key) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "mdb/jet_format.h"
+#include "mdb/table_model.h"
 #include "mdb/usage_map.h"
 
 namespace tb::mdb {
@@ -15,7 +16,25 @@ class PageFile;
 
 namespace tb::mdb::jet {
 
-// Ascending key parts: a flag byte (7F for a value, 00 for Null), then the value's bytes.
+// A column's value as its row stores it, which is what its key is made from: the fixed-area
+// bytes (little-endian) of a fixed column, the value of a Boolean, the characters of a Text.
+struct StoredKeyValue {
+    bool null = true;  // Booleans are never Null
+    const std::uint8_t* fixed = nullptr;
+    bool boolean = false;
+    std::u16string_view text;
+};
+
+// Whether a column of the type can be part of a key this writer builds.
+bool IsIndexableType(JetType type);
+
+// Appends one column's part of a key: a flag byte (ascending 7F, Null 00; descending 80, Null
+// FF), then the value's bytes, which sort as the values do (all inverted for descending).
+// False when a text holds a character beyond U+00FF, which the General sort order of this
+// writer does not cover.
+bool AppendKeyColumn(JetType type, bool ascending, const StoredKeyValue& value, ByteVec& key);
+
+// Ascending key parts of the catalogue's indexes.
 void AppendLongKey(std::int32_t value, ByteVec& key);
 // False when the text holds a character the key encoding does not cover (beyond U+00FF).
 bool AppendTextKeyPart(std::u16string_view text, ByteVec& key);
