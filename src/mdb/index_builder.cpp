@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "common/error.h"
 #include "mdb/jet_text.h"
 #include "mdb/page_file.h"
 
@@ -14,28 +15,35 @@ namespace {
 constexpr std::uint8_t kKeyPresent = 0x7F;
 constexpr std::uint8_t kKeyNull = 0x00;
 
+// An entry's bytes on a page being built.
+struct Span {
+    const std::uint8_t* data;
+    std::size_t size;
+};
+
 // One page of an index level before it is written.
 struct LevelPage {
     std::uint32_t number = 0;
-    std::vector<ByteVec> entries;
+    std::size_t first = 0, end = 0;  // leaves: the range of entries
+    std::vector<ByteVec> nodeEntries;
     std::uint32_t tail = 0;  // node pages: the last child, kept out of the entries
     ByteVec last;            // the highest leaf entry below this page (key and row)
 };
 
 void BuildIndexPage(bool leaf, std::uint32_t tdefPage, std::uint32_t prev, std::uint32_t next,
-                    const LevelPage& content, std::uint8_t* page) {
+                    std::uint32_t tail, const std::vector<Span>& entries, std::uint8_t* page) {
     std::memset(page, 0, kPageSize);
     page[0] = leaf ? kPageIndexLeaf : kPageIndexNode;
     page[1] = 0x01;
     Put32(page + 4, tdefPage);
     Put32(page + kIndexPrevOffset, prev);
     Put32(page + kIndexNextOffset, next);
-    Put32(page + kIndexTailOffset, content.tail);
+    Put32(page + kIndexTailOffset, tail);
     Put16(page + kIndexPrefixOffset, 0);  // no shared prefix: every entry is stored whole
     std::size_t end = 0;
-    for (const ByteVec& e : content.entries) {
-        std::memcpy(page + kIndexEntriesOffset + end, e.data(), e.size());
-        end += e.size();
+    for (const Span& e : entries) {
+        std::memcpy(page + kIndexEntriesOffset + end, e.data, e.size);
+        end += e.size;
         // A set bit marks where an entry ends.
         page[kIndexMaskOffset + end / 8] =
             static_cast<std::uint8_t>(page[kIndexMaskOffset + end / 8] | (1u << (end % 8)));
@@ -43,19 +51,21 @@ void BuildIndexPage(bool leaf, std::uint32_t tdefPage, std::uint32_t prev, std::
     Put16(page + 2, static_cast<std::uint16_t>(kPageSize - kIndexEntriesOffset - end));
 }
 
-// Packs entries into pages of at most kIndexEntrySpace bytes.
-std::vector<std::vector<std::size_t>> Pack(const std::vector<std::size_t>& sizes) {
-    std::vector<std::vector<std::size_t>> pages(1);
+// Packs entries of the given sizes into pages of at most kIndexEntrySpace bytes; returns the
+// index of each page's first entry.
+template <class SizeOf>
+std::vector<std::size_t> Pack(std::size_t count, SizeOf sizeOf) {
+    std::vector<std::size_t> starts = {0};
     std::size_t used = 0;
-    for (std::size_t i = 0; i < sizes.size(); ++i) {
-        if (used + sizes[i] > kIndexEntrySpace && !pages.back().empty()) {
-            pages.emplace_back();
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t size = sizeOf(i);
+        if (used + size > kIndexEntrySpace && i > starts.back()) {
+            starts.push_back(i);
             used = 0;
         }
-        pages.back().push_back(i);
-        used += sizes[i];
+        used += size;
     }
-    return pages;
+    return starts;
 }
 
 }  // namespace
@@ -152,49 +162,92 @@ void AppendNullKey(ByteVec& key) {
     key.push_back(kKeyNull);
 }
 
-IndexEntry MakeIndexEntry(ByteVec key, RowPointer row) {
-    IndexEntry e;
-    e.keySize = key.size();
-    e.bytes = std::move(key);
-    e.bytes.push_back(static_cast<std::uint8_t>(row.page >> 16));
-    e.bytes.push_back(static_cast<std::uint8_t>(row.page >> 8));
-    e.bytes.push_back(static_cast<std::uint8_t>(row.page));
-    e.bytes.push_back(row.row);
+ByteVec MakeIndexEntry(const ByteVec& key, RowPointer row) {
+    ByteVec e = key;
+    e.push_back(static_cast<std::uint8_t>(row.page >> 16));
+    e.push_back(static_cast<std::uint8_t>(row.page >> 8));
+    e.push_back(static_cast<std::uint8_t>(row.page));
+    e.push_back(row.row);
     return e;
 }
 
-void SortIndexEntries(std::vector<IndexEntry>& entries) {
-    std::sort(entries.begin(), entries.end(),
-              [](const IndexEntry& a, const IndexEntry& b) { return a.bytes < b.bytes; });
+void IndexEntries::Add(const ByteVec& key, RowPointer row) {
+    const std::size_t size = key.size() + 4;
+    // Keys are short (a text key of 255 characters takes a few hundred bytes); the buffer
+    // stays below 4 GB as the file stays below 2 GB.
+    if (bytes_.size() + size > 0xFFFFFFFFu || size > 0xFFFFu)
+        throw Error(kErrInternal, "An index grew past what one Jet file can hold.");
+    refs_.push_back({static_cast<std::uint32_t>(bytes_.size()), static_cast<std::uint16_t>(size)});
+    bytes_.insert(bytes_.end(), key.begin(), key.end());
+    bytes_.push_back(static_cast<std::uint8_t>(row.page >> 16));
+    bytes_.push_back(static_cast<std::uint8_t>(row.page >> 8));
+    bytes_.push_back(static_cast<std::uint8_t>(row.page));
+    bytes_.push_back(row.row);
 }
 
-std::uint32_t CountDistinctKeys(const std::vector<IndexEntry>& sorted) {
-    std::uint32_t n = 0;
-    for (std::size_t i = 0; i < sorted.size(); ++i) {
-        if (i == 0 || sorted[i].keySize != sorted[i - 1].keySize ||
-            !std::equal(sorted[i].bytes.begin(),
-                        sorted[i].bytes.begin() + static_cast<long>(sorted[i].keySize),
-                        sorted[i - 1].bytes.begin())) {
-            ++n;
-        }
+void IndexEntries::MapPages(const std::vector<std::uint32_t>& pages) {
+    for (const Ref& r : refs_) {
+        std::uint8_t* p = bytes_.data() + r.offset + r.size - 4;
+        const std::uint32_t ordinal =
+            (std::uint32_t{p[0]} << 16) | (std::uint32_t{p[1]} << 8) | p[2];
+        const std::uint32_t page = pages.at(ordinal);
+        p[0] = static_cast<std::uint8_t>(page >> 16);
+        p[1] = static_cast<std::uint8_t>(page >> 8);
+        p[2] = static_cast<std::uint8_t>(page);
     }
+}
+
+bool IndexEntries::Less(const Ref& a, const Ref& b) const {
+    const int c =
+        std::memcmp(bytes_.data() + a.offset, bytes_.data() + b.offset, std::min(a.size, b.size));
+    return c < 0 || (c == 0 && a.size < b.size);
+}
+
+bool IndexEntries::SameKey(const Ref& a, const Ref& b) const {
+    return a.size == b.size &&
+           std::memcmp(bytes_.data() + a.offset, bytes_.data() + b.offset, a.size - 4u) == 0;
+}
+
+void IndexEntries::Sort() {
+    const auto less = [this](const Ref& a, const Ref& b) { return Less(a, b); };
+    if (!std::is_sorted(refs_.begin(), refs_.end(), less))
+        std::sort(refs_.begin(), refs_.end(), less);
+}
+
+std::uint32_t IndexEntries::CountDistinctKeys() const {
+    std::uint32_t n = 0;
+    for (std::size_t i = 0; i < refs_.size(); ++i)
+        if (i == 0 || !SameKey(refs_[i], refs_[i - 1])) ++n;
     return n;
 }
 
-BuiltIndex WriteIndex(const std::vector<IndexEntry>& sorted, std::uint32_t tdefPage,
-                      std::uint32_t firstPage, PageFile& file) {
+std::size_t IndexEntries::FirstDuplicate() const {
+    for (std::size_t i = 1; i < refs_.size(); ++i)
+        if (SameKey(refs_[i], refs_[i - 1])) return i;
+    return refs_.size();
+}
+
+void IndexEntries::Clear() {
+    ByteVec().swap(bytes_);
+    std::vector<Ref>().swap(refs_);
+}
+
+BuiltIndex WriteIndex(const IndexEntries& sorted, std::uint32_t tdefPage, std::uint32_t firstPage,
+                      PageFile& file) {
     BuiltIndex built;
     std::array<std::uint8_t, kPageSize> image{};
+    std::vector<Span> spans;
 
     // Leaves.
-    std::vector<std::size_t> sizes;
-    for (const IndexEntry& e : sorted) sizes.push_back(e.bytes.size());
+    const std::vector<std::size_t> starts =
+        Pack(sorted.size(), [&](std::size_t i) { return sorted.entrySize(i); });
     std::vector<LevelPage> level;
-    for (const auto& group : Pack(sizes)) {
+    for (std::size_t k = 0; k < starts.size(); ++k) {
         LevelPage p;
         p.number = level.empty() ? firstPage : file.Allocate();
-        for (std::size_t i : group) p.entries.push_back(sorted[i].bytes);
-        if (!group.empty()) p.last = sorted[group.back()].bytes;
+        p.first = starts[k];
+        p.end = k + 1 < starts.size() ? starts[k + 1] : sorted.size();
+        if (p.end > p.first) p.last = sorted.Entry(p.end - 1);
         level.push_back(std::move(p));
     }
     bool leaf = true;
@@ -202,7 +255,14 @@ BuiltIndex WriteIndex(const std::vector<IndexEntry>& sorted, std::uint32_t tdefP
         for (std::size_t i = 0; i < level.size(); ++i) {
             const std::uint32_t prev = i > 0 ? level[i - 1].number : 0;
             const std::uint32_t next = i + 1 < level.size() ? level[i + 1].number : 0;
-            BuildIndexPage(leaf, tdefPage, prev, next, level[i], image.data());
+            spans.clear();
+            if (leaf) {
+                for (std::size_t e = level[i].first; e < level[i].end; ++e)
+                    spans.push_back({sorted.data(e), sorted.entrySize(e)});
+            } else {
+                for (const ByteVec& e : level[i].nodeEntries) spans.push_back({e.data(), e.size()});
+            }
+            BuildIndexPage(leaf, tdefPage, prev, next, level[i].tail, spans, image.data());
             file.Write(level[i].number, image.data());
             built.pages.Add(level[i].number);
         }
@@ -210,23 +270,25 @@ BuiltIndex WriteIndex(const std::vector<IndexEntry>& sorted, std::uint32_t tdefP
         // A node entry is the child's highest entry followed by the child's page (big-endian);
         // the last child of a node stands in the tail field only, as Access writes it.
         std::vector<ByteVec> entries;
-        std::vector<std::size_t> entrySizes;
         for (const LevelPage& child : level) {
             ByteVec e = child.last;
             for (int shift = 24; shift >= 0; shift -= 8)
                 e.push_back(static_cast<std::uint8_t>(child.number >> shift));
-            entrySizes.push_back(e.size());
             entries.push_back(std::move(e));
         }
+        const std::vector<std::size_t> groups =
+            Pack(entries.size(), [&](std::size_t i) { return entries[i].size(); });
         std::vector<LevelPage> parents;
-        for (const auto& group : Pack(entrySizes)) {
+        for (std::size_t k = 0; k < groups.size(); ++k) {
+            const std::size_t from = groups[k];
+            const std::size_t to = k + 1 < groups.size() ? groups[k + 1] : entries.size();
             LevelPage p;
             p.number = file.Allocate();
-            for (std::size_t i : group) p.entries.push_back(entries[i]);
-            p.last = level[group.back()].last;
-            if (group.size() > 1) {
-                p.tail = level[group.back()].number;
-                p.entries.pop_back();
+            for (std::size_t i = from; i < to; ++i) p.nodeEntries.push_back(std::move(entries[i]));
+            p.last = level[to - 1].last;
+            if (to - from > 1) {
+                p.tail = level[to - 1].number;
+                p.nodeEntries.pop_back();
             }
             parents.push_back(std::move(p));
         }

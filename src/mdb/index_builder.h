@@ -40,17 +40,47 @@ void AppendLongKey(std::int32_t value, ByteVec& key);
 bool AppendTextKeyPart(std::u16string_view text, ByteVec& key);
 void AppendNullKey(ByteVec& key);
 
-struct IndexEntry {
-    ByteVec bytes;  // the key, then the row's page (3 bytes big-endian) and row number
-    std::size_t keySize = 0;
+// The entries of one index, packed in one buffer: each entry is the key, then the row's page
+// (3 bytes big-endian) and row number. A table's keys wait here until its rows are out, so an
+// entry costs its bytes and eight more, nothing per allocation.
+class IndexEntries {
+  public:
+    void Add(const ByteVec& key, RowPointer row);
+
+    std::size_t size() const { return refs_.size(); }
+    bool empty() const { return refs_.empty(); }
+    // Entry i in the current order (insertion order until Sort()).
+    const std::uint8_t* data(std::size_t i) const { return bytes_.data() + refs_[i].offset; }
+    std::size_t entrySize(std::size_t i) const { return refs_[i].size; }
+    std::size_t keySize(std::size_t i) const { return refs_[i].size - 4u; }
+    ByteVec Entry(std::size_t i) const { return ByteVec(data(i), data(i) + entrySize(i)); }
+
+    // Replaces each entry's page p by pages[p] (entries made before the page numbers were
+    // known carry the page's ordinal).
+    void MapPages(const std::vector<std::uint32_t>& pages);
+    // Sorts as Jet does, by the whole bytes of each entry (equal keys by row position). Rows
+    // that arrive in key order (a counter key) cost one pass.
+    void Sort();
+    // The number of distinct keys among sorted entries (the definition records it).
+    std::uint32_t CountDistinctKeys() const;
+    // The first entry (in sorted order) whose key equals the previous one's, or size().
+    std::size_t FirstDuplicate() const;
+    void Clear();
+
+  private:
+    struct Ref {
+        std::uint32_t offset;
+        std::uint16_t size;
+    };
+    bool Less(const Ref& a, const Ref& b) const;
+    bool SameKey(const Ref& a, const Ref& b) const;
+
+    ByteVec bytes_;
+    std::vector<Ref> refs_;
 };
 
-IndexEntry MakeIndexEntry(ByteVec key, RowPointer row);
-
-// Sorts entries as Jet does, by their whole bytes (equal keys by row position).
-void SortIndexEntries(std::vector<IndexEntry>& entries);
-// The number of distinct keys among sorted entries (the definition records it).
-std::uint32_t CountDistinctKeys(const std::vector<IndexEntry>& sorted);
+// The bytes of one entry: the key, the row's page (3 bytes big-endian) and row number.
+ByteVec MakeIndexEntry(const ByteVec& key, RowPointer row);
 
 struct BuiltIndex {
     std::uint32_t root = 0;
@@ -59,7 +89,7 @@ struct BuiltIndex {
 
 // Writes the B-tree of sorted entries: the first leaf goes to `firstPage` (allocated already,
 // so an empty index keeps its place), further pages are allocated from `file`.
-BuiltIndex WriteIndex(const std::vector<IndexEntry>& sorted, std::uint32_t tdefPage,
-                      std::uint32_t firstPage, PageFile& file);
+BuiltIndex WriteIndex(const IndexEntries& sorted, std::uint32_t tdefPage, std::uint32_t firstPage,
+                      PageFile& file);
 
 }  // namespace tb::mdb::jet

@@ -360,7 +360,7 @@ void JetWriter::Impl::Commit() {
                                                 static_cast<std::uint32_t>(aces.size()), 0, 0};
 
         // Index entries per system table and index.
-        std::vector<std::vector<std::vector<IndexEntry>>> entries(system.size());
+        std::vector<std::vector<IndexEntries>> entries(system.size());
         for (std::size_t t = 0; t < system.size(); ++t) entries[t].resize(system[t].indexes.size());
         for (std::size_t i = 0; i < catalog.size(); ++i) {
             ByteVec parentName;
@@ -368,15 +368,15 @@ void JetWriter::Impl::Commit() {
             std::u16string name;
             Utf8ToUnits(catalog[i].name, name);
             AppendTextKeyPart(name, parentName);
-            entries[0][0].push_back(MakeIndexEntry(std::move(parentName), stored[0].rows[i]));
+            entries[0][0].Add(parentName, stored[0].rows[i]);
             ByteVec id;
             AppendLongKey(catalog[i].id, id);
-            entries[0][1].push_back(MakeIndexEntry(std::move(id), stored[0].rows[i]));
+            entries[0][1].Add(id, stored[0].rows[i]);
         }
         for (std::size_t i = 0; i < aces.size(); ++i) {
             ByteVec objectId;
             AppendLongKey(aces[i].objectId, objectId);
-            entries[1][0].push_back(MakeIndexEntry(std::move(objectId), stored[1].rows[i]));
+            entries[1][0].Add(objectId, stored[1].rows[i]);
         }
 
         // The system tables' usage maps share page 6, in the order Jet keeps them.
@@ -423,8 +423,8 @@ void JetWriter::Impl::Commit() {
                 def.longValues.push_back({number, lvMaps[rank].first, lvMaps[rank].second});
             }
             for (std::size_t i = 0; i < sysTable.indexes.size(); ++i) {
-                std::vector<IndexEntry>& list = entries[t][i];
-                SortIndexEntries(list);
+                IndexEntries& list = entries[t][i];
+                list.Sort();
                 const BuiltIndex built =
                     WriteIndex(list, sysTable.tdefPage, sysTable.indexes[i].firstPage, file_);
                 TdefRealIndex index;
@@ -434,7 +434,7 @@ void JetWriter::Impl::Commit() {
                 index.unknown = sysTable.indexes[i].unknown;
                 index.flags = sysTable.indexes[i].flags;
                 index.unusedSlotFlags = sysTable.indexes[i].unusedSlotFlags;
-                index.uniqueKeys = CountDistinctKeys(list);
+                index.uniqueKeys = list.CountDistinctKeys();
                 def.realIndexes.push_back(std::move(index));
             }
             def.logicalIndexes = sysTable.logicalIndexes;

@@ -12,13 +12,13 @@ namespace tb::mdb::jet {
 namespace {
 
 // A key's bytes shown for a message: the row values are gone by the time duplicates show.
-std::string ShowKey(const IndexEntry& e) {
+std::string ShowKey(const IndexEntries& entries, std::size_t i) {
     static constexpr char kHex[] = "0123456789ABCDEF";
     std::string out;
-    for (std::size_t i = 0; i < e.keySize; ++i) {
-        if (i) out += ' ';
-        out += kHex[e.bytes[i] >> 4];
-        out += kHex[e.bytes[i] & 0x0F];
+    for (std::size_t k = 0; k < entries.keySize(i); ++k) {
+        if (k) out += ' ';
+        out += kHex[entries.data(i)[k] >> 4];
+        out += kHex[entries.data(i)[k] & 0x0F];
     }
     return out;
 }
@@ -95,7 +95,8 @@ void UserIndexes::Add(const ByteVec& encoded, const Row& row, std::uint32_t page
                       std::uint8_t rowNumber, std::uint64_t rowCount) {
     const std::uint8_t* mask = encoded.data() + encoded.size() - maskSize_;
     for (Index& index : indexes_) {
-        ByteVec key;
+        ByteVec& key = key_;
+        key.clear();
         bool allNull = true;
         for (const KeyColumn& k : index.columns) {
             const ColumnLayout& c = *k.column;
@@ -122,7 +123,7 @@ void UserIndexes::Add(const ByteVec& encoded, const Row& row, std::uint32_t page
             }
         }
         if (allNull && index.def.ignoreNulls) continue;
-        index.entries.push_back(MakeIndexEntry(std::move(key), {pageOrdinal, rowNumber}));
+        index.entries.Add(key, {pageOrdinal, rowNumber});
     }
 }
 
@@ -131,34 +132,18 @@ std::vector<UserIndexes::Written> UserIndexes::Write(const std::vector<std::uint
     std::vector<Written> out;
     for (Index& index : indexes_) {
         // Page numbers grow with the ordinals, so replacing one by the other keeps the order.
-        for (IndexEntry& e : index.entries) {
-            std::uint8_t* p = e.bytes.data() + e.keySize;
-            const std::uint32_t ordinal =
-                (std::uint32_t{p[0]} << 16) | (std::uint32_t{p[1]} << 8) | p[2];
-            const std::uint32_t page = dataPages.at(ordinal);
-            p[0] = static_cast<std::uint8_t>(page >> 16);
-            p[1] = static_cast<std::uint8_t>(page >> 8);
-            p[2] = static_cast<std::uint8_t>(page);
-        }
-        SortIndexEntries(index.entries);
+        index.entries.MapPages(dataPages);
+        index.entries.Sort();
         Written w;
-        w.uniqueKeys = CountDistinctKeys(index.entries);
+        w.uniqueKeys = index.entries.CountDistinctKeys();
         if ((index.flags & kIndexUnique) && w.uniqueKeys != index.entries.size()) {
-            for (std::size_t i = 1; i < index.entries.size(); ++i) {
-                const IndexEntry& a = index.entries[i - 1];
-                const IndexEntry& b = index.entries[i];
-                if (a.keySize == b.keySize &&
-                    std::equal(a.bytes.begin(), a.bytes.begin() + static_cast<long>(a.keySize),
-                               b.bytes.begin())) {
-                    Raise("Table \"" + layout_.name + "\": the unique index \"" + index.def.name +
-                          "\" holds the same key twice (key bytes " + ShowKey(a) +
-                          "; Access compares text ignoring case and trailing blanks).");
-                }
-            }
+            Raise("Table \"" + layout_.name + "\": the unique index \"" + index.def.name +
+                  "\" holds the same key twice (key bytes " +
+                  ShowKey(index.entries, index.entries.FirstDuplicate()) +
+                  "; Access compares text ignoring case and trailing blanks).");
         }
         w.tree = WriteIndex(index.entries, tdefPage, file.Allocate(), file);
-        index.entries.clear();
-        index.entries.shrink_to_fit();
+        index.entries.Clear();
         out.push_back(std::move(w));
     }
     return out;

@@ -61,13 +61,14 @@ class UserIndexes {
         IndexDef def;
         std::vector<KeyColumn> columns;
         std::uint8_t flags = kIndexAccess2000;
-        std::vector<IndexEntry> entries;
+        IndexEntries entries;
     };
 
     const TableLayout& layout_;
     std::size_t maskSize_ = 0;
     std::vector<Index> indexes_;
     std::u16string units_;
+    ByteVec key_;
 };
 
 }  // namespace tb::mdb::jet

@@ -94,14 +94,7 @@ WriteSummary WriteMdb(const store::Store& store, const fs::path& target,
     std::vector<fs::path> linkFiles;  // removed again when the extract fails
     try {
         mdb::JetWriter writer(target, options.jet);  // removes its temporary file unless committed
-        for (const std::string& table : TablesToWrite(store)) {
-            const bool isApart = std::any_of(apart.begin(), apart.end(),
-                                             [&](const auto& a) { return a.first == table; });
-            if (!isApart) WriteTable(store, table, writer, summary);
-        }
-        for (const store::LinkDef& link : store.Links())
-            writer.AddLink(
-                {link.name, link.remotePath, link.remoteTable, LinkConnect(link.password)});
+        // Tables apart first: each link file is complete before the extract is.
         for (const auto& [table, file] : apart) {
             LogLine("Writing table " + table + " into " + file.string() + ", linked into " +
                     target.string());
@@ -111,6 +104,14 @@ WriteSummary WriteMdb(const store::Store& store, const fs::path& target,
             linkFiles.push_back(file);
             writer.AddLink({table, file.string(), table, {}});
         }
+        for (const std::string& table : TablesToWrite(store)) {
+            const bool isApart = std::any_of(apart.begin(), apart.end(),
+                                             [&](const auto& a) { return a.first == table; });
+            if (!isApart) WriteTable(store, table, writer, summary);
+        }
+        for (const store::LinkDef& link : store.Links())
+            writer.AddLink(
+                {link.name, link.remotePath, link.remoteTable, LinkConnect(link.password)});
         writer.Commit();
     } catch (...) {
         std::error_code ec;

@@ -54,7 +54,7 @@ ByteVec Key(JetType type, bool ascending, const Value& value) {
 }
 
 ByteVec Entry(ByteVec key, std::uint32_t page, std::uint8_t row) {
-    return jet::MakeIndexEntry(std::move(key), {page, row}).bytes;
+    return jet::MakeIndexEntry(key, {page, row});
 }
 
 struct GoldenEntry {
