@@ -14,7 +14,9 @@ fs::path PidLinkFile(const fs::path& extract) {
 
 void CreateAndLinkPidTable(store::Store& store, const fs::path& extract) {
     Trap("CreateAndLinkPidTable", [&] {
-        const fs::path link = PidLinkFile(extract);
+        // The link names the file by its full path, so that it resolves wherever the extract is
+        // opened from.
+        const fs::path link = PidLinkFile(fs::absolute(extract));
         std::error_code ec;
         if (fs::exists(link, ec) && !fs::remove(link, ec))
             Raise("The old link file " + link.string() + " cannot be deleted: " + ec.message());

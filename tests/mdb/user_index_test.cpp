@@ -309,6 +309,24 @@ TEST(UserIndexes, WrittenTablesPassTheCheckerWithEveryKeyRebuilt) {
     EXPECT_EQ(tdef.realIndexes[2].columns.at(1).second, 0x00) << "Count descending";
 }
 
+// Long text keys fill leaves and nodes quickly: three levels from a few thousand rows.
+TEST(UserIndexes, LongKeysMakeATreeOfThreeLevels) {
+    TempDir dir;
+    TableData t{{"Long", {{"Text", JetType::Text, 255}}}, {}};
+    for (int i = 0; i < 3000; ++i)
+        t.rows.push_back({std::string(120, 'k') + std::to_string((i * 7919) % 3000)});
+    t.indexes = {{"Text", {{"Text", true}}, false, true, false}};
+    WriteDatabase(dir / "deep.mdb", {t});
+    const JetFile file(ReadBytes(dir / "deep.mdb"));
+    std::vector<std::string> problems;
+    const ParsedTdef tdef =
+        file.ParseTdef(static_cast<std::uint32_t>(file.Catalog(problems).back().id));
+    const std::uint8_t* root = file.Page(tdef.realIndexes.at(0).rootPage);
+    ASSERT_EQ(root[0], 0x03);
+    EXPECT_EQ(file.Page(Le32(root + 20))[0], 0x03) << "the root's children are nodes";
+    EXPECT_EQ(tdef.realIndexes[0].uniqueKeys, 3000u);
+}
+
 TEST(UserIndexes, EmptyTablesKeepAnEmptyLeaf) {
     TempDir dir;
     JetWriter writer(dir / "e.mdb", FixedOptions());
