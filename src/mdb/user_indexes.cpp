@@ -122,6 +122,12 @@ void UserIndexes::Add(const ByteVec& encoded, const Row& row, std::uint32_t page
                       "\" holds characters beyond Latin-1, which index keys cannot sort yet.");
             }
         }
+        if (key.size() > kMaxKeySize) {
+            Raise("Table \"" + layout_.name + "\", row " + std::to_string(rowCount) +
+                  ": the key of index \"" + index.def.name + "\" takes " +
+                  std::to_string(key.size()) + " bytes, more than the " +
+                  std::to_string(kMaxKeySize) + " an index page can hold twice.");
+        }
         if (allNull && index.def.ignoreNulls) continue;
         index.entries.Add(key, {pageOrdinal, rowNumber});
     }

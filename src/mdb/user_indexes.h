@@ -24,6 +24,8 @@ inline constexpr std::uint8_t kIndexRequired = 0x08;
 inline constexpr std::uint8_t kIndexAccess2000 = 0x80;  // set by Access 2000 and later on all
 inline constexpr std::uint8_t kLogicalPrimaryKey = 1;
 inline constexpr std::size_t kMaxIndexColumns = 10;
+// A node page must hold two entries (key, row pointer, child page) for the tree to narrow.
+inline constexpr std::size_t kMaxKeySize = kIndexEntrySpace / 2 - 8;
 
 class UserIndexes {
   public:

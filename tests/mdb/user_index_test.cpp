@@ -338,6 +338,23 @@ TEST(UserIndexes, EmptyTablesKeepAnEmptyLeaf) {
     EXPECT_EQ(StructureProblems(dir / "e.mdb"), "");
 }
 
+TEST(UserIndexes, RefuseKeysTooLongForAPage) {
+    TempDir dir;
+    JetWriter writer(dir / "k.mdb", FixedOptions());
+    // A hyphen costs four bytes of a key: two such columns pass half a page.
+    const std::string hyphens(255, '-');
+    VectorRowSource rows(std::vector<Row>{Row{hyphens, hyphens}});
+    try {
+        writer.AddTable({"Keys", {{"A", JetType::Text, 255}, {"B", JetType::Text, 255}}}, rows,
+                        {{"AB", {{"A", true}, {"B", true}}, false, false, false}});
+        ADD_FAILURE() << "no error";
+    } catch (const Error& e) {
+        EXPECT_NE(e.description().find("Table \"Keys\", row 1: the key of index \"AB\" takes"),
+                  std::string::npos)
+            << e.description();
+    }
+}
+
 TEST(UserIndexes, RefuseWhatAccessCannotHold) {
     const TableDef def{
         "T",
