@@ -16,7 +16,8 @@ namespace tb::storefile {
 
 namespace {
 
-// Tables in the order written: the store's user tables, never its own bookkeeping.
+// The catalogue's indexes of a table as the writer takes them, all ascending: the COUNTER key
+// is the primary key.
 std::vector<mdb::IndexDef> JetIndexes(const store::Store& store, const std::string& table,
                                       const mdb::TableDef& def) {
     std::vector<mdb::IndexDef> out;
@@ -41,6 +42,7 @@ std::vector<mdb::IndexDef> JetIndexes(const store::Store& store, const std::stri
     return out;
 }
 
+// Tables in the order written: the store's user tables, never its own bookkeeping.
 std::vector<std::string> TablesToWrite(const store::Store& store) {
     std::vector<std::string> out;
     for (std::string& t : store.TableNames())
