@@ -30,8 +30,18 @@ struct LevelPage {
     ByteVec last;            // the highest leaf entry below this page (key and row)
 };
 
-void BuildIndexPage(bool leaf, std::uint32_t tdefPage, std::uint32_t prev, std::uint32_t next,
-                    std::uint32_t tail, const std::vector<Span>& entries, std::uint8_t* page) {
+std::size_t CommonPrefix(const Span& a, const Span& b) {
+    const std::size_t n = std::min(a.size, b.size);
+    std::size_t i = 0;
+    while (i < n && a.data[i] == b.data[i]) ++i;
+    return i;
+}
+
+// A page stores its first entry whole and every other entry without the prefix that all its
+// entries share (sorted entries share what the first and the last share), as Access does.
+void BuildIndexPage(bool leaf, bool compress, std::uint32_t tdefPage, std::uint32_t prev,
+                    std::uint32_t next, std::uint32_t tail, const std::vector<Span>& entries,
+                    std::uint8_t* page) {
     std::memset(page, 0, kPageSize);
     page[0] = leaf ? kPageIndexLeaf : kPageIndexNode;
     page[1] = 0x01;
@@ -39,11 +49,15 @@ void BuildIndexPage(bool leaf, std::uint32_t tdefPage, std::uint32_t prev, std::
     Put32(page + kIndexPrevOffset, prev);
     Put32(page + kIndexNextOffset, next);
     Put32(page + kIndexTailOffset, tail);
-    Put16(page + kIndexPrefixOffset, 0);  // no shared prefix: every entry is stored whole
+    const std::size_t prefix =
+        compress && entries.size() > 1 ? CommonPrefix(entries.front(), entries.back()) : 0;
+    Put16(page + kIndexPrefixOffset, static_cast<std::uint16_t>(prefix));
     std::size_t end = 0;
-    for (const Span& e : entries) {
-        std::memcpy(page + kIndexEntriesOffset + end, e.data, e.size);
-        end += e.size;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const std::size_t skip = i == 0 ? 0 : prefix;
+        std::memcpy(page + kIndexEntriesOffset + end, entries[i].data + skip,
+                    entries[i].size - skip);
+        end += entries[i].size - skip;
         // A set bit marks where an entry ends.
         page[kIndexMaskOffset + end / 8] =
             static_cast<std::uint8_t>(page[kIndexMaskOffset + end / 8] | (1u << (end % 8)));
@@ -51,19 +65,29 @@ void BuildIndexPage(bool leaf, std::uint32_t tdefPage, std::uint32_t prev, std::
     Put16(page + 2, static_cast<std::uint16_t>(kPageSize - kIndexEntriesOffset - end));
 }
 
-// Packs entries of the given sizes into pages of at most kIndexEntrySpace bytes; returns the
-// index of each page's first entry.
-template <class SizeOf>
-std::vector<std::size_t> Pack(std::size_t count, SizeOf sizeOf) {
+// Packs sorted entries into pages of at most kIndexEntrySpace bytes, each page's entries after
+// the first counted without their shared prefix; returns the index of each page's first entry.
+template <class EntryOf>
+std::vector<std::size_t> Pack(bool compress, std::size_t count, EntryOf entryOf) {
     std::vector<std::size_t> starts = {0};
-    std::size_t used = 0;
+    Span first{nullptr, 0};
+    std::size_t prefix = 0, rest = 0, others = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t size = sizeOf(i);
-        if (used + size > kIndexEntrySpace && i > starts.back()) {
+        const Span e = entryOf(i);
+        if (i > starts.back()) {
+            // Sorted entries share less with the first the further they are from it.
+            const std::size_t p = compress ? std::min(prefix, CommonPrefix(first, e)) : 0;
+            if (first.size + rest + e.size - (others + 1) * p <= kIndexEntrySpace) {
+                prefix = p;
+                rest += e.size;
+                ++others;
+                continue;
+            }
             starts.push_back(i);
-            used = 0;
         }
-        used += size;
+        first = e;
+        prefix = e.size;
+        rest = others = 0;
     }
     return starts;
 }
@@ -233,14 +257,15 @@ void IndexEntries::Clear() {
 }
 
 BuiltIndex WriteIndex(const IndexEntries& sorted, std::uint32_t tdefPage, std::uint32_t firstPage,
-                      PageFile& file) {
+                      PageFile& file, bool compress) {
     BuiltIndex built;
     std::array<std::uint8_t, kPageSize> image{};
     std::vector<Span> spans;
 
     // Leaves.
-    const std::vector<std::size_t> starts =
-        Pack(sorted.size(), [&](std::size_t i) { return sorted.entrySize(i); });
+    const std::vector<std::size_t> starts = Pack(compress, sorted.size(), [&](std::size_t i) {
+        return Span{sorted.data(i), sorted.entrySize(i)};
+    });
     std::vector<LevelPage> level;
     for (std::size_t k = 0; k < starts.size(); ++k) {
         LevelPage p;
@@ -262,7 +287,8 @@ BuiltIndex WriteIndex(const IndexEntries& sorted, std::uint32_t tdefPage, std::u
             } else {
                 for (const ByteVec& e : level[i].nodeEntries) spans.push_back({e.data(), e.size()});
             }
-            BuildIndexPage(leaf, tdefPage, prev, next, level[i].tail, spans, image.data());
+            BuildIndexPage(leaf, compress, tdefPage, prev, next, level[i].tail, spans,
+                           image.data());
             file.Write(level[i].number, image.data());
             built.pages.Add(level[i].number);
         }
@@ -276,8 +302,9 @@ BuiltIndex WriteIndex(const IndexEntries& sorted, std::uint32_t tdefPage, std::u
                 e.push_back(static_cast<std::uint8_t>(child.number >> shift));
             entries.push_back(std::move(e));
         }
-        const std::vector<std::size_t> groups =
-            Pack(entries.size(), [&](std::size_t i) { return entries[i].size(); });
+        const std::vector<std::size_t> groups = Pack(compress, entries.size(), [&](std::size_t i) {
+            return Span{entries[i].data(), entries[i].size()};
+        });
         std::vector<LevelPage> parents;
         for (std::size_t k = 0; k < groups.size(); ++k) {
             const std::size_t from = groups[k];

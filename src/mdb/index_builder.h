@@ -88,8 +88,10 @@ struct BuiltIndex {
 };
 
 // Writes the B-tree of sorted entries: the first leaf goes to `firstPage` (allocated already,
-// so an empty index keeps its place), further pages are allocated from `file`.
+// so an empty index keeps its place), further pages are allocated from `file`. With `compress`
+// each page stores its entries after the first without the prefix they all share; the Jet
+// engine writes the catalogue's small pages without.
 BuiltIndex WriteIndex(const IndexEntries& sorted, std::uint32_t tdefPage, std::uint32_t firstPage,
-                      PageFile& file);
+                      PageFile& file, bool compress = false);
 
 }  // namespace tb::mdb::jet

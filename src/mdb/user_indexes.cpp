@@ -148,7 +148,7 @@ std::vector<UserIndexes::Written> UserIndexes::Write(const std::vector<std::uint
                   ShowKey(index.entries, index.entries.FirstDuplicate()) +
                   "; Access compares text ignoring case and trailing blanks).");
         }
-        w.tree = WriteIndex(index.entries, tdefPage, file.Allocate(), file);
+        w.tree = WriteIndex(index.entries, tdefPage, file.Allocate(), file, true);
         index.entries.Clear();
         out.push_back(std::move(w));
     }
