@@ -11,6 +11,7 @@
 #include "common/error.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "extraction/big_plant.h"
 #include "extraction/codelists.h"
 #include "extraction/column_alias.h"
 #include "extraction/connected_items.h"
@@ -337,7 +338,7 @@ void FirstHalf::Pid() {
            " on t_representation.SP_DrawingID = t_drawing.SP_ID) left join " + T("t_plantitem") +
            " on t_representation.SP_MODELITEMID=t_plantitem.sp_id) left join " + T("t_modelitem") +
            " on t_representation.SP_MODELITEMID=t_modelitem.sp_id) WHERE t_drawing.itemstatus=1";
-    if (run_.bigPlant) LogLine("BigPlant is not available in this version: PID stays in the extract.");
+    if (run_.bigPlant) CreateAndLinkPidTable(st_, run_.args.mdbFile);
     ShowProgress("Extracting PID...");
     const std::string clause = Clause("t_drawing");
     if (!clause.empty()) sql = AppendSelectionClause(sql, clause);

@@ -19,6 +19,7 @@
 #include "mdb/table_definition.h"
 #include "mdb/table_layout.h"
 #include "mdb/usage_map.h"
+#include "mdb/user_indexes.h"
 
 namespace tb::mdb {
 
@@ -94,16 +95,27 @@ void WriteDefinition(const TableDefinition& def, const std::vector<std::uint32_t
     }
 }
 
-// Writes rows of a system table onto its first data page and further pages as needed.
+// Writes rows of a system table onto its first data page and further pages as needed; long
+// values (the path of a linked table's file) go to pages of their column.
+struct StoredLongValues {
+    PageSet pages;
+    bool open = false;
+    std::uint32_t openPage = 0;
+};
+
 struct StoredRows {
     PageSet pages;
     std::vector<RowPointer> rows;
     bool lastHasRoom = false;
+    std::vector<StoredLongValues> longValues;  // by long-value slot
 };
 
 StoredRows StoreSystemRows(const SystemTable& table, const std::vector<Row>& rows, PageFile& file) {
     const TableLayout layout = LayoutFromDefinition(table.name, table.columns);
-    RowEncoder encoder(layout, nullptr);
+    std::vector<LongValueColumn> longValues;
+    longValues.reserve(layout.longValueColumns);
+    for (std::size_t i = 0; i < layout.longValueColumns; ++i) longValues.emplace_back(file);
+    RowEncoder encoder(layout, &longValues);
     StoredRows out;
     DataPage page(table.tdefPage);
     std::uint32_t number = table.dataPage;
@@ -121,6 +133,10 @@ StoredRows StoreSystemRows(const SystemTable& table, const std::vector<Row>& row
     file.Write(number, page.bytes());  // the table's first page is written even when empty
     out.pages.Add(number);
     out.lastHasRoom = page.freeSpace() > 0;
+    for (LongValueColumn& lv : longValues) {
+        lv.Finish();
+        out.longValues.push_back({lv.pages(), lv.hasOpenPage(), lv.openPage()});
+    }
     return out;
 }
 
@@ -145,7 +161,8 @@ class JetWriter::Impl {
         }
     }
 
-    void AddTable(const TableDef& def, RowSource& rows);
+    void AddTable(const TableDef& def, RowSource& rows, const std::vector<IndexDef>& indexes);
+    void AddLink(const LinkDef& link);
     void Commit();
 
   private:
@@ -168,31 +185,22 @@ class JetWriter::Impl {
     PageFile file_;
     WriterOptions options_;
     std::vector<UserTable> tables_;
+    std::vector<LinkDef> links_;
     std::vector<ByteVec> takenNames_;  // keys of the names in the "Tables" container
     bool failed_ = false;
     bool committed_ = false;
+
+    // Claims a name in the "Tables" container; Access compares names ignoring case.
+    void TakeName(const std::string& name);
 };
 
-void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
+void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows,
+                               const std::vector<IndexDef>& indexDefs) {
     CheckUsable();
     try {
         const TableLayout layout = LayoutTable(def);
-        {
-            std::u16string units;
-            Utf8ToUnits(def.name, units);
-            ByteVec key;
-            if (!AppendTextKey(units, key)) {
-                Raise(
-                    "The name of table \"" + def.name +
-                    "\" holds characters beyond Latin-1, which the catalogue index of this writer "
-                    "cannot sort yet.");
-            }
-            for (const ByteVec& taken : takenNames_) {
-                if (taken == key)
-                    Raise("The database already has a table named \"" + def.name + "\".");
-            }
-            takenNames_.push_back(std::move(key));
-        }
+        UserIndexes indexes(layout, indexDefs);
+        TakeName(def.name);
         file_.SetContext("table \"" + def.name + "\"");
 
         TableDefinition tdef;
@@ -202,9 +210,10 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
         for (const ColumnLayout& c : layout.columns) {
             if (c.longValueSlot >= 0) tdef.longValues.push_back({c.number, {}, {}});
         }
+        indexes.Describe(tdef);
         std::vector<std::uint32_t> tdefPages(TdefPageCount(EncodedTableDefinitionSize(tdef)));
         for (auto& p : tdefPages) p = file_.Allocate();
-        const std::size_t mapRowCount = 2 + 2 * tdef.longValues.size();
+        const std::size_t mapRowCount = 2 + 2 * tdef.longValues.size() + indexes.size();
         std::vector<std::uint32_t> holderPages((mapRowCount + kMapRowsPerPage - 1) /
                                                kMapRowsPerPage);
         for (auto& p : holderPages) p = file_.Allocate();
@@ -220,6 +229,7 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
         if (hint > 0) meter = std::make_unique<ProgressMeter>("Writing table " + def.name, hint);
         DataPage page(owner);
         PageSet dataPages;
+        std::vector<std::uint32_t> dataPageNumbers;  // for the index entries, by ordinal
         std::uint32_t lastDataPage = 0;
         std::uint64_t count = 0;
         Row row;
@@ -232,9 +242,13 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
                 lastDataPage = file_.Allocate();
                 file_.Write(lastDataPage, page.bytes());
                 dataPages.Add(lastDataPage);
+                dataPageNumbers.push_back(lastDataPage);
                 page.Reset(owner);
             }
-            page.Add(bytes.data(), bytes.size());
+            const std::uint8_t rowNumber = page.Add(bytes.data(), bytes.size());
+            if (!indexes.empty())
+                indexes.Add(bytes, row, static_cast<std::uint32_t>(dataPageNumbers.size()),
+                            rowNumber, count);
             if (meter) {
                 meter->Advance();
             } else if (count % kProgressEvery == 0) {
@@ -247,8 +261,12 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
             lastDataPage = file_.Allocate();
             file_.Write(lastDataPage, page.bytes());
             dataPages.Add(lastDataPage);
+            dataPageNumbers.push_back(lastDataPage);
         }
         for (LongValueColumn& lv : longValues) lv.Finish();
+        if (!indexes.empty()) ShowProgress("Writing the indexes of table " + def.name + "...");
+        const std::vector<UserIndexes::Written> trees =
+            indexes.Write(dataPageNumbers, owner, file_);
 
         // Usage maps: the data pages, the page with room for more rows, then each long-value
         // column's pages and its page with room.
@@ -262,6 +280,11 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
                 maps.Add(longValues[i].hasOpenPage()
                              ? BuildUsageMap(OnePage(longValues[i].openPage()), file_)
                              : MapRow{});
+        }
+        for (std::size_t i = 0; i < trees.size(); ++i) {
+            tdef.realIndexes[i].usageMap = maps.Add(BuildUsageMap(trees[i].tree.pages, file_));
+            tdef.realIndexes[i].rootPage = trees[i].tree.root;
+            tdef.realIndexes[i].uniqueKeys = trees[i].uniqueKeys;
         }
         maps.Write(file_);
 
@@ -278,6 +301,30 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows) {
     }
 }
 
+void JetWriter::Impl::TakeName(const std::string& name) {
+    std::u16string units;
+    Utf8ToUnits(name, units);
+    ByteVec key;
+    if (!AppendTextKey(units, key)) {
+        Raise("The name of table \"" + name +
+              "\" holds characters beyond Latin-1, which the catalogue index of this writer "
+              "cannot sort yet.");
+    }
+    for (const ByteVec& taken : takenNames_) {
+        if (taken == key) Raise("The database already has a table named \"" + name + "\".");
+    }
+    takenNames_.push_back(std::move(key));
+}
+
+void JetWriter::Impl::AddLink(const LinkDef& link) {
+    CheckUsable();
+    CheckObjectName(link.name, "linked table \"" + link.name + "\"");
+    CheckObjectName(link.foreignName, "the table that \"" + link.name + "\" links to");
+    if (link.database.empty()) Raise("The linked table \"" + link.name + "\" names no file.");
+    TakeName(link.name);
+    links_.push_back(link);
+}
+
 void JetWriter::Impl::Commit() {
     CheckUsable();
     try {
@@ -291,7 +338,14 @@ void JetWriter::Impl::Commit() {
         for (const UserTable& t : tables_) {
             const auto id = static_cast<std::int32_t>(t.tdefPage);
             catalog.push_back(
-                {id, kTablesContainerId, t.name, kObjectTypeTable, NewTableOwner(), 0});
+                {id, kTablesContainerId, t.name, kObjectTypeTable, NewTableOwner(), 0, {}, {}, {}});
+            for (AceRow& ace : NewTableAces(id)) aces.push_back(std::move(ace));
+        }
+        for (std::size_t i = 0; i < links_.size(); ++i) {
+            const LinkDef& l = links_[i];
+            const auto id = static_cast<std::int32_t>(kFirstSyntheticId + i);
+            catalog.push_back({id, kTablesContainerId, l.name, kObjectTypeLinkedTable,
+                               NewTableOwner(), 0, l.database, l.connect, l.foreignName});
             for (AceRow& ace : NewTableAces(id)) aces.push_back(std::move(ace));
         }
         std::vector<Row> catalogValues;
@@ -306,7 +360,7 @@ void JetWriter::Impl::Commit() {
                                                 static_cast<std::uint32_t>(aces.size()), 0, 0};
 
         // Index entries per system table and index.
-        std::vector<std::vector<std::vector<IndexEntry>>> entries(system.size());
+        std::vector<std::vector<IndexEntries>> entries(system.size());
         for (std::size_t t = 0; t < system.size(); ++t) entries[t].resize(system[t].indexes.size());
         for (std::size_t i = 0; i < catalog.size(); ++i) {
             ByteVec parentName;
@@ -314,15 +368,15 @@ void JetWriter::Impl::Commit() {
             std::u16string name;
             Utf8ToUnits(catalog[i].name, name);
             AppendTextKeyPart(name, parentName);
-            entries[0][0].push_back(MakeIndexEntry(std::move(parentName), stored[0].rows[i]));
+            entries[0][0].Add(parentName, stored[0].rows[i]);
             ByteVec id;
             AppendLongKey(catalog[i].id, id);
-            entries[0][1].push_back(MakeIndexEntry(std::move(id), stored[0].rows[i]));
+            entries[0][1].Add(id, stored[0].rows[i]);
         }
         for (std::size_t i = 0; i < aces.size(); ++i) {
             ByteVec objectId;
             AppendLongKey(aces[i].objectId, objectId);
-            entries[1][0].push_back(MakeIndexEntry(std::move(objectId), stored[1].rows[i]));
+            entries[1][0].Add(objectId, stored[1].rows[i]);
         }
 
         // The system tables' usage maps share page 6, in the order Jet keeps them.
@@ -351,9 +405,16 @@ void JetWriter::Impl::Commit() {
             std::vector<std::uint16_t> byNumber = lvNumbers;
             std::sort(byNumber.begin(), byNumber.end());
             std::vector<std::pair<RowPointer, RowPointer>> lvMaps;
-            for (std::size_t i = 0; i < byNumber.size(); ++i) {
-                const RowPointer owned = maps.Add(MapRow{});
-                const RowPointer free = maps.Add(MapRow{});
+            const TableLayout layout = LayoutFromDefinition(sysTable.name, sysTable.columns);
+            for (std::uint16_t number : byNumber) {
+                const auto slot = static_cast<std::size_t>(layout.columns[number].longValueSlot);
+                const std::vector<StoredLongValues>& stores = stored[t].longValues;
+                const bool used = slot < stores.size() && !stores[slot].pages.empty();
+                const RowPointer owned =
+                    maps.Add(used ? BuildUsageMap(stores[slot].pages, file_) : MapRow{});
+                const RowPointer free = maps.Add(
+                    used && stores[slot].open ? BuildUsageMap(OnePage(stores[slot].openPage), file_)
+                                              : MapRow{});
                 lvMaps.emplace_back(owned, free);
             }
             for (std::uint16_t number : lvNumbers) {
@@ -362,8 +423,8 @@ void JetWriter::Impl::Commit() {
                 def.longValues.push_back({number, lvMaps[rank].first, lvMaps[rank].second});
             }
             for (std::size_t i = 0; i < sysTable.indexes.size(); ++i) {
-                std::vector<IndexEntry>& list = entries[t][i];
-                SortIndexEntries(list);
+                IndexEntries& list = entries[t][i];
+                list.Sort();
                 const BuiltIndex built =
                     WriteIndex(list, sysTable.tdefPage, sysTable.indexes[i].firstPage, file_);
                 TdefRealIndex index;
@@ -373,7 +434,7 @@ void JetWriter::Impl::Commit() {
                 index.unknown = sysTable.indexes[i].unknown;
                 index.flags = sysTable.indexes[i].flags;
                 index.unusedSlotFlags = sysTable.indexes[i].unusedSlotFlags;
-                index.uniqueKeys = CountDistinctKeys(list);
+                index.uniqueKeys = list.CountDistinctKeys();
                 def.realIndexes.push_back(std::move(index));
             }
             def.logicalIndexes = sysTable.logicalIndexes;
@@ -405,8 +466,13 @@ JetWriter::JetWriter(std::filesystem::path target, WriterOptions options)
 
 JetWriter::~JetWriter() = default;
 
-void JetWriter::AddTable(const TableDef& def, RowSource& rows) {
-    impl_->AddTable(def, rows);
+void JetWriter::AddTable(const TableDef& def, RowSource& rows,
+                         const std::vector<IndexDef>& indexes) {
+    impl_->AddTable(def, rows, indexes);
+}
+
+void JetWriter::AddLink(const LinkDef& link) {
+    impl_->AddLink(link);
 }
 
 void JetWriter::Commit() {

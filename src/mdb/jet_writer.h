@@ -29,8 +29,12 @@ class JetWriter {
     JetWriter(const JetWriter&) = delete;
     JetWriter& operator=(const JetWriter&) = delete;
 
-    // Streams the rows of one table into the file; checks the Access limits as it goes.
-    void AddTable(const TableDef& def, RowSource& rows);
+    // Streams the rows of one table into the file and builds its indexes; checks the Access
+    // limits as it goes.
+    void AddTable(const TableDef& def, RowSource& rows, const std::vector<IndexDef>& indexes = {});
+    // Adds a table entry that links a table of another Access file (nothing of that file is
+    // read: the link is resolved when the database is used).
+    void AddLink(const LinkDef& link);
     // Completes the file (catalogue, indexes, maps, header) and renames it into place.
     void Commit();
 

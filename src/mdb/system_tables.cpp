@@ -131,15 +131,15 @@ const std::vector<SystemTable>& SystemTables() {
 
 const std::vector<CatalogRow>& SystemCatalogRows() {
     static const std::vector<CatalogRow> rows = {
-        {0x0F000001, 0x0F000000, "Tables", 3, kOwnerSystem, kSystemObjectFlag},
-        {0x0F000002, 0x0F000000, "Databases", 3, kOwnerSystem, kSystemObjectFlag},
-        {0x0F000003, 0x0F000000, "Relationships", 3, kOwnerSystem, kSystemObjectFlag},
-        {0x10000000, 0x0F000002, "MSysDb", 2, kOwnerDatabase, kSystemObjectFlag},
-        {2, kTablesContainerId, "MSysObjects", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag},
-        {3, kTablesContainerId, "MSysACEs", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag},
-        {4, kTablesContainerId, "MSysQueries", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag},
+        {0x0F000001, 0x0F000000, "Tables", 3, kOwnerSystem, kSystemObjectFlag, {}, {}, {}},
+        {0x0F000002, 0x0F000000, "Databases", 3, kOwnerSystem, kSystemObjectFlag, {}, {}, {}},
+        {0x0F000003, 0x0F000000, "Relationships", 3, kOwnerSystem, kSystemObjectFlag, {}, {}, {}},
+        {0x10000000, 0x0F000002, "MSysDb", 2, kOwnerDatabase, kSystemObjectFlag, {}, {}, {}},
+        {2, kTablesContainerId, "MSysObjects", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag, {}, {}, {}},
+        {3, kTablesContainerId, "MSysACEs", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag, {}, {}, {}},
+        {4, kTablesContainerId, "MSysQueries", kObjectTypeTable, kOwnerSystem, kSystemObjectFlag, {}, {}, {}},
         {5, kTablesContainerId, "MSysRelationships", kObjectTypeTable, kOwnerSystem,
-         kSystemObjectFlag},
+         kSystemObjectFlag, {}, {}, {}},
     };
     return rows;
 }
@@ -189,6 +189,9 @@ Row CatalogValues(const CatalogRow& r, double now) {
     row[5] = DateTime{now};
     row[6] = r.owner;
     row[7] = std::int64_t{static_cast<std::int32_t>(r.flags)};
+    if (!r.database.empty()) row[8] = r.database;
+    if (!r.connect.empty()) row[9] = r.connect;
+    if (!r.foreignName.empty()) row[10] = r.foreignName;
     return row;
 }
 

@@ -46,6 +46,10 @@ struct CatalogRow {
     std::int16_t type = 0;
     Bytes owner;
     std::uint32_t flags = 0;
+    // Linked tables: the other file, its provider string and the table's name there.
+    std::string database;
+    std::string connect;
+    std::string foreignName;
 };
 
 struct AceRow {
@@ -57,6 +61,9 @@ struct AceRow {
 
 inline constexpr std::int32_t kTablesContainerId = 0x0F000001;
 inline constexpr std::int16_t kObjectTypeTable = 1;
+inline constexpr std::int16_t kObjectTypeLinkedTable = 6;
+// Objects without a definition page (linked tables) take ids counting up from here.
+inline constexpr std::uint32_t kFirstSyntheticId = 0x80000001u;
 
 // The catalogue rows and access-control rows of the empty database, in stored order.
 const std::vector<CatalogRow>& SystemCatalogRows();

@@ -60,9 +60,32 @@ using Value = std::variant<Null, bool, std::int64_t, double, Currency, DateTime,
                            Bytes, Guid>;
 using Row = std::vector<Value>;
 
+// An index of a table: its key columns in order, each ascending or descending. A primary key
+// is unique and refuses Null; `ignoreNulls` leaves rows whose key is all Null out of the index.
+struct IndexKeyColumn {
+    std::string column;
+    bool ascending = true;
+};
+
+struct IndexDef {
+    std::string name;
+    std::vector<IndexKeyColumn> columns;
+    bool primary = false;
+    bool unique = false;
+    bool ignoreNulls = false;
+};
+
 struct TableDef {
     std::string name;
     std::vector<Column> columns;
+};
+
+// A table entry that links a table of another Access file.
+struct LinkDef {
+    std::string name;         // the name in this database
+    std::string database;     // the other file's path
+    std::string foreignName;  // the table's name there
+    std::string connect;  // the link's provider string ("MS Access;Mode=1"); may hold a password
 };
 
 // Rows handed to the writer one at a time, so a table never has to sit in memory whole.

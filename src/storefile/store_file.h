@@ -36,10 +36,18 @@ bool IsSqliteTarget(const fs::path& target);
 // Writes every store table (internal "__tb_" tables left out) with its catalogue's Jet types:
 // to a SQLite file when IsSqliteTarget(target), else to a Jet 4 .mdb. Rows stream from the store
 // in stored order; memory does not grow with the row count. A value that does not fit its
-// column's type raises a tb::Error naming table, row, column and value. Links recorded in the
-// store are not written yet (one log line each), nor are the catalogue's indexes.
+// column's type raises a tb::Error naming table, row, column and value. In an .mdb every table
+// gets the catalogue's indexes (the COUNTER key as primary key), the store's links become
+// linked tables, and each table marked by WriteTableApart goes into its own file, linked in.
+// A SQLite file has no links or indexes: links are left out (a log line each), tables apart
+// stay in the file.
 WriteSummary WriteStoreFile(const store::Store& store, const fs::path& target,
                             const WriteOptions& options = {});
+
+// Marks a store table to be written, when the store becomes an .mdb, into the Access file
+// `linkFile` (made anew, with the table's indexes) and linked into the extract under its own
+// name. The table stays in the store, so the run goes on working with it.
+void WriteTableApart(const store::Store& store, std::string_view table, const fs::path& linkFile);
 
 // Which tables of a file to load; empty: all of them.
 using TableFilter = std::function<bool(const std::string& table)>;

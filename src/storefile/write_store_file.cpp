@@ -2,6 +2,7 @@
 // file. Both forms read the rows through StoreTableSource, so they refuse the same values with the
 // same messages.
 
+#include <algorithm>
 #include <string>
 
 #include "common/error.h"
@@ -15,6 +16,32 @@ namespace tb::storefile {
 
 namespace {
 
+// The catalogue's indexes of a table as the writer takes them, all ascending: the COUNTER key
+// is the primary key.
+std::vector<mdb::IndexDef> JetIndexes(const store::Store& store, const std::string& table,
+                                      const mdb::TableDef& def) {
+    std::vector<mdb::IndexDef> out;
+    for (const store::IndexDef& ix : store.Indexes(table)) {
+        mdb::IndexDef d{ix.name, {}, ix.primary, ix.unique || ix.primary, false};
+        bool indexable = true;
+        for (const std::string& c : ix.columns) {
+            d.columns.push_back({c, true});
+            for (const mdb::Column& col : def.columns)
+                if (IEquals(col.name, c) &&
+                    (col.type == mdb::JetType::Memo || col.type == mdb::JetType::OLE))
+                    indexable = false;
+        }
+        // A text column that grew past 255 characters became a Memo, which Jet 4 cannot index.
+        if (!indexable) {
+            LogLine("Index " + ix.name + " of table " + table +
+                    " is not written: one of its columns is a Memo or OLE column.");
+            continue;
+        }
+        out.push_back(std::move(d));
+    }
+    return out;
+}
+
 // Tables in the order written: the store's user tables, never its own bookkeeping.
 std::vector<std::string> TablesToWrite(const store::Store& store) {
     std::vector<std::string> out;
@@ -27,23 +54,72 @@ void LogSkippedLinks(const store::Store& store) {
     // The password of a link is never logged.
     for (const store::LinkDef& link : store.Links())
         LogLine("Link " + link.name + " (table " + link.remoteTable + " of " + link.remotePath +
-                ") is not written: the extract writer has no linked tables yet.");
+                ") is not written: a SQLite extract has no linked tables.");
 }
 
 // --- .mdb ---
 
+// The tables WriteTableApart marked, with their files.
+constexpr std::string_view kApartTable = "__tb_tables_apart";
+
+std::vector<std::pair<std::string, fs::path>> TablesApart(const store::Store& store) {
+    std::vector<std::pair<std::string, fs::path>> out;
+    if (store.QueryValue("SELECT 1 FROM sqlite_schema WHERE name = ?1", {std::string(kApartTable)})
+            .isNull())
+        return out;
+    for (const store::Row& r : store.QueryRows("SELECT table_name, file FROM " +
+                                               store::QuoteName(kApartTable) + " ORDER BY rowid"))
+        if (const auto t = store.FindTable(r[0].text())) out.emplace_back(*t, r[1].text());
+    return out;
+}
+
+// Writes one table with its indexes through the writer.
+void WriteTable(const store::Store& store, const std::string& table, mdb::JetWriter& writer,
+                WriteSummary& summary) {
+    ShowProgress("Writing " + table + "...");
+    StoreTableSource rows(store, table);
+    writer.AddTable(rows.def(), rows, JetIndexes(store, table, rows.def()));
+    summary.tables.push_back(table);
+    summary.rows += rows.rowsRead();
+}
+
+// The provider string Access keeps with a link to an Access file; the password only when
+// there is one.
+std::string LinkConnect(const std::string& password) {
+    return password.empty() ? std::string() : "MS Access;PWD=" + password;
+}
+
 WriteSummary WriteMdb(const store::Store& store, const fs::path& target,
                       const WriteOptions& options) {
     WriteSummary summary;
-    mdb::JetWriter writer(target, options.jet);  // removes its temporary file unless committed
-    for (const std::string& table : TablesToWrite(store)) {
-        ShowProgress("Writing " + table + "...");
-        StoreTableSource rows(store, table);
-        writer.AddTable(rows.def(), rows);
-        summary.tables.push_back(table);
-        summary.rows += rows.rowsRead();
+    const auto apart = TablesApart(store);
+    std::vector<fs::path> linkFiles;  // removed again when the extract fails
+    try {
+        mdb::JetWriter writer(target, options.jet);  // removes its temporary file unless committed
+        // Tables apart first: each link file is complete before the extract is.
+        for (const auto& [table, file] : apart) {
+            LogLine("Writing table " + table + " into " + file.string() + ", linked into " +
+                    target.string());
+            mdb::JetWriter linkWriter(file, options.jet);
+            WriteTable(store, table, linkWriter, summary);
+            linkWriter.Commit();
+            linkFiles.push_back(file);
+            writer.AddLink({table, file.string(), table, {}});
+        }
+        for (const std::string& table : TablesToWrite(store)) {
+            const bool isApart = std::any_of(apart.begin(), apart.end(),
+                                             [&](const auto& a) { return a.first == table; });
+            if (!isApart) WriteTable(store, table, writer, summary);
+        }
+        for (const store::LinkDef& link : store.Links())
+            writer.AddLink(
+                {link.name, link.remotePath, link.remoteTable, LinkConnect(link.password)});
+        writer.Commit();
+    } catch (...) {
+        std::error_code ec;
+        for (const fs::path& f : linkFiles) fs::remove(f, ec);
+        throw;
     }
-    writer.Commit();
     return summary;
 }
 
@@ -174,6 +250,16 @@ WriteSummary WriteSqlite(const store::Store& store, const fs::path& target) {
 
 }  // namespace
 
+void WriteTableApart(const store::Store& store, std::string_view table, const fs::path& linkFile) {
+    Trap("WriteTableApart", [&] {
+        store.Execute("CREATE TABLE IF NOT EXISTS " + store::QuoteName(kApartTable) +
+                      " (table_name TEXT NOT NULL PRIMARY KEY COLLATE NOCASE, file TEXT NOT NULL)");
+        store.ExecuteCount(
+            "INSERT OR REPLACE INTO " + store::QuoteName(kApartTable) + " VALUES (?1, ?2)",
+            {std::string(table), linkFile.string()});
+    });
+}
+
 bool IsSqliteTarget(const fs::path& target) {
     return IEquals(target.extension().string(), ".sqlite");
 }
@@ -181,9 +267,9 @@ bool IsSqliteTarget(const fs::path& target) {
 WriteSummary WriteStoreFile(const store::Store& store, const fs::path& target,
                             const WriteOptions& options) {
     return Trap("WriteStoreFile", [&] {
+        if (!IsSqliteTarget(target)) return WriteMdb(store, target, options);
         LogSkippedLinks(store);
-        return IsSqliteTarget(target) ? WriteSqlite(store, target)
-                                      : WriteMdb(store, target, options);
+        return WriteSqlite(store, target);
     });
 }
 

@@ -185,7 +185,7 @@ void WriteDatabase(const fs::path& target, const std::vector<TableData>& tables,
     JetWriter writer(target, options);
     for (const TableData& t : tables) {
         VectorRowSource rows(t.rows);
-        writer.AddTable(t.def, rows);
+        writer.AddTable(t.def, rows, t.indexes);
     }
     writer.Commit();
     // Every file the tests write goes through the structure checker.

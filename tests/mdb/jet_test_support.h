@@ -58,6 +58,7 @@ WriterOptions FixedOptions();
 struct TableData {
     TableDef def;
     std::vector<Row> rows;
+    std::vector<IndexDef> indexes{};
 };
 
 // Writes the tables into `target` with FixedOptions() (or the given options) and runs the

@@ -247,26 +247,28 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
         const Bytes8 key(e.begin(), e.end() - 4);
         keys.insert(key);
         if ((catalogue && options_.checkCatalogKeys) || options_.checkAllKeys) {
-            // Rebuild the key from the row's values where the encoding is known: ascending Long
-            // and Text (up to U+00FF) columns.
+            // Rebuild the key from the row's values where the encoding is known: the number,
+            // date, Boolean and Text (up to U+00FF) columns, either direction.
             jet::ByteVec expected;
             bool known = true;
             for (const auto& [column, flags] : ix.columns) {
                 const ParsedColumn* c = tdef.Column(column);
-                if (!c || (flags & 0x01) == 0) {
+                if (!c || !jet::IsIndexableType(static_cast<JetType>(c->type))) {
                     known = false;
-                } else if (row->second->null[column]) {
-                    jet::AppendNullKey(expected);
-                } else if (c->type == 0x04) {
-                    jet::AppendLongKey(
-                        static_cast<std::int32_t>(Le32(row->second->raw[column].data())), expected);
-                } else if (c->type == 0x0A) {
-                    std::u16string units;
-                    jet::Utf8ToUnits(DecodeJetText(row->second->raw[column]), units);
-                    known = known && jet::AppendTextKeyPart(units, expected);
-                } else {
-                    known = false;
+                    continue;
                 }
+                const Bytes8& raw = row->second->raw[column];
+                jet::StoredKeyValue v;
+                v.null = row->second->null[column];
+                v.boolean = c->type == 0x01 && !raw.empty() && raw[0] != 0;
+                v.fixed = raw.data();
+                std::u16string units;
+                if (c->type == 0x0A && !v.null) {
+                    jet::Utf8ToUnits(DecodeJetText(raw), units);
+                    v.text = units;
+                }
+                known = known && jet::AppendKeyColumn(static_cast<JetType>(c->type),
+                                                      (flags & 0x01) != 0, v, expected);
             }
             if (known) ++keysChecked_;
             if (known && Bytes8(expected.begin(), expected.end()) != key) {

@@ -21,8 +21,9 @@ struct CheckOptions {
     bool rowsHaveAllColumns = true;
     // Re-encode the keys of the catalogue's indexes (Long and Text columns) from the rows.
     bool checkCatalogKeys = true;
-    // Re-encode the keys of every index where the encoding is known (ascending Long and Text).
-    bool checkAllKeys = false;
+    // Re-encode the keys of every index where the encoding is known (numbers, dates, Booleans
+    // and Latin-1 text, either direction).
+    bool checkAllKeys = true;
 
     static CheckOptions ForAccessFiles() { return {false, false, false, true, true}; }
 };

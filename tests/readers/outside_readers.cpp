@@ -310,6 +310,25 @@ std::vector<std::string> Tables(const fs::path& file, bool system) {
     return Lines(RunTool("mdb-tables", args).out);
 }
 
+std::vector<std::string> LinkedTables(const fs::path& file) {
+    return Lines(RunTool("mdb-tables", {"-1", "-t", "linkedtable", file.string()}).out);
+}
+
+std::vector<std::string> IndexStatements(const fs::path& file, const std::string& table) {
+    const Output o =
+        RunTool("mdb-schema", {"-T", table, "--indexes", "--no-relations", "--no-comments",
+                               "--no-drop-table", file.string(), "postgres"});
+    std::vector<std::string> out;
+    for (const auto& raw : Lines(o.out)) {
+        const std::string line = Trim(raw);
+        if (line.rfind("CREATE", 0) == 0 && line.find("INDEX") != std::string::npos)
+            out.push_back(line);
+        else if (line.find("PRIMARY KEY") != std::string::npos)
+            out.push_back(line);
+    }
+    return out;
+}
+
 std::vector<OutsideColumn> Schema(const fs::path& file, const std::string& table) {
     const Output o =
         RunTool("mdb-schema", {"-T", table, "--no-indexes", "--no-relations", "--no-not-null",
@@ -477,6 +496,18 @@ std::vector<OutsideTable> ReadAll(const fs::path& file, bool system) {
         tables.push_back(std::move(table));
     }
     return tables;
+}
+
+std::vector<std::string> LinkedTables(const fs::path& file) {
+    if (const std::string why = Unavailable(); !why.empty()) throw std::runtime_error(why);
+    test::TempDir dir;
+    const fs::path out = dir / "linked.json";
+    const Output o = Run(
+        "node", {(ReadersDir() / "dump_mdb.mjs").string(), file.string(), out.string(), "--linked"},
+        ToolEnvironment());
+    if (o.exitCode != 0)
+        throw std::runtime_error("node dump_mdb.mjs " + file.string() + " failed: " + o.err);
+    return json::parse(test::ReadFile(out)).at("linked").get<std::vector<std::string>>();
 }
 
 }  // namespace mdbreader

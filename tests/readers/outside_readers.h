@@ -54,6 +54,10 @@ std::vector<std::vector<Cell>> Export(const fs::path& file, const std::string& t
 // mdb-json: rows by column order of `columns`; numbers as printed, binary as hex.
 std::vector<std::vector<Cell>> Json(const fs::path& file, const std::string& table,
                                     const std::vector<OutsideColumn>& columns);
+// Linked tables (mdb-tables -t linkedtable).
+std::vector<std::string> LinkedTables(const fs::path& file);
+// The index and primary-key statements mdb-schema writes for a table (PostgreSQL form).
+std::vector<std::string> IndexStatements(const fs::path& file, const std::string& table);
 // Schema, count and export of one table.
 OutsideTable Read(const fs::path& file, const std::string& table);
 }  // namespace mdbtools
@@ -64,6 +68,8 @@ namespace mdbreader {
 std::string Unavailable();
 // Every user table (and the system tables with `system`) of the file.
 std::vector<OutsideTable> ReadAll(const fs::path& file, bool system = false);
+// The names of the file's linked tables.
+std::vector<std::string> LinkedTables(const fs::path& file);
 }  // namespace mdbreader
 
 // What `reader` shows for `value` in `column`; `compare` is false where the reader cannot show

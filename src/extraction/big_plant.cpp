@@ -1,0 +1,27 @@
+#include "extraction/big_plant.h"
+
+#include "common/error.h"
+#include "common/log.h"
+#include "storefile/store_file.h"
+
+namespace tb::extraction {
+
+namespace fs = std::filesystem;
+
+fs::path PidLinkFile(const fs::path& extract) {
+    return extract.parent_path() / (extract.stem().string() + "_link.mdb");
+}
+
+void CreateAndLinkPidTable(store::Store& store, const fs::path& extract) {
+    Trap("CreateAndLinkPidTable", [&] {
+        // The link names the file by its full path, so that it resolves wherever the extract is
+        // opened from.
+        const fs::path link = PidLinkFile(fs::absolute(extract));
+        std::error_code ec;
+        if (fs::exists(link, ec) && !fs::remove(link, ec))
+            Raise("The old link file " + link.string() + " cannot be deleted: " + ec.message());
+        storefile::WriteTableApart(store, "PID", link);
+    });
+}
+
+}  // namespace tb::extraction
