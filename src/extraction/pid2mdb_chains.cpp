@@ -14,6 +14,7 @@
 #include "extraction/drawing_file_copy.h"
 #include "extraction/duct_runs.h"
 #include "extraction/output_model.h"
+#include "extraction/post_process.h"
 #include "extraction/revisions.h"
 #include "extraction/run_context.h"
 #include "extraction/run_statistics.h"
@@ -30,13 +31,14 @@ namespace fs = std::filesystem;
 // One category's working table, "temp<n>", grown step by step.
 class Chain {
 public:
-    Chain(RunContext& run, std::string category) : run_(run), st_(run.st()), category_(std::move(category)) {}
+    Chain(RunContext& run, std::string category)
+        : run_(run), st_(run.st()), category_(std::move(category)), grower_(st_, scratch_, category_, "") {}
 
-    std::string Current() const { return "temp" + std::to_string(n_); }
+    std::string Current() const { return grower_.Current(); }
     bool Started() const { return started_; }
 
     void Start(const std::string& select) {
-        st_.SelectInto(select, Current());
+        grower_.Start(select);
         started_ = true;
     }
 
@@ -53,34 +55,22 @@ public:
     // A join step with the rows of a statement.
     bool AddSql(const std::string& query, std::string_view leftKey, std::string_view rightKey, std::string_view kind,
                 std::string_view source) {
-        if (!started_ || !st_.ColumnExists(Current(), leftKey)) return false;
-        ShowProgress("Add data from " + std::string(source) + " to " + category_ + "...");
-        const std::string right = "temp" + std::to_string(n_ + 1);
-        st_.SelectInto(query, right);
-        Join(right, leftKey, rightKey, kind);
-        st_.DropTable(right);
-        return true;
+        return started_ && grower_.Extend(query, leftKey, rightKey, kind, source);
     }
 
     // A join step with a whole table.
     // The start joins keep the right key: runs without components keep their id.
     bool AddTable(std::string_view table, std::string_view leftKey, std::string_view rightKey,
                   std::string_view kind = "LEFT", bool keepRightKey = false) {
-        if (!started_ || !st_.TableExists(table) || !st_.ColumnExists(Current(), leftKey)) return false;
-        ShowProgress("Add data from " + std::string(table) + " to " + category_ + "...");
-        Join(table, leftKey, rightKey, kind, keepRightKey);
-        return true;
+        return started_ && grower_.ExtendTable(table, leftKey, rightKey, kind, table, keepRightKey);
     }
 
-    void Finish() {
-        if (st_.TableExists(category_)) st_.DropTable(category_);
-        st_.RenameTable(Current(), category_);
-    }
+    void Finish() { grower_.Finish(); }
 
     // The category's T_PlantGroup columns ("t_plantgroup.UnitCode_PipeRun" -> PipeRun_UnitCode),
     // from the plant group of the plant item `leftKey` names.
     void PlantGroupColumns(std::string_view leftKey, std::string_view owner) {
-        if (!st_.TableExists("T_PLANTGROUP") || !st_.ColumnExists(Current(), leftKey)) return;
+        if (!started_ || !st_.TableExists("T_PLANTGROUP") || !st_.ColumnExists(Current(), leftKey)) return;
         const std::vector<std::string> groupColumns = run_.StoreColumns("T_PLANTGROUP");
         std::vector<store::Assignment> set;
         for (const std::string& key : run_.keys.Keys(category_)) {
@@ -187,21 +177,11 @@ public:
     }
 
 private:
-    void Join(std::string_view right, std::string_view leftKey, std::string_view rightKey, std::string_view kind,
-              bool keepRightKey = false) {
-        const std::string left = Current(), target = "temp" + std::to_string(n_ + 2);
-        const bool keyOnLeft = keepRightKey || st_.ColumnExists(left, rightKey);
-        // The right key goes (DropColumn of the right table's key), unless the left has it too.
-        JoinTable(st_, kind, {}, left, leftKey, right, rightKey, target, !keyOnLeft);
-        st_.DropTable(left);
-        n_ += 2;
-        run_.CheckCancel();
-    }
-
     RunContext& run_;
     store::Store& st_;
     std::string category_;
-    int n_ = 0;
+    ScratchTables scratch_{st_};
+    TableGrower grower_;
     bool started_ = false;
 };
 

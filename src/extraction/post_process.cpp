@@ -94,8 +94,8 @@ void TableGrower::JoinInto(std::string_view right, std::string_view leftKey, std
     const std::string left = current_;
     const bool keyOnLeft = keepRightKey || store_.ColumnExists(left, rightKey);
     const std::string target = Next();
-    JoinTable(store_, kind, {}, left, leftKey, right, rightKey, target);
-    if (!keyOnLeft && store_.ColumnExists(target, rightKey)) store_.DropColumn(target, rightKey);
+    // The right key goes (DropColumn of the right table's key), unless the left has it too.
+    JoinTable(store_, kind, {}, left, leftKey, right, rightKey, target, !keyOnLeft);
     scratch_.Drop(left);
     current_ = target;
 }
