@@ -16,6 +16,7 @@
 #include "extraction/column_alias.h"
 #include "extraction/connected_items.h"
 #include "extraction/output_model.h"
+#include "extraction/post_process.h"
 #include "extraction/revisions.h"
 #include "extraction/run_context.h"
 #include "extraction/viewer_mode.h"
@@ -36,12 +37,7 @@ void RunContext::CheckCancel() const {
     if (CancelRequested()) throw Error(kErrCancelled, "Cancelled.");
 }
 
-std::vector<std::string> RunContext::StoreColumns(std::string_view table) const {
-    std::vector<std::string> out;
-    if (!st().TableExists(table)) return out;
-    for (const store::ColumnDef& c : st().Columns(table)) out.push_back(c.name);
-    return out;
-}
+std::vector<std::string> RunContext::StoreColumns(std::string_view table) const { return TableColumns(st(), table); }
 
 namespace {
 

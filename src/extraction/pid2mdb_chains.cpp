@@ -111,22 +111,13 @@ public:
         std::size_t count = 0;
         const OwnerSuffix* owners = OwnerSuffixes(count);
         for (const std::string& key : run_.keys.Keys(category_)) {
-            const auto dot = key.find('.');
-            if (dot == std::string::npos) continue;
-            const std::string table = key.substr(0, dot), part = key.substr(dot + 1);
-            const bool withQuality = IEquals(table, "T_CaseProcess") || IEquals(table, "T_CaseControl");
-            if (!withQuality && !IEquals(table, "T_Case")) continue;
-            const std::string caseTable = CaseTableOfKey(part, withQuality);
-            if (caseTable.empty() || !st_.TableExists(caseTable)) continue;
+            const auto step = CaseStepOfKey(st_, key);
+            if (!step) continue;
             std::string leftKey = "SP_ID";
             for (std::size_t i = 0; i < count; ++i)
-                if (IEndsWith(part, owners[i].suffix)) leftKey = std::string(owners[i].prefix) + "SP_ID";
-            const std::vector<std::string> caseColumns = run_.StoreColumns(caseTable);
-            const std::string query =
-                withQuality ? GetSQL4CaseProcess(part, {}, &caseColumns) : GetSQL4TCase(part, {}, &caseColumns);
-            if (query.empty()) continue;
+                if (IEndsWith(step->part, owners[i].suffix)) leftKey = std::string(owners[i].prefix) + "SP_ID";
             // The query yields the id of the table it reads, whatever the chain text names.
-            AddSql(query, leftKey, caseTable + "_SP_ID", "LEFT", caseTable);
+            AddSql(step->query, leftKey, step->caseTable + "_SP_ID", "LEFT", step->caseTable);
         }
     }
 

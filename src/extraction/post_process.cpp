@@ -100,26 +100,34 @@ void TableGrower::JoinInto(std::string_view right, std::string_view leftKey, std
     current_ = target;
 }
 
+std::optional<CaseStep> CaseStepOfKey(const store::Store& store, const std::string& key) {
+    const auto dot = key.find('.');
+    if (dot == std::string::npos) return std::nullopt;
+    const std::string table = key.substr(0, dot);
+    CaseStep step;
+    step.part = key.substr(dot + 1);
+    const bool withQuality = IEquals(table, "T_CaseProcess") || IEquals(table, "T_CaseControl");
+    if (!withQuality && !IEquals(table, "T_Case")) return std::nullopt;
+    step.caseTable = CaseTableOfKey(step.part, withQuality);
+    if (step.caseTable.empty() || !store.TableExists(step.caseTable)) return std::nullopt;
+    const std::vector<std::string> caseColumns = TableColumns(store, step.caseTable);
+    step.query = withQuality ? GetSQL4CaseProcess(step.part, {}, &caseColumns)
+                             : GetSQL4TCase(step.part, {}, &caseColumns);
+    if (step.query.empty()) return std::nullopt;
+    return step;
+}
+
 void TableGrower::Cases(const AttributeKeys& keys, std::string_view category, std::string_view leftKey,
                         const std::string& columnSuffix) {
     for (const std::string& key : keys.Keys(category)) {
-        const auto dot = key.find('.');
-        if (dot == std::string::npos) continue;
-        const std::string table = key.substr(0, dot), part = key.substr(dot + 1);
-        const bool withQuality = IEquals(table, "T_CaseProcess") || IEquals(table, "T_CaseControl");
-        if (!withQuality && !IEquals(table, "T_Case")) continue;
-        const std::string caseTable = CaseTableOfKey(part, withQuality);
-        if (caseTable.empty() || !store_.TableExists(caseTable)) continue;
-        const std::vector<std::string> caseColumns = TableColumns(store_, caseTable);
-        const std::string query =
-            withQuality ? GetSQL4CaseProcess(part, {}, &caseColumns) : GetSQL4TCase(part, {}, &caseColumns);
-        if (query.empty() || !store_.ColumnExists(current_, leftKey)) continue;
+        const auto step = CaseStepOfKey(store_, key);
+        if (!step || !store_.ColumnExists(current_, leftKey)) continue;
         // The query yields the id of the table it reads.
-        const std::string rightKey = caseTable + "_SP_ID" + columnSuffix;
+        const std::string rightKey = step->caseTable + "_SP_ID" + columnSuffix;
         const std::string right = Next();
-        store_.SelectInto(query, right);
+        store_.SelectInto(step->query, right);
         if (!columnSuffix.empty()) RenameAllCols(store_, right, "", columnSuffix);
-        ExtendTable(right, leftKey, rightKey, "LEFT", caseTable);
+        ExtendTable(right, leftKey, rightKey, "LEFT", step->caseTable);
         scratch_.Drop(right);
     }
 }

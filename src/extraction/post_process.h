@@ -2,6 +2,7 @@
 // What the post-processors of the run share: scratch tables that are gone at the start of a step
 // and on every way out of it, and the growing of a table by a chain of joins with added columns.
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,6 +80,16 @@ private:
     std::string current_;
     int n_ = 0;
 };
+
+// One configured case attribute ("T_CaseProcess.<part>", "T_CaseControl.<part>", "T_Case.<part>"):
+// the working case table it reads and the query of its columns.
+struct CaseStep {
+    std::string part;       // the key behind the table name
+    std::string caseTable;  // the query yields "<caseTable>_SP_ID"
+    std::string query;
+};
+// None when the key is no case key, its table is missing or the query is empty.
+std::optional<CaseStep> CaseStepOfKey(const store::Store& store, const std::string& key);
 
 // The store table's column names in table order (none when it is missing).
 std::vector<std::string> TableColumns(const store::Store& store, std::string_view table);
