@@ -7,10 +7,12 @@
 #include "common/error.h"
 #include "common/ini.h"
 #include "common/text.h"
+#include "common/write_guard.h"
 #include "extraction/batch_extract.h"
 #include "extraction/drawing_file_copy.h"
 #include "extraction/viewer_mode.h"
 #include "graphics/drawing_files.h"
+#include "plantaccess/resolution.h"
 #include "platform/interrupt.h"
 #include "platform/platform.h"
 #include "shell/command_line.h"
@@ -66,6 +68,7 @@ void WriteMode(const std::string& writeFile, const Engines& engines, std::string
         return;
     }
     shell::LogLine("Started from " + std::to_string(parent));
+    shell::RemoveSessionLeftovers();
     if (task.empty()) return;
     const std::string site = IniRead(writeFile, "LDL", "Site");
     RequireFile(site, "Site Ini");
@@ -74,6 +77,32 @@ void WriteMode(const std::string& writeFile, const Engines& engines, std::string
     SetActivePlant(site, plant, parentplant);
     shell::ApplySiteAndPlantToManagerIni(site, plant, parentplant, managerBackup);
     engines.batchWrite(IniRead(writeFile, "LDL", "MDB"), task, writeFile);
+}
+
+// What this run reads and writes, known before anything is written, so that the log and the
+// output can be refused when they name one of them.
+void RegisterRunPaths(const std::string& writeFile) {
+    ClearRunPaths();
+    RegisterRunPath(platform::ProgramIniFile(), RunPathRole::Input, "program ini file");
+    std::string site, config, output;
+    if (!writeFile.empty()) {
+        RegisterRunPath(writeFile, RunPathRole::Input, "write instruction file");
+        site = IniRead(writeFile, "LDL", "Site");
+    } else if (CurrentRun().batchMode) {
+        site = GetParameterValue("site");
+        config = GetParameterValue("config");
+        output = GetParameterValue("output");
+        if (output.empty()) output = GetParameterValue("Extract");
+    }
+    if (site.empty()) site = IniRead(shell::ManagerIniFile(), "SmartPlant Manager", "SiteServer");
+    plantaccess::RegisterSiteInputs(site);
+    if (!config.empty()) RegisterRunPath(config, RunPathRole::Input, "attribute configuration file");
+    if (!output.empty()) RegisterRunPath(ResolveWriteTarget(output), RunPathRole::Output, "extract");
+    const fs::path user = shell::GetUserConfigFile();
+    RegisterRunPath(user, RunPathRole::Settings, "user configuration file");
+    RegisterRunPath(shell::GetGeneralFile(), RunPathRole::Settings, "general settings file");
+    RegisterRunPath(shell::ManagerIniFile(), RunPathRole::Settings, "plant client's ini file");
+    RegisterRunPath(platform::RegistryFile(), RunPathRole::Settings, "settings registry file");
 }
 
 void BatchMode(const Engines& engines, std::string& managerBackup) {
@@ -139,8 +168,9 @@ void BatchMode(const Engines& engines, std::string& managerBackup) {
 Engines DefaultEngines() {
     // The run reaches the drawing file copy of the graphics library through this hook.
     extraction::SetDrawingFileCopy(
-        [](store::Store& extract, const std::filesystem::path& path, bool noCancel) {
-            graphics::CopyPid2Igr(extract, path, noCancel);
+        [](store::Store& extract, const std::filesystem::path& igrFolder,
+           const std::filesystem::path& shownFolder, bool noCancel) {
+            graphics::CopyPid2IgrInto(extract, igrFolder, shownFolder, noCancel);
         });
     Engines e;
     e.extract = [](const ExtractionJob& job) {
@@ -207,11 +237,13 @@ int RunMain(const std::vector<std::string>& args, const Engines& engines) {
         const std::string suffix = shell::UserSuffix(platform::UserName());
         run.pidTempTableName = suffix + "pid_temp_cp";
         run.lockedTempTableName = suffix + "locked_temp_cp";
+        RegisterRunPaths(run.writeMode ? writeFile : std::string());
         if (run.writeMode) {
             WriteMode(writeFile, engines, managerBackup);
         } else {
             const std::string log = run.batchMode ? GetParameterValue("log") : std::string();
             shell::OpenLog(kAppTitle, kAppTitle, log);
+            shell::RemoveSessionLeftovers();
             if (run.batchMode)
                 BatchMode(engines, managerBackup);
             else

@@ -47,6 +47,18 @@ void SaveAttributes2Ini(std::string_view project, std::string_view table,
 void InitProjectConfig(std::string_view project) {
     Trap("InitProjectConfig", [&] {
         const fs::path file = GetProjectIniPath(project);
+        // A /config file is an input: it is read, never written. What the preparation would add
+        // is taken in memory (AllLoops reads as 0 when missing); without any category it is no
+        // attribute configuration at all.
+        if (const fs::path& given = shell::GetAttributeConfigFile(); !given.empty()) {
+            const auto sections = GetIniSectionNames(given);
+            for (const auto& category : AllCategoryNames())
+                for (const auto& s : sections)
+                    if (IEquals(s, category)) return;
+            Raise("Config Ini " + given.string() +
+                  " holds no attribute configuration: none of the sections " +
+                  Join(AllCategoryNames(), ", ") + " is in it.");
+        }
         if (!IniDocument::Load(file).Get("General", "AllLoops"))
             IniWrite(file, "General", std::string("AllLoops"), std::string("0"));
 

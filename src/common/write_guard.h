@@ -12,7 +12,9 @@
 
 namespace tb {
 
-enum class RunPathRole { Input, Output, Log };
+// Settings: the program's own ini files (user, general, plant, client): written by the run, never
+// to be taken for its output or log.
+enum class RunPathRole { Input, Output, Log, Settings };
 
 // Records a path of this run: its real path (when it exists or its folder does) and its device
 // and inode (when it exists). `what` names it in messages ("plant database", "site ini file").
@@ -23,7 +25,7 @@ void ClearRunPaths();
 
 // What a registered path of another role than `as` the given path is, by device and inode or by
 // real path: the registered `what` and path, e.g. "the plant database /p/PLANTAPID.db".
-// An Output target is compared with inputs and the log; a Log with inputs and outputs.
+// A path is compared with the registered paths of every other role.
 std::optional<std::string> ConflictingRunPath(const std::filesystem::path& path, RunPathRole as);
 
 // Why `path` may not be written as `what` (empty when it may): its folder is missing or cannot be

@@ -1,5 +1,6 @@
 #include "extraction/batch_extract.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <vector>
 
@@ -7,6 +8,7 @@
 #include "common/error.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "common/write_guard.h"
 #include "extraction/attribute_keys.h"
 #include "extraction/pid2mdb.h"
 #include "plantaccess/ado.h"
@@ -97,21 +99,35 @@ std::string GetDrawingIDsFromNames(const std::string& name) {
     return Trap("GetDrawingIDsFromNames", [&] { return IdsByList("t_drawing", "Name", name); });
 }
 
+void CheckPlantName(const std::string& plant) {
+    if (TrimBlanks(plant).empty())
+        Raise("No plant is named: give one with /plant, or make one active in SmartPlant P&ID "
+              "Drawing Manager.");
+    // The name becomes the file name of the plant's settings: it must not lead elsewhere.
+    const bool plain = plant != "." && plant != ".." &&
+                       plant.find_first_of("/\\") == std::string::npos &&
+                       std::none_of(plant.begin(), plant.end(),
+                                    [](char c) { return static_cast<unsigned char>(c) < 0x20; });
+    if (!plain) Raise("The plant name '" + plant + "' is not a plain name: it cannot name a file.");
+}
+
 void ExtractActivePlant2MDB(const std::string& output, bool extractDrawingFiles, bool fromTo,
                             const std::string& plantGroupIDs, const std::string& drawingIDs,
                             const std::string& exclude) {
     Trap("ExtractActivePlant2MDB", [&] {
         std::string plant, site;
         plantaccess::PIDReadBegin(plant, site);
+        CheckPlantName(plant);
         shell::SetCurrentPlantName(plant);
-        attributes::InitProjectConfig(plant);
-        const fs::path target = fs::absolute(output);
-        std::error_code ec;
-        if (extractDrawingFiles) fs::remove_all(target.parent_path() / "igr", ec);
-        if (fs::exists(target, ec)) fs::remove(target);
-        plantaccess::ForgetMdbStore(target);
+        RegisterRunPath(shell::GetPlantFile(plant), RunPathRole::Settings, "plant settings file");
+        // The plant is resolved before its settings file is made, so that a wrong name leaves no
+        // file behind. The old extract and its "igr" stay until the new ones are complete.
         std::string user, password;
         plantaccess::InitDBSettings(plant, user, password, false, site);
+        plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
+        attributes::InitProjectConfig(plant);
+        const fs::path target = fs::absolute(output);
+        plantaccess::ForgetMdbStore(target);
         PID2MDBArguments args;
         args.mdbFile = target;
         args.plantGroupIDs = plantGroupIDs;

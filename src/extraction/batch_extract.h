@@ -6,11 +6,15 @@
 
 namespace tb::extraction {
 
-// Opens the plant named by Main (or the client's ini), prepares its attribute configuration,
-// removes an old output and the "igr" folder when drawing files are wanted, and runs PID2MDB.
+// Opens the plant named by Main (or the client's ini), prepares its attribute configuration once
+// the plant resolved, and runs PID2MDB. An old output and its "igr" folder stay until the run has
+// made their replacements.
 void ExtractActivePlant2MDB(const std::string& output, bool extractDrawingFiles, bool fromTo,
                             const std::string& plantGroupIDs, const std::string& drawingIDs,
                             const std::string& exclude);
+
+// Raises error 1 unless the plant name is a plain file name (its settings file is named after it).
+void CheckPlantName(const std::string& plant);
 
 // The ids are quoted comma lists ("'A','B'"), each id once; empty when nothing matched.
 void GetPlantGroupAndDrawingIDsFromPBS(const std::string& pbs, std::string& plantGroupIDs,

@@ -9,9 +9,11 @@
 
 namespace tb::extraction {
 
-// Copies the drawing files of the extract's PID table beside `extractPath`.
-using DrawingFileCopy =
-    std::function<void(store::Store& extract, const std::filesystem::path& extractPath, bool noCancel)>;
+// Copies the drawing files of the extract's PID table into the folder `igrFolder` (the run's
+// staging folder, which replaces `shownFolder`, "igr" beside the extract, when the run succeeds;
+// messages name that one).
+using DrawingFileCopy = std::function<void(store::Store& extract, const std::filesystem::path& igrFolder,
+                                           const std::filesystem::path& shownFolder, bool noCancel)>;
 
 // An empty function removes it; the run then logs that drawing files are not produced.
 void SetDrawingFileCopy(DrawingFileCopy copy);

@@ -18,6 +18,7 @@
 #include "extraction/output_model.h"
 #include "extraction/post_process.h"
 #include "extraction/revisions.h"
+#include "extraction/run_targets.h"
 #include "extraction/run_context.h"
 #include "extraction/viewer_mode.h"
 #include "plantaccess/ado.h"
@@ -752,6 +753,31 @@ void FirstHalf::Run() {
 
 }  // namespace
 
+namespace {
+
+// After a failure: the store goes with the session folder, or is kept where the user asked for it.
+void DisposeFailedStore(const fs::path& storeFile) {
+    if (storeFile.empty()) return;
+    std::error_code ec;
+    if (shell::ProgramFlag("KeepFailedStore")) {
+        // Out of the session folder, which ProgramExit removes.
+        const fs::path kept = shell::FailedStorePath();
+        fs::rename(storeFile, kept, ec);
+        if (ec) {
+            fs::copy_file(storeFile, kept, ec);
+            fs::remove(storeFile, ec);
+        }
+        if (!ec) {
+            LogLine("The store of the failed run stays in " + kept.string());
+            return;
+        }
+        LogLine("The store of the failed run cannot be kept in " + kept.string() + ": " + ec.message());
+    }
+    fs::remove(storeFile, ec);
+}
+
+}  // namespace
+
 void PID2MDB(const PID2MDBArguments& arguments) {
     RunContext run(arguments);
     const fs::path target = arguments.mdbFile;
@@ -776,11 +802,12 @@ void PID2MDB(const PID2MDBArguments& arguments) {
         LogLine(std::string("BigPlant=") + (run.bigPlant ? "1" : "0") + ", ACE=" +
                 (shell::ProgramFlag("ACE") ? "1" : "0"));
 
-        // Step 2: a fresh store stands for the new file; the target is written only at the end.
+        // Step 2: a fresh store stands for the new file. The target is checked now and written
+        // only at the end: until then a previous extract stays as it is.
         run.step = 2;
+        run.targets = PrepareRunTargets(target, run.bigPlant, arguments.extractDrawingFiles);
         std::error_code ec;
         const bool keep = arguments.keepExistingMdb && fs::is_regular_file(target, ec);
-        if (!keep && fs::exists(target, ec)) fs::remove(target);
         if (!plantaccess::CreateAccessDatabase(target, 5))
             throw Error(kErrDatabase, "The store of '" + target.string() + "' could not be made.");
         run.storePtr = plantaccess::FindMdbStore(target);
@@ -805,29 +832,31 @@ void PID2MDB(const PID2MDBArguments& arguments) {
         FirstHalf(run).Run();
         BuildCategories(run);
 
-        // The store becomes the file at the target.
+        // The store becomes the file at the target, then the drawing files take the place of
+        // the old ones.
+        run.CheckCancel();
         ShowProgress("Writing " + target.string() + "...");
-        const storefile::WriteSummary written = storefile::WriteStoreFile(run.st(), target);
+        const storefile::WriteSummary written = storefile::WriteStoreFile(run.st(), run.targets.extract);
         LogLine("Tables written: " + std::to_string(written.tables.size()) + ", rows: " +
                 std::to_string(written.rows));
+        if (!run.igrStaging.empty()) {
+            CommitIgr(run.igrStaging, run.targets.igr);
+            run.igrStaging.clear();
+        }
         plantaccess::ForgetMdbStore(target);
         const fs::path storeFile = run.st().path();
         run.storePtr.reset();
         if (!storeFile.empty()) fs::remove(storeFile, ec);
         if (fs::exists(target, ec)) ShowProgress(target.string() + " extracted");
     } catch (...) {
-        // No extract at the target after a failure; the store stays for diagnosis when asked.
+        // What was at the target stays; the run's own files go.
+        std::error_code ec;
+        if (!run.igrStaging.empty()) fs::remove_all(run.igrStaging, ec);
         if (storeMade) {
             plantaccess::ForgetMdbStore(target);
             const fs::path storeFile = run.storePtr ? run.storePtr->path() : fs::path();
             run.storePtr.reset();
-            std::error_code ec;
-            if (!storeFile.empty()) {
-                if (shell::ProgramFlag("KeepFailedStore"))
-                    LogLine("The store of the failed run stays in " + storeFile.string());
-                else
-                    fs::remove(storeFile, ec);
-            }
+            DisposeFailedStore(storeFile);
         }
         RethrowChained("PID2MDB", run.step);
     }

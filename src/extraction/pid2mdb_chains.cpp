@@ -494,8 +494,12 @@ void BuildCategories(RunContext& run) {
             st.DropTable("itemattributions_cp");
         }
         if (run.args.extractDrawingFiles) {
-            if (const DrawingFileCopy& copy = GetDrawingFileCopy())
-                copy(st, run.args.mdbFile, false);
+            if (const DrawingFileCopy& copy = GetDrawingFileCopy()) {
+                run.igrStaging = MakeIgrStaging(run.targets.igr);
+                copy(st, run.igrStaging, run.targets.igr, false);
+                // The copy stops at a cancel without raising; the run ends here.
+                run.CheckCancel();
+            }
             else
                 LogNotProduced("The drawing files beside the extract");
         }

@@ -12,6 +12,7 @@
 #include "extraction/category_sql.h"
 #include "extraction/pid2mdb.h"
 #include "extraction/plant_sql.h"
+#include "extraction/run_targets.h"
 #include "store/store.h"
 
 namespace tb::extraction {
@@ -25,6 +26,9 @@ struct RunContext {
     PlantSchema plant;
     Selection selection;
     int step = 0;
+    RunTargets targets;
+    // The "igr.tmp-..." folder the drawing files go to; it becomes "igr" when the run succeeds.
+    std::filesystem::path igrStaging;
 
     // Settings of the program ini and flags of the configuration.
     bool bigPlant = false;

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <optional>
 #include <system_error>
 
 #include "common/error.h"
@@ -105,12 +106,24 @@ fs::path DrawingSourcePath(std::string_view plantFolder, std::string_view drawin
     return platform::LocalPath(folder + std::string(drawingPath));
 }
 
-CopyResult CopyPid2Igr(store::Store& extract, const fs::path& extractPath, bool noCancel,
-                       const std::string& plantFolder) {
+std::optional<fs::path> ConfinedDrawingSource(std::string_view plantFolder, std::string_view drawingPath) {
+    fs::path source = DrawingSourcePath(plantFolder, drawingPath).lexically_normal();
+    fs::path root = platform::LocalPath(std::string(plantFolder)).lexically_normal();
+    // "a/b/" and "a/b" are the same folder; compare element by element.
+    if (!root.empty() && root.filename().empty()) root = root.parent_path();
+    if (!source.empty() && source.filename().empty()) source = source.parent_path();
+    auto s = source.begin();
+    for (auto r = root.begin(); r != root.end(); ++r, ++s)
+        if (s == source.end() || *s != *r) return std::nullopt;
+    if (s == source.end()) return std::nullopt;  // the plant folder itself is no drawing
+    return source;
+}
+
+CopyResult CopyPid2IgrInto(store::Store& extract, const fs::path& folder, const fs::path& shownFolder,
+                           bool noCancel, const std::string& plantFolder) {
     CopyResult result;
     try {
-        const fs::path folder = GetIgrFolder(extractPath);
-        ShowStatus("Copying PID files to directory '%0%'...|||" + WithSlash(folder));
+        ShowStatus("Copying PID files to directory '%0%'...|||" + WithSlash(shownFolder));
         if (!fs::is_directory(folder)) fs::create_directories(folder);
         KeptPlantFolder() = plantFolder;
         const std::vector<store::Row> rows = extract.QueryRows("SELECT Drawing_Path FROM PID GROUP BY Drawing_Path");
@@ -120,14 +133,20 @@ CopyResult CopyPid2Igr(store::Store& extract, const fs::path& extractPath, bool 
             const std::string path = row[0].isNull() ? std::string() : row[0].ToText();
             if (TrimSpace(path).empty()) {
                 ShowStatus("Empty Drawing_Path found");
+            } else if (const auto source = ConfinedDrawingSource(plantFolder, path); !source) {
+                // A path of the plant's data that climbs out of the plant folder would copy any
+                // file the user can read into the extract's folder.
+                ShowStatus("Drawing path '%0%' leaves the plant folder '%1%': not copied|||" + path + "|||" +
+                           plantFolder);
             } else {
-                const fs::path source = DrawingSourcePath(plantFolder, path);
-                const fs::path target = folder / (DrawingBaseName(path) + ".igr");
+                const std::string name = DrawingBaseName(path) + ".igr";
+                const fs::path target = folder / name;
                 std::error_code ec;
                 std::string operation;
-                CopyWhole(source, target, ec, operation);
+                CopyWhole(*source, target, ec, operation);
                 if (ec) {
-                    ShowStatus("Error: Copying file '%0%' to '%1%'|||" + source.string() + "|||" + target.string());
+                    ShowStatus("Error: Copying file '%0%' to '%1%'|||" + source->string() + "|||" +
+                               (shownFolder / name).string());
                     LogLine(ec.message() + ":" + std::to_string(ec.value()) + ":" + operation);
                 } else if (fs::exists(target, ec)) {
                     ++result.copied;
@@ -147,14 +166,31 @@ CopyResult CopyPid2Igr(store::Store& extract, const fs::path& extractPath, bool 
     return result;
 }
 
-void CopyPid2Igr(store::Store& extract, const fs::path& extractPath, bool noCancel) {
-    std::string plantFolder;
+CopyResult CopyPid2Igr(store::Store& extract, const fs::path& extractPath, bool noCancel,
+                       const std::string& plantFolder) {
+    const fs::path folder = GetIgrFolder(extractPath);
+    return CopyPid2IgrInto(extract, folder, folder, noCancel, plantFolder);
+}
+
+namespace {
+
+std::string PlantFolderOrLog() {
     try {
-        plantFolder = plantaccess::GetPlantPath();
+        return plantaccess::GetPlantPath();
     } catch (const Error& e) {
         LogLine(ChainSource("CopyPid2Igr", 0, e.source()) + ":" + e.description());
     }
-    CopyPid2Igr(extract, extractPath, noCancel, plantFolder);
+    return {};
+}
+
+}  // namespace
+
+void CopyPid2Igr(store::Store& extract, const fs::path& extractPath, bool noCancel) {
+    CopyPid2Igr(extract, extractPath, noCancel, PlantFolderOrLog());
+}
+
+void CopyPid2IgrInto(store::Store& extract, const fs::path& folder, const fs::path& shownFolder, bool noCancel) {
+    CopyPid2IgrInto(extract, folder, shownFolder, noCancel, PlantFolderOrLog());
 }
 
 void EnsureIgr(store::Store& extract, const fs::path& igrPath, const std::string& plantFolder) {

@@ -3,6 +3,7 @@
 // beside the extract as "<base name>.igr", the name the viewer and the graphic editor read.
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,11 @@ std::string DrawingBaseName(std::string_view drawingPath);
 // one), as a local path.
 std::filesystem::path DrawingSourcePath(std::string_view plantFolder, std::string_view drawingPath);
 
+// The source of a drawing path when it lies inside the plant folder after mapping (".." taken
+// lexically); nullopt when the path leaves it.
+std::optional<std::filesystem::path> ConfinedDrawingSource(std::string_view plantFolder,
+                                                          std::string_view drawingPath);
+
 // The counts of a copy run.
 struct CopyResult {
     int drawings = 0;  // distinct Drawing_Path values
@@ -38,6 +44,15 @@ CopyResult CopyPid2Igr(store::Store& extract, const std::filesystem::path& extra
                        const std::string& plantFolder);
 // The same with the plant folder of GetPlantPath, which is kept for EnsureIgr.
 void CopyPid2Igr(store::Store& extract, const std::filesystem::path& extractPath, bool noCancel);
+
+// The same into the folder `igrFolder` itself (a run's staging folder), named in the messages as
+// `shownFolder` (the folder it becomes). A drawing path that leaves the plant folder is not
+// copied, with a status line.
+CopyResult CopyPid2IgrInto(store::Store& extract, const std::filesystem::path& igrFolder,
+                           const std::filesystem::path& shownFolder, bool noCancel,
+                           const std::string& plantFolder);
+void CopyPid2IgrInto(store::Store& extract, const std::filesystem::path& igrFolder,
+                     const std::filesystem::path& shownFolder, bool noCancel);
 
 // Fetches one drawing's ".igr" file on demand: nothing for an empty path or an existing file;
 // else the first PID.Drawing_Path whose name is like "%<base name>.pid" is copied to `igrPath`.

@@ -8,6 +8,7 @@
 #include "common/ini.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "common/write_guard.h"
 #include "platform/platform.h"
 #include "plantaccess/ado.h"
 #include "plantaccess/connect_string.h"
@@ -103,6 +104,19 @@ std::string RootItemIdSql(std::string_view p, std::string_view parentPlant, std:
 
 std::string ActiveWsSiteSql(std::string_view prefix) {
     return "SELECT SP_WSSITEID FROM " + GetFullTableName(prefix, "T_ACTIVEWSSITE");
+}
+
+void RegisterSiteInputs(const fs::path& siteIni) {
+    if (siteIni.empty()) return;
+    RegisterRunPath(siteIni, RunPathRole::Input, "site ini file");
+    const IniDocument ini = IniDocument::Load(siteIni);
+    if (DialectOfDbType(ini.Get("SITESCHEMA", "DBTYPE").value_or("ORACLE")) != Dialect::Sqlite) return;
+    const std::string folder = SqliteFolder(ini.Get("SITESCHEMA", "DBSERVER").value_or(""), siteIni);
+    std::error_code ec;
+    fs::directory_iterator it(folder.empty() ? fs::path(".") : fs::path(folder), ec), end;
+    for (; !ec && it != end; it.increment(ec))
+        if (IEquals(it->path().extension().string(), ".db"))
+            RegisterRunPath(it->path(), RunPathRole::Input, "plant database");
 }
 
 void PIDReadBegin(std::string& plantName, std::string& siteNode, bool) {

@@ -9,6 +9,7 @@
 // digest + "_site".
 
 #include <array>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -25,6 +26,11 @@ inline constexpr int kPlantGroupSchema = 2;   // SPAPLANT (or REPSPAPLANT), also
 
 // The plant and site node of this run. forceNew makes no difference here: the values are read
 // anew at every call.
+// Registers the site ini and, for the embedded plant, every plant database file of its folder
+// as inputs of the run (the write guard then refuses them as output or log). Anything unreadable
+// is passed over: resolution reports it later with its own messages.
+void RegisterSiteInputs(const std::filesystem::path& siteIni);
+
 void PIDReadBegin(std::string& plantName, std::string& siteNode, bool forceNew = false);
 
 // Resolves the plant's schemas and fills the plant settings. plantName and siteNode go out as

@@ -46,9 +46,9 @@ fs::path ApplicationFolder() {
 fs::path ProgramIniFile() { return ApplicationFolder() / "tarnbrook.ini"; }
 
 TempBase TempVariable() {
-    if (auto t = GetEnv("TEMP"); !t.empty()) return {t, true};
-    if (auto t = GetEnv("TMPDIR"); !t.empty()) return {t, false};
-    return {"/tmp", false};
+    if (auto t = GetEnv("TEMP"); !t.empty()) return {t, true, "TEMP"};
+    if (auto t = GetEnv("TMPDIR"); !t.empty()) return {t, false, "TMPDIR"};
+    return {"/tmp", false, {}};
 }
 
 fs::path RoamingDataFolder() {

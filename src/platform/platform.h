@@ -29,6 +29,7 @@ fs::path ProgramIniFile();
 struct TempBase {
     std::string value;
     bool fromTemp = false;
+    std::string variable;  // "TEMP", "TMPDIR", or empty for the /tmp default
 };
 TempBase TempVariable();
 

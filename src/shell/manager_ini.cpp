@@ -29,8 +29,13 @@ void ApplySiteAndPlantToManagerIni(std::string_view site, std::string_view plant
             doc.Set("SmartPlant Manager", "ActivePlant", plant);
             doc.Set("SmartPlant Manager", "ActiveParentPlant", parentplant);
         }
-        if (!doc.Save(file))
-            throw Error(kErrFileAccess, "Cannot write " + file.string());
+        // A read-only file stays as it is, without a word; the run takes site and plant from
+        // the arguments anyway, and there is then nothing to restore.
+        if (!doc.Save(file)) {
+            std::error_code rec;
+            fs::remove(copy, rec);
+            backup.clear();
+        }
     });
 }
 

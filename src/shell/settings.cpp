@@ -2,11 +2,14 @@
 
 #include <stdlib.h>
 
+#include <ctime>
+
 #include <map>
 #include <optional>
 
 #include "common/error.h"
 #include "common/ini.h"
+#include "common/temp_file.h"
 #include "common/text.h"
 #include "platform/platform.h"
 #include "shell/messages.h"
@@ -75,8 +78,12 @@ fs::path GetPlantFile(std::string_view plant) {
 }
 
 void SetAttributeConfigFile(const fs::path& path) { gAttributeOverride = path; }
+const fs::path& GetAttributeConfigFile() { return gAttributeOverride; }
 void SetCurrentPlantName(std::string_view plant) { gCurrentPlant = plant; }
 const std::string& CurrentPlantName() { return gCurrentPlant; }
+
+// The base of session folder names; RemoveSessionLeftovers takes only names of this base.
+constexpr std::string_view kSessionBase = "tb";
 
 const fs::path& TempFolderInit() {
     const auto base = platform::TempVariable();
@@ -84,24 +91,46 @@ const fs::path& TempFolderInit() {
     if (base.value.empty())
         Raise("TEMP directory not defined. Please first set operating system environment variable "
               "TEMP to a correct folder");
-    if (!fs::is_directory(base.value, ec))
-        Raise("TEMP directory " + base.value +
-              " not found. Please first set operating system environment variable TEMP to a "
-              "correct folder");
-    std::string templ = (fs::path(base.value) / "tb").string() + "XXXXXX";
-    if (!::mkdtemp(templ.data()))
-        throw Error(kErrFileAccess, "Cannot create a folder in TEMP directory " + base.value,
-                    "TempFolderInit");
-    gTempFolder = templ;
+    if (!fs::is_directory(base.value, ec)) {
+        // The message names the variable the folder came from: blaming TEMP when it is unset and
+        // TMPDIR is wrong sends the user to the wrong place.
+        const std::string variable = base.variable.empty() ? "TEMP" : base.variable;
+        Raise(variable + " directory " + base.value +
+              " not found. Please first set operating system environment variable " + variable +
+              " to a correct folder");
+    }
+    // Private: the store holds the plant's data.
+    gTempFolder = CreateTempFolder(base.value, kSessionBase, true);
     return gTempFolder;
 }
 
 const fs::path& SessionTempFolder() { return gTempFolder; }
 
+void RemoveSessionLeftovers() {
+    const auto base = platform::TempVariable();
+    if (base.value.empty()) return;
+    RemoveLeftovers(base.value, [](std::string_view b) { return b == kSessionBase; });
+}
+
 void DeleteTempFolder() {
     if (gTempFolder.empty()) return;
     std::error_code ec;
     fs::remove_all(gTempFolder, ec);
+}
+
+fs::path FailedStorePath() {
+    const fs::path folder = fs::path(platform::TempVariable().value) / std::string(kAppTitle);
+    std::error_code ec;
+    fs::create_directory(folder, ec);
+    const std::time_t now = std::time(nullptr);
+    std::tm tm{};
+    ::localtime_r(&now, &tm);
+    char stamp[32];
+    std::strftime(stamp, sizeof stamp, "%Y-%m-%d_%H%M%S", &tm);
+    fs::path path = folder / ("failed-" + std::string(stamp) + ".store");
+    for (int n = 2; fs::exists(fs::symlink_status(path, ec)); ++n)
+        path = folder / ("failed-" + std::string(stamp) + "-" + std::to_string(n) + ".store");
+    return path;
 }
 
 void ImportSettingFromCentralFolder(std::string_view plant, bool write) {

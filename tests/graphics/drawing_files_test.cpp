@@ -31,6 +31,28 @@ TEST(DrawingFiles, Names) {
                 << folder << " " << path;
 }
 
+TEST(DrawingFiles, PathsThatLeaveThePlantFolderAreRefused) {
+    test::TempDir dir;
+    fs::create_directories(dir.path() / "PlantA" / "Area10");
+    fs::create_directories(dir.path() / "PlantAB");
+    const std::string plant = (dir.path() / "PlantA").string();
+    struct Case {
+        const char* path;
+        bool inside;
+    } cases[] = {
+        {"\\Area10\\P.pid", true},
+        {"Area10/../Area10/P.pid", true},
+        {"\\..\\..\\..\\secret.txt", false},
+        {"Area10\\..\\..\\PlantAB\\x.pid", false},
+        {"../PlantAB/x.pid", false},
+        {"..", false},
+        {"\\", false},  // the plant folder itself
+    };
+    for (const std::string& folder : {plant, plant + "/"})
+        for (const Case& c : cases)
+            EXPECT_EQ(ConfinedDrawingSource(folder, c.path).has_value(), c.inside) << folder << " " << c.path;
+}
+
 class Copy : public ::testing::Test {
 protected:
     void SetUp() override {

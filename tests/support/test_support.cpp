@@ -55,7 +55,7 @@ fs::path CorpusDir() {
 
 ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>& args,
                          const std::map<std::string, std::string>& env, const fs::path& workdir,
-                         const std::string& interruptWhen) {
+                         const std::string& interruptWhen, int signal) {
     int pipefd[2];
     if (::pipe(pipefd) != 0) throw std::runtime_error("pipe failed");
     std::vector<std::string> envStrings;
@@ -89,7 +89,7 @@ ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>
     for (ssize_t n; (n = ::read(pipefd[0], buf, sizeof buf)) > 0;) {
         result.output.append(buf, n);
         if (!interrupted && result.output.find(interruptWhen) != std::string::npos) {
-            ::kill(pid, SIGINT);
+            ::kill(pid, signal);
             interrupted = true;
         }
     }
@@ -110,8 +110,9 @@ Sandbox::Sandbox() {
             {"LANG", "C.UTF-8"}};
 }
 
-ProcessResult Sandbox::Run(const std::vector<std::string>& args, const std::string& interruptWhen) const {
-    return RunProcess(BuildDir() / "tarnbrook", args, env_, root(), interruptWhen);
+ProcessResult Sandbox::Run(const std::vector<std::string>& args, const std::string& interruptWhen,
+                           int signal) const {
+    return RunProcess(BuildDir() / "tarnbrook", args, env_, root(), interruptWhen, signal);
 }
 
 }  // namespace tb::test

@@ -2,6 +2,7 @@
 // Helpers for tests: temporary folders, files, and running the built executables in a sandbox of
 // their own (HOME, XDG_CONFIG_HOME, TEMP, TARNBROOK_HOME), so tests can run in parallel.
 
+#include <csignal>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -40,10 +41,12 @@ struct ProcessResult {
 };
 
 // Runs a program with exactly the given environment (no inheritance) and waits. With
-// `interruptWhen`, the program gets one SIGINT as soon as its output holds that text.
+// `interruptWhen`, the program gets one `signal` as soon as its output holds
+// that text. A program ended by a signal has exit code -1.
 ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>& args,
                          const std::map<std::string, std::string>& env,
-                         const fs::path& workdir = {}, const std::string& interruptWhen = {});
+                         const fs::path& workdir = {}, const std::string& interruptWhen = {},
+                         int signal = SIGINT);
 
 // A sandbox for one run of the program: home/, config/ (XDG_CONFIG_HOME), temp/ (TEMP) and
 // app/ (TARNBROOK_HOME), created empty.
@@ -58,7 +61,8 @@ public:
     std::map<std::string, std::string>& env() { return env_; }
 
     // Runs build/tarnbrook with the sandbox's environment, in the sandbox root.
-    ProcessResult Run(const std::vector<std::string>& args, const std::string& interruptWhen = {}) const;
+    ProcessResult Run(const std::vector<std::string>& args, const std::string& interruptWhen = {},
+                      int signal = SIGINT) const;
 
 private:
     TempDir dir_;
