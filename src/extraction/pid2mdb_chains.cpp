@@ -426,29 +426,20 @@ void ClearWorkingTables(RunContext& run) {
 // The run's ini copy: the attribute configuration with the run's parameters and, for each
 // category in Task, its configured keys.
 std::string SaveRunParameters(RunContext& run, const std::vector<std::string>& tasks) {
-    const fs::path copy = shell::SessionTempFolder() / "run-settings.ini";
-    std::error_code ec;
-    fs::remove(copy, ec);
-    if (fs::is_regular_file(run.attributeIni, ec)) fs::copy_file(run.attributeIni, copy, ec);
+    // Made in memory: the configuration may be a read-only /config file, and a copy of it
+    // would be read-only too.
+    IniDocument copy = IniDocument::Load(run.attributeIni);
     auto ids = [](const std::string& list) { return ReplaceAll(list, "'", "."); };
-    IniWrite(copy, "Parameters", "PlantGroupIDs", ids(run.args.plantGroupIDs));
-    IniWrite(copy, "Parameters", "DrawingIDs", ids(run.args.drawingIDs));
-    IniWrite(copy, "Parameters", "SelectFilter", run.args.selectFilter);
-    IniWrite(copy, "Parameters", "LoadAssociatedDrawings", run.args.loadAssociatedDrawings ? "1" : "0");
-    IniWrite(copy, "Parameters", "ExtractDrawingFiles", run.args.extractDrawingFiles ? "1" : "0");
-    IniWrite(copy, "Parameters", "ExtractFromTo", run.extractFromTo ? "1" : "0");
+    copy.Set("Parameters", "PlantGroupIDs", ids(run.args.plantGroupIDs));
+    copy.Set("Parameters", "DrawingIDs", ids(run.args.drawingIDs));
+    copy.Set("Parameters", "SelectFilter", run.args.selectFilter);
+    copy.Set("Parameters", "LoadAssociatedDrawings", run.args.loadAssociatedDrawings ? "1" : "0");
+    copy.Set("Parameters", "ExtractDrawingFiles", run.args.extractDrawingFiles ? "1" : "0");
+    copy.Set("Parameters", "ExtractFromTo", run.extractFromTo ? "1" : "0");
     // SaveExtractedAttributes: the configured keys of every category the extract holds.
     for (const std::string& task : tasks)
-        for (const std::string& key : run.keys.Keys(task)) IniWrite(copy, "Extracted_" + task, key, "");
-    std::string bytes;
-    if (FILE* f = std::fopen(copy.c_str(), "rb")) {
-        char buffer[8192];
-        std::size_t n;
-        while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) bytes.append(buffer, n);
-        std::fclose(f);
-    }
-    fs::remove(copy, ec);
-    return bytes;
+        for (const std::string& key : run.keys.Keys(task)) copy.Set("Extracted_" + task, key, "");
+    return copy.Serialize();
 }
 
 }  // namespace
