@@ -1,11 +1,6 @@
 #include "common/ini.h"
 
-#include <unistd.h>
-
-#include <fstream>
-#include <sstream>
-#include <system_error>
-
+#include "common/file_in_place.h"
 #include "common/text.h"
 
 namespace tb {
@@ -62,11 +57,8 @@ IniDocument IniDocument::Parse(std::string_view bytes) {
 }
 
 IniDocument IniDocument::Load(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return {};
-    std::ostringstream ss;
-    ss << in.rdbuf();
-    return Parse(ss.str());
+    const auto bytes = ReadFileCompleted(file);
+    return bytes ? Parse(*bytes) : IniDocument{};
 }
 
 std::string IniDocument::Serialize() const {
@@ -86,25 +78,7 @@ std::string IniDocument::Serialize() const {
 }
 
 bool IniDocument::Save(const std::filesystem::path& file) const {
-    const auto temp = file.string() + ".tmp" + std::to_string(::getpid());
-    {
-        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-        if (!out) return false;
-        const std::string bytes = Serialize();
-        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        if (!out.flush()) {
-            std::error_code ec;
-            std::filesystem::remove(temp, ec);
-            return false;
-        }
-    }
-    std::error_code ec;
-    std::filesystem::rename(temp, file, ec);
-    if (ec) {
-        std::filesystem::remove(temp, ec);
-        return false;
-    }
-    return true;
+    return WriteFileInPlace(file, Serialize());
 }
 
 std::size_t IniDocument::FindSection(std::string_view section) const {
