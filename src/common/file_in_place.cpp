@@ -87,13 +87,14 @@ bool IsReadOnly(const struct stat& st) {
 
 // The target, open for writing, when it exists and may be written.
 enum class OpenResult { Opened, Missing, Refused };
-OpenResult OpenTarget(const fs::path& target, UniqueFd& fd) {
+OpenResult OpenTarget(const fs::path& target, UniqueFd& fd, mode_t* mode = nullptr) {
     // O_NONBLOCK so that a FIFO at the name cannot hang us; it is refused below.
     fd.reset(::open(target.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!fd) return errno == ENOENT ? OpenResult::Missing : OpenResult::Refused;
     struct stat st{};
     if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode) || IsReadOnly(st))
         return OpenResult::Refused;
+    if (mode) *mode = st.st_mode & 0777;
     return OpenResult::Opened;
 }
 
@@ -191,13 +192,14 @@ std::optional<std::string> ReadFileCompleted(const fs::path& file) {
 bool WriteFileInPlace(const fs::path& file, std::string_view bytes) {
     const fs::path target = FollowLinks(file);
     UniqueFd fd;
-    switch (OpenTarget(target, fd)) {
+    mode_t mode = 0600;
+    switch (OpenTarget(target, fd, &mode)) {
     case OpenResult::Refused:
         return false;
     case OpenResult::Missing: {
         bool appeared = false;
         if (CreateWhole(target, bytes, appeared)) return true;
-        if (!appeared || OpenTarget(target, fd) != OpenResult::Opened) return false;
+        if (!appeared || OpenTarget(target, fd, &mode) != OpenResult::Opened) return false;
         break;
     }
     case OpenResult::Opened:
@@ -218,6 +220,8 @@ bool WriteFileInPlace(const fs::path& file, std::string_view bytes) {
         return OverwriteContent(fd.get(), bytes);
     }
     UniqueFd pendingFd(temp.fd);
+    // The copy is as private as the file (General.ini holds passwords).
+    ::fchmod(pendingFd.get(), mode);
     // Locked before it gets its ".tb-new" name, so that no reader ever takes it for a leftover.
     ::flock(pendingFd.get(), LOCK_EX | LOCK_NB);
     const fs::path pending = PendingName(target);
