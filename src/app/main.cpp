@@ -56,10 +56,16 @@ void SetActivePlant(const std::string& site, const std::string& plant, std::stri
 void WriteMode(const std::string& writeFile, const Engines& engines, std::string& managerBackup) {
     const std::string task = IniRead(writeFile, "LDL", "Task");
     const std::string logfile = IniRead(writeFile, "LDL", "Log");
-    if (logfile.empty())
+    if (logfile.empty()) {
         shell::OpenLog(kAppTitle, kAppTitle, {});
-    else
+    } else if (auto why = WhyNotWritable(logfile, RunPathRole::Log)) {
+        // The caller's log may not be one of the run's files: the lines go to a log of our own.
+        shell::OpenLog(kAppTitle, kAppTitle, {});
+        Raise("Cannot write the log file " + logfile + ": " + *why + ".");
+    } else {
         shell::SetLogFileName(logfile);
+        RegisterRunPath(logfile, RunPathRole::Log, "log file");
+    }
     CurrentRun().writeInstructionFile = writeFile;
     const long ppid = LeadingNumber(IniRead(writeFile, "LDL", "ppid", "-1"));
     const long parent = platform::ParentProcessId();
@@ -242,8 +248,9 @@ int RunMain(const std::vector<std::string>& args, const Engines& engines) {
             WriteMode(writeFile, engines, managerBackup);
         } else {
             const std::string log = run.batchMode ? GetParameterValue("log") : std::string();
-            shell::OpenLog(kAppTitle, kAppTitle, log);
+            const auto refused = shell::OpenLog(kAppTitle, kAppTitle, log);
             shell::RemoveSessionLeftovers();
+            if (refused) Raise(*refused);
             if (run.batchMode)
                 BatchMode(engines, managerBackup);
             else

@@ -4,6 +4,7 @@
 
 #include "attributes/categories.h"
 #include "common/error.h"
+#include "common/file_in_place.h"
 #include "common/ini.h"
 #include "common/text.h"
 #include "platform/platform.h"
@@ -75,11 +76,11 @@ void InitProjectConfig(std::string_view project) {
         if (!last.empty()) {
             const fs::path lastFile = GetProjectIniPath(last);
             if (lastFile != file && fs::is_regular_file(lastFile, ec)) {
-                fs::copy_file(lastFile, file, fs::copy_options::overwrite_existing, ec);
-                if (ec)
-                    throw Error(kErrFileAccess, "Cannot copy " + lastFile.string() + " to " +
-                                                    file.string() + ": " + ec.message());
-                return;
+                if (const auto bytes = ReadFileCompleted(lastFile)) {
+                    // In place, as every ini write: a read-only plant file stays as it is.
+                    WriteFileInPlace(file, *bytes);
+                    return;
+                }
             }
         }
         const IniDocument defaults =
@@ -100,8 +101,8 @@ void InitProjectConfig(std::string_view project) {
             doc.RemoveSection(name);
             for (const auto& [key, value] : defaults.Entries(section)) doc.Set(name, key, value);
         }
-        if (!doc.Save(file))
-            throw Error(kErrFileAccess, "Cannot write the configuration file " + file.string());
+        // A read-only plant file is left as it is, without a message, as every ini write.
+        doc.Save(file);
     });
 }
 

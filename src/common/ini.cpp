@@ -1,12 +1,9 @@
 #include "common/ini.h"
 
-#include <unistd.h>
-
-#include <fstream>
-#include <sstream>
-#include <system_error>
-
+#include "common/file_in_place.h"
+#include "common/log.h"
 #include "common/text.h"
+#include "common/write_guard.h"
 
 namespace tb {
 namespace {
@@ -62,11 +59,8 @@ IniDocument IniDocument::Parse(std::string_view bytes) {
 }
 
 IniDocument IniDocument::Load(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return {};
-    std::ostringstream ss;
-    ss << in.rdbuf();
-    return Parse(ss.str());
+    const auto bytes = ReadFileCompleted(file);
+    return bytes ? Parse(*bytes) : IniDocument{};
 }
 
 std::string IniDocument::Serialize() const {
@@ -86,25 +80,13 @@ std::string IniDocument::Serialize() const {
 }
 
 bool IniDocument::Save(const std::filesystem::path& file) const {
-    const auto temp = file.string() + ".tmp" + std::to_string(::getpid());
-    {
-        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-        if (!out) return false;
-        const std::string bytes = Serialize();
-        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        if (!out.flush()) {
-            std::error_code ec;
-            std::filesystem::remove(temp, ec);
-            return false;
-        }
-    }
-    std::error_code ec;
-    std::filesystem::rename(temp, file, ec);
-    if (ec) {
-        std::filesystem::remove(temp, ec);
+    // An ini write never lands on a file the run reads or writes as something else (a /config
+    // file, a plant database, the extract, the log), whatever name led here.
+    if (auto other = ConflictingRunPath(FollowLinks(file), RunPathRole::Settings)) {
+        LogLine("Settings are not written into " + file.string() + ": it is " + *other + ".");
         return false;
     }
-    return true;
+    return WriteFileInPlace(file, Serialize());
 }
 
 std::size_t IniDocument::FindSection(std::string_view section) const {

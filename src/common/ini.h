@@ -20,11 +20,13 @@ public:
     IniDocument() = default;
 
     static IniDocument Parse(std::string_view bytes);
-    // A missing or unreadable file gives an empty document.
+    // A missing or unreadable file gives an empty document. A write that a dead process left half
+    // done is finished first.
     static IniDocument Load(const std::filesystem::path& file);
 
     std::string Serialize() const;
-    // Writes under a temporary name beside the file and renames; false when that fails.
+    // Replaces the file's bytes in place (WriteFileInPlace): links, owner and mode stay. False when
+    // it cannot be written, a file without any write permission bit included.
     bool Save(const std::filesystem::path& file) const;
 
     bool HasSection(std::string_view section) const;

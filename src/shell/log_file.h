@@ -6,14 +6,20 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace tb::shell {
 
-// Creates the log anew with its banner. When the folder of `path` does not exist, a default name
-// in the temporary folder is used: "<TEMP>/<title>/yyyy-mm-dd_hhmmss_<stem>.log".
-void OpenLog(std::string_view description, std::string_view stem, const std::filesystem::path& path);
+// Creates the log anew with its banner, mode 0600, never through a symbolic link. When the folder
+// of `path` does not exist, a default name in the temporary folder is used:
+// "<TEMP>/<title>/yyyy-mm-dd_hhmmss_<stem>.log", made exclusively. An existing file at `path` is
+// copied to "<path>.bak" first. A `path` that may not be the log (a directory, a device, a link,
+// an input or output of the run) is refused: the log goes to the default name and the result is
+// "Cannot write the log file <path>: <reason>.", for the caller to end the run with.
+std::optional<std::string> OpenLog(std::string_view description, std::string_view stem,
+                                   const std::filesystem::path& path);
 // Names the log without touching it: lines are appended to what is there.
 void SetLogFileName(const std::filesystem::path& path);
 const std::filesystem::path& GetLogFileName();
@@ -30,6 +36,9 @@ std::string LogBanner(std::string_view description);
 std::string CentredStarLine(std::string_view text);
 // The environment block line of one "NAME=value" text, with secrets masked.
 std::string EnvironmentLine(std::string_view variable);
+// A text with the parts that carry a password masked by "****": the value of "pwd=" and
+// "password=" (any case) up to the next ";", and the password of a URL ("scheme://user:****@").
+std::string MaskSecrets(std::string_view text);
 
 // Makes the common log sink write here; called once at start-up.
 void InstallLogSink();

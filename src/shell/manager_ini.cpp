@@ -1,6 +1,7 @@
 #include "shell/manager_ini.h"
 
 #include "common/error.h"
+#include "common/file_in_place.h"
 #include "common/ini.h"
 #include "platform/platform.h"
 
@@ -41,9 +42,9 @@ void ApplySiteAndPlantToManagerIni(std::string_view site, std::string_view plant
 
 void RestoreManagerIni(const std::string& backup) {
     if (backup.size() <= 3) return;
-    std::error_code ec;
-    fs::copy_file(backup, backup.substr(0, backup.size() - 3), fs::copy_options::overwrite_existing,
-                  ec);
+    // In place, as every ini write: a link to a shared file stays a link, a read-only one is kept.
+    if (const auto bytes = ReadFileCompleted(backup))
+        WriteFileInPlace(backup.substr(0, backup.size() - 3), *bytes);
 }
 
 }  // namespace tb::shell
