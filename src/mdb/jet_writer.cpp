@@ -210,13 +210,9 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows,
         for (const ColumnLayout& c : layout.columns) {
             if (c.longValueSlot >= 0) tdef.longValues.push_back({c.number, {}, {}});
         }
-        indexes.Describe(tdef);
-        std::vector<std::uint32_t> tdefPages(TdefPageCount(EncodedTableDefinitionSize(tdef)));
-        for (auto& p : tdefPages) p = file_.Allocate();
-        const std::size_t mapRowCount = 2 + 2 * tdef.longValues.size() + indexes.size();
-        std::vector<std::uint32_t> holderPages((mapRowCount + kMapRowsPerPage - 1) /
-                                               kMapRowsPerPage);
-        for (auto& p : holderPages) p = file_.Allocate();
+        // The definition's first page names the owner of every data page; the rest of it and
+        // the usage maps get their pages once the rows have said which indexes stay.
+        std::vector<std::uint32_t> tdefPages{file_.Allocate()};
         const std::uint32_t owner = tdefPages.front();
 
         std::vector<LongValueColumn> longValues;
@@ -267,6 +263,13 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows,
         if (!indexes.empty()) ShowProgress("Writing the indexes of table " + def.name + "...");
         const std::vector<UserIndexes::Written> trees =
             indexes.Write(dataPageNumbers, owner, file_);
+        indexes.Describe(tdef);
+        while (tdefPages.size() < TdefPageCount(EncodedTableDefinitionSize(tdef)))
+            tdefPages.push_back(file_.Allocate());
+        const std::size_t mapRowCount = 2 + 2 * tdef.longValues.size() + trees.size();
+        std::vector<std::uint32_t> holderPages((mapRowCount + kMapRowsPerPage - 1) /
+                                               kMapRowsPerPage);
+        for (auto& p : holderPages) p = file_.Allocate();
 
         // Usage maps: the data pages, the page with room for more rows, then each long-value
         // column's pages and its page with room.
