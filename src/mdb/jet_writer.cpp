@@ -465,8 +465,8 @@ void JetWriter::Impl::Finish() {
 
 void JetWriter::Impl::Rename() {
     if (failed_ || !file_.finished())
-        throw Error(kErrInternal,
-                    "The database " + file_.target().string() + " is not complete; it cannot replace its target.");
+        throw Error(kErrInternal, "The database " + file_.target().string() +
+                                      " is not complete; it cannot replace its target.");
     file_.Rename();
 }
 

@@ -95,7 +95,8 @@ void PageFile::Finish() {
 }
 
 void PageFile::Rename() {
-    if (!finished_ || renamed_) throw Error(kErrInternal, "The file " + temp_.string() + " is not ready to be renamed");
+    if (!finished_ || renamed_)
+        throw Error(kErrInternal, "The file " + temp_.string() + " is not ready to be renamed");
     if (::rename(temp_.c_str(), target_.c_str()) != 0) {
         throw Error(kErrFileAccess, "Cannot rename " + temp_.string() + " to " + target_.string() +
                                         ": " + SystemMessage(errno));

@@ -142,17 +142,19 @@ void UserIndexes::Add(const ByteVec& encoded, const Row& row, std::uint32_t page
             allNull = allNull && v.null;
             if (v.null && index.def.primary) {
                 LeaveOut(index, "its key column " + c.name + " is Null in row " +
-                                    std::to_string(rowCount) + ", and a primary key takes no Null.");
+                                    std::to_string(rowCount) +
+                                    ", and a primary key takes no Null.");
                 written = false;
                 break;
             }
             if (!AppendKeyColumn(c.type, k.ascending, v, key)) {
                 const std::string value = std::get<std::string>(row[c.number]);
                 const auto unknown = FirstUnsortable(units_);
-                LeaveOut(index, "the value '" + value + "' of column " + c.name + " (row " +
-                                    std::to_string(rowCount) + ") holds " +
-                                    (unknown ? ShowCharacter(*unknown) : std::string("a character")) +
-                                    ", whose place in the Access sort order is not known.");
+                LeaveOut(index,
+                         "the value '" + value + "' of column " + c.name + " (row " +
+                             std::to_string(rowCount) + ") holds " +
+                             (unknown ? ShowCharacter(*unknown) : std::string("a character")) +
+                             ", whose place in the Access sort order is not known.");
                 written = false;
                 break;
             }

@@ -31,7 +31,8 @@ class WriterSafety : public ::testing::Test {
     // Runs SQL on the plant's P&ID dictionary (PLANTAPIDD.db, where ATTRIBUTES_cp comes from).
     void ChangeDictionary(const std::string& sql) const {
         sqlite3* db = nullptr;
-        ASSERT_EQ(sqlite3_open((plant_.path() / "plant" / "PLANTAPIDD.db").c_str(), &db), SQLITE_OK);
+        ASSERT_EQ(sqlite3_open((plant_.path() / "plant" / "PLANTAPIDD.db").c_str(), &db),
+                  SQLITE_OK);
         char* message = nullptr;
         const int rc = sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &message);
         EXPECT_EQ(rc, SQLITE_OK) << (message ? message : "");
@@ -43,16 +44,18 @@ class WriterSafety : public ::testing::Test {
         fs::create_directories(box.app() / "config");
         fs::copy_file(test::SourceDir() / "config" / "default", box.app() / "config" / "default",
                       fs::copy_options::overwrite_existing);
-        return box.Run({"/output", (box.root() / "x.mdb").string(), "/site",
-                        (plant_.path() / "plant" / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
-                       interruptWhen);
+        return box.Run(
+            {"/output", (box.root() / "x.mdb").string(), "/site",
+             (plant_.path() / "plant" / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
+            interruptWhen);
     }
 
     // The names in the sandbox's root that belong to the extract (x.mdb and its temporaries).
     static std::set<std::string> ExtractFiles(const Sandbox& box) {
         std::set<std::string> out;
         for (const auto& e : fs::directory_iterator(box.root()))
-            if (e.path().filename().string().starts_with("x.")) out.insert(e.path().filename().string());
+            if (e.path().filename().string().starts_with("x."))
+                out.insert(e.path().filename().string());
         return out;
     }
 
@@ -69,7 +72,8 @@ const std::string kManyAttributes =
 // out with a line naming table, index and value; the rest of the extract is whole and sound.
 TEST_F(WriterSafety, AnAttributeNameBeyondLatin1LeavesOnlyItsIndexOut) {
     ChangeDictionary(
-        "INSERT INTO ATTRIBUTES VALUES (99001, 'ΔPressure', 'String', 'F', NULL, 21, 'T_ModelItem', "
+        "INSERT INTO ATTRIBUTES VALUES (99001, 'ΔPressure', 'String', 'F', NULL, 21, "
+        "'T_ModelItem', "
         "'DeltaPressure')");
     Sandbox box;
     const auto r = Extract(box);
@@ -78,13 +82,15 @@ TEST_F(WriterSafety, AnAttributeNameBeyondLatin1LeavesOnlyItsIndexOut) {
                             "'ΔPressure' of column ATTRIBUTE_NAME (row "),
               std::string::npos)
         << r.output;
-    EXPECT_NE(r.output.find(") holds 'Δ' (U+0394), whose place in the Access sort order is not known."),
-              std::string::npos)
+    EXPECT_NE(
+        r.output.find(") holds 'Δ' (U+0394), whose place in the Access sort order is not known."),
+        std::string::npos)
         << r.output;
 
     const fs::path mdb = box.root() / "x.mdb";
     std::string problems;
-    for (const std::string& p : mdb::test::CheckJetStructure(test::ReadFile(mdb))) problems += p + "\n";
+    for (const std::string& p : mdb::test::CheckJetStructure(test::ReadFile(mdb)))
+        problems += p + "\n";
     EXPECT_EQ(problems, "");
     bool found = false;
     mdb::MdbReader(mdb).ForEachRow("ATTRIBUTES_cp", [&](const mdb::Row& row) {

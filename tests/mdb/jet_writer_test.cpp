@@ -195,7 +195,8 @@ TEST(JetWriterFile, AFinishedFileReplacesTheTargetOnlyWhenRenamed) {
             writer.Finish();
             EXPECT_THROW(writer.Finish(), Error) << "complete already";
             EXPECT_EQ(ReadBytes(dir / "x.mdb"), "old");
-            ASSERT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 2);
+            ASSERT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()),
+                      2);
             for (const auto& e : fs::directory_iterator(dir.path())) {
                 if (e.path().filename() == "x.mdb") continue;
                 EXPECT_EQ(StructureProblems(e.path()), "") << "complete before the rename";

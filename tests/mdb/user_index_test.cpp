@@ -384,8 +384,7 @@ TEST(UserIndexes, AnIndexWhoseKeysCannotBeWrittenIsLeftOut) {
     };
     const IndexDef name{"Name", {{"Name", true}}, false, false, false};
     const std::vector<Case> cases = {
-        {"a Greek letter",
-         name,
+        {"a Greek letter", name,
          rowsOf({{std::string("Pressure"), none}, {std::string("ΔPressure"), none}}),
          "the value 'ΔPressure' of column Name (row 2) holds 'Δ' (U+0394), whose place in the "
          "Access sort order is not known."},
@@ -394,14 +393,12 @@ TEST(UserIndexes, AnIndexWhoseKeysCannotBeWrittenIsLeftOut) {
          rowsOf({{std::string("Pump"), std::string("Насос")}}),
          "the value 'Насос' of column Other (row 1) holds 'Н' (U+041D), whose place in the Access "
          "sort order is not known."},
-        {"a character beyond the 16-bit range",
-         name,
-         rowsOf({{std::string("pump 😀"), none}}),
+        {"a character beyond the 16-bit range", name, rowsOf({{std::string("pump 😀"), none}}),
          "the value 'pump 😀' of column Name (row 1) holds '😀' (U+1F600), whose place in the "
          "Access sort order is not known."},
-        {"Latin-1, accents, hyphens and controls have their codes",
-         name,
-         rowsOf({{std::string("é'x-ÿ\x7f"), none}, {std::string("Æ ß \xC2\x80"), none}, {none, none}}),
+        {"Latin-1, accents, hyphens and controls have their codes", name,
+         rowsOf(
+             {{std::string("é'x-ÿ\x7f"), none}, {std::string("Æ ß \xC2\x80"), none}, {none, none}}),
          ""},
         {"a key too long for a page",
          {"NameOther", {{"Name", true}, {"Other", true}}, false, false, false},
@@ -427,9 +424,9 @@ TEST(UserIndexes, AnIndexWhoseKeysCannotBeWrittenIsLeftOut) {
             EXPECT_TRUE(log.lines.empty()) << c.what;
             EXPECT_EQ(IndexNames(dir / "i.mdb").size(), 2u) << c.what;
         } else {
-            EXPECT_EQ(log.lines, std::vector<std::string>{"Index " + c.index.name +
-                                                          " of table Attributes is not written: " +
-                                                          c.line})
+            EXPECT_EQ(log.lines,
+                      std::vector<std::string>{"Index " + c.index.name +
+                                               " of table Attributes is not written: " + c.line})
                 << c.what;
             EXPECT_EQ(IndexNames(dir / "i.mdb"), std::vector<std::string>{"ByID"}) << c.what;
         }
@@ -443,11 +440,12 @@ TEST(UserIndexes, LeftOutIndexesLeaveNoPagesBehind) {
     TableData t{{"Many", {{"Greek", JetType::Text, 20}}}, {}, {}};
     t.rows = {{std::string("α")}, {std::string("β")}};
     for (int i = 0; i < 60; ++i)
-        t.indexes.push_back({"An index with a long name over Greek text, number " + std::to_string(i),
-                             {{"Greek", i % 2 == 0}},
-                             false,
-                             false,
-                             false});
+        t.indexes.push_back(
+            {"An index with a long name over Greek text, number " + std::to_string(i),
+             {{"Greek", i % 2 == 0}},
+             false,
+             false,
+             false});
     TempDir dir;
     LoggedLines log;
     WriteDatabase(dir / "many.mdb", {t});  // runs the structure checker

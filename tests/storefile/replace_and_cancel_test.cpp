@@ -177,7 +177,8 @@ TEST(ReplacedFiles, ASymbolicLinkAtATargetStaysALink) {
             << form;
         if (IsSqliteTarget(out / form)) {
             const store::Connection back((shared / sharedExtract).string(), SQLITE_OPEN_READONLY);
-            EXPECT_EQ(store::QueryValue(back.get(), "SELECT count(*) FROM Big").integer(), kBigRows);
+            EXPECT_EQ(store::QueryValue(back.get(), "SELECT count(*) FROM Big").integer(),
+                      kBigRows);
             EXPECT_EQ(tb::test::ReadFile(shared / "shared_link.mdb"), "previous link file");
             continue;
         }
