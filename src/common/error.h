@@ -14,6 +14,7 @@ inline constexpr std::string_view kAppTitle = "Tarnbrook";
 // Error numbers in the ranges users know from the Windows product.
 inline constexpr long kErrValidation = 1;       // message for the user; description says it all
 inline constexpr long kErrInternal = 5;         // invalid call, broken invariant
+inline constexpr long kErrCancelled = 18;       // the user cancelled ("Cancelled.")
 inline constexpr long kErrFileNotFound = 53;
 inline constexpr long kErrFileAccess = 75;      // path or file access error
 inline constexpr long kErrDatabase = -2147467259;  // provider error (0x80004005)

@@ -2,6 +2,7 @@
 
 #include "common/error.h"
 #include "common/log.h"
+#include "common/write_guard.h"
 #include "storefile/store_file.h"
 
 namespace tb::extraction {
@@ -16,10 +17,9 @@ void CreateAndLinkPidTable(store::Store& store, const fs::path& extract) {
     Trap("CreateAndLinkPidTable", [&] {
         // The link names the file by its full path, so that it resolves wherever the extract is
         // opened from.
+        // An old link file stays until the new one, complete, replaces it with the extract.
         const fs::path link = PidLinkFile(fs::absolute(extract));
-        std::error_code ec;
-        if (fs::exists(link, ec) && !fs::remove(link, ec))
-            Raise("The old link file " + link.string() + " cannot be deleted: " + ec.message());
+        CheckWriteTarget(link, RunPathRole::Output, "the link file");
         storefile::WriteTableApart(store, "PID", link);
     });
 }

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <string>
 
+#include "common/error.h"
+
 namespace tb::extraction {
 
 struct PID2MDBArguments {
@@ -26,6 +28,6 @@ struct PID2MDBArguments {
 void PID2MDB(const PID2MDBArguments& arguments);
 
 // The error number of a cancelled run.
-inline constexpr long kErrCancelled = 18;
+using tb::kErrCancelled;
 
 }  // namespace tb::extraction

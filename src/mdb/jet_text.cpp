@@ -165,9 +165,35 @@ constexpr std::uint8_t kUnprintableMidfix = 0x06;
 
 }  // namespace
 
-bool AppendTextKey(std::u16string_view text, ByteVec& out) {
+namespace {
+
+// The part of a text that its key is made of.
+std::u16string_view KeyPart(std::u16string_view text) {
     if (text.size() > static_cast<std::size_t>(kMaxTextChars)) text = text.substr(0, kMaxTextChars);
     while (!text.empty() && text.back() == u' ') text.remove_suffix(1);
+    return text;
+}
+
+}  // namespace
+
+bool HasSortCode(char32_t c) {
+    return c <= 0xFF;
+}
+
+std::optional<char32_t> FirstUnsortable(std::u16string_view text) {
+    text = KeyPart(text);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t c = text[i];
+        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
+            text[i + 1] <= 0xDFFF)
+            c = 0x10000 + ((c - 0xD800) << 10) + (text[i + 1] - 0xDC00);
+        if (!HasSortCode(c)) return c;
+    }
+    return std::nullopt;
+}
+
+bool AppendTextKey(std::u16string_view text, ByteVec& out) {
+    text = KeyPart(text);
 
     ByteVec extra;  // accent codes, one per character that has sort bytes
     std::size_t extraChars = 0;
@@ -175,7 +201,7 @@ bool AppendTextKey(std::u16string_view text, ByteVec& out) {
     ByteVec unprintable;  // (position, 06, code) per unprintable character
     std::size_t sortChars = 0;
     for (char16_t c : text) {
-        if (c > 0xFF) return false;
+        if (!HasSortCode(c)) return false;
         const CharCode& code = kGeneralLegacy[c];
         const std::size_t position = sortChars;
         switch (code.kind) {

@@ -154,7 +154,7 @@ class JetWriter::Impl {
             };
         }
         // Pages 0 to 15 hold the header, the global map and the system tables; they are
-        // written by Commit() once the catalogue is known.
+        // written by Finish() once the catalogue is known.
         while (file_.pageCount() < kFirstFreePage) file_.Allocate();
         for (const CatalogRow& row : SystemCatalogRows()) {
             if (row.parentId == kTablesContainerId) takenNames_.push_back(NameKey(row.name));
@@ -163,7 +163,8 @@ class JetWriter::Impl {
 
     void AddTable(const TableDef& def, RowSource& rows, const std::vector<IndexDef>& indexes);
     void AddLink(const LinkDef& link);
-    void Commit();
+    void Finish();
+    void Rename();
 
   private:
     struct UserTable {
@@ -172,7 +173,7 @@ class JetWriter::Impl {
     };
 
     void CheckUsable() const {
-        if (committed_)
+        if (file_.finished())
             throw Error(kErrInternal,
                         "The database " + file_.target().string() + " is already complete.");
         if (failed_) {
@@ -188,7 +189,6 @@ class JetWriter::Impl {
     std::vector<LinkDef> links_;
     std::vector<ByteVec> takenNames_;  // keys of the names in the "Tables" container
     bool failed_ = false;
-    bool committed_ = false;
 
     // Claims a name in the "Tables" container; Access compares names ignoring case.
     void TakeName(const std::string& name);
@@ -210,13 +210,9 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows,
         for (const ColumnLayout& c : layout.columns) {
             if (c.longValueSlot >= 0) tdef.longValues.push_back({c.number, {}, {}});
         }
-        indexes.Describe(tdef);
-        std::vector<std::uint32_t> tdefPages(TdefPageCount(EncodedTableDefinitionSize(tdef)));
-        for (auto& p : tdefPages) p = file_.Allocate();
-        const std::size_t mapRowCount = 2 + 2 * tdef.longValues.size() + indexes.size();
-        std::vector<std::uint32_t> holderPages((mapRowCount + kMapRowsPerPage - 1) /
-                                               kMapRowsPerPage);
-        for (auto& p : holderPages) p = file_.Allocate();
+        // The definition's first page names the owner of every data page; the rest of it and
+        // the usage maps get their pages once the rows have said which indexes stay.
+        std::vector<std::uint32_t> tdefPages{file_.Allocate()};
         const std::uint32_t owner = tdefPages.front();
 
         std::vector<LongValueColumn> longValues;
@@ -267,6 +263,13 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows,
         if (!indexes.empty()) ShowProgress("Writing the indexes of table " + def.name + "...");
         const std::vector<UserIndexes::Written> trees =
             indexes.Write(dataPageNumbers, owner, file_);
+        indexes.Describe(tdef);
+        while (tdefPages.size() < TdefPageCount(EncodedTableDefinitionSize(tdef)))
+            tdefPages.push_back(file_.Allocate());
+        const std::size_t mapRowCount = 2 + 2 * tdef.longValues.size() + trees.size();
+        std::vector<std::uint32_t> holderPages((mapRowCount + kMapRowsPerPage - 1) /
+                                               kMapRowsPerPage);
+        for (auto& p : holderPages) p = file_.Allocate();
 
         // Usage maps: the data pages, the page with room for more rows, then each long-value
         // column's pages and its page with room.
@@ -325,7 +328,7 @@ void JetWriter::Impl::AddLink(const LinkDef& link) {
     links_.push_back(link);
 }
 
-void JetWriter::Impl::Commit() {
+void JetWriter::Impl::Finish() {
     CheckUsable();
     try {
         file_.SetContext("the catalogue");
@@ -453,12 +456,18 @@ void JetWriter::Impl::Commit() {
         std::array<std::uint8_t, kPageSize> header{};
         BuildHeaderPage(now, header.data());
         file_.Write(0, header.data());
-        file_.Commit();
-        committed_ = true;
+        file_.Finish();
     } catch (...) {
         failed_ = true;
         throw;
     }
+}
+
+void JetWriter::Impl::Rename() {
+    if (failed_ || !file_.finished())
+        throw Error(kErrInternal, "The database " + file_.target().string() +
+                                      " is not complete; it cannot replace its target.");
+    file_.Rename();
 }
 
 JetWriter::JetWriter(std::filesystem::path target, WriterOptions options)
@@ -475,8 +484,17 @@ void JetWriter::AddLink(const LinkDef& link) {
     impl_->AddLink(link);
 }
 
+void JetWriter::Finish() {
+    impl_->Finish();
+}
+
+void JetWriter::Rename() {
+    impl_->Rename();
+}
+
 void JetWriter::Commit() {
-    impl_->Commit();
+    impl_->Finish();
+    impl_->Rename();
 }
 
 VectorRowSource::VectorRowSource(std::vector<Row> rows) : rows_(std::move(rows)) {}

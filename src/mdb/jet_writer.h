@@ -1,8 +1,10 @@
 #pragma once
 // Our Jet 4 (Access 2000 .mdb) writer: bulk and write-once. Tables stream through it page by
-// page; the catalogue, its indexes, the usage maps and the header are completed by Commit().
+// page; the catalogue, its indexes, the usage maps and the header are completed by Finish().
 // The file is written under a temporary name beside the target and renamed into place only
-// when complete, so a failure never leaves a half-written target behind.
+// when complete, so a failure never leaves a half-written target behind. Finish and Rename are
+// apart so that several files (an extract and its link files) can all be complete before the
+// first of them replaces its target.
 
 #include <cstdint>
 #include <filesystem>
@@ -25,7 +27,7 @@ struct WriterOptions {
 class JetWriter {
   public:
     explicit JetWriter(std::filesystem::path target, WriterOptions options = {});
-    ~JetWriter();  // without Commit(): removes the temporary file
+    ~JetWriter();  // without Rename(): removes the temporary file
     JetWriter(const JetWriter&) = delete;
     JetWriter& operator=(const JetWriter&) = delete;
 
@@ -35,7 +37,12 @@ class JetWriter {
     // Adds a table entry that links a table of another Access file (nothing of that file is
     // read: the link is resolved when the database is used).
     void AddLink(const LinkDef& link);
-    // Completes the file (catalogue, indexes, maps, header) and renames it into place.
+    // Completes the file (catalogue, indexes, maps, header) and syncs it to disk under its
+    // temporary name; no table can be added after it.
+    void Finish();
+    // Renames the finished file onto the target, replacing an old one.
+    void Rename();
+    // Finish() and Rename().
     void Commit();
 
   private:

@@ -34,7 +34,7 @@ PageFile::PageFile(std::filesystem::path target, std::uint32_t maxPages)
 
 PageFile::~PageFile() {
     Close();
-    if (!committed_ && !temp_.empty()) ::unlink(temp_.c_str());
+    if (!renamed_ && !temp_.empty()) ::unlink(temp_.c_str());
 }
 
 void PageFile::Close() noexcept {
@@ -85,17 +85,23 @@ void PageFile::WriteAt(std::uint64_t offset, const std::uint8_t* bytes, std::siz
     }
 }
 
-void PageFile::Commit() {
+void PageFile::Finish() {
     Flush();
     if (::fsync(fd_) != 0) {
         throw Error(kErrFileAccess, "Cannot write " + temp_.string() + ": " + SystemMessage(errno));
     }
     Close();
+    finished_ = true;
+}
+
+void PageFile::Rename() {
+    if (!finished_ || renamed_)
+        throw Error(kErrInternal, "The file " + temp_.string() + " is not ready to be renamed");
     if (::rename(temp_.c_str(), target_.c_str()) != 0) {
         throw Error(kErrFileAccess, "Cannot rename " + temp_.string() + " to " + target_.string() +
                                         ": " + SystemMessage(errno));
     }
-    committed_ = true;
+    renamed_ = true;
 }
 
 }  // namespace tb::mdb

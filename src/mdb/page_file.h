@@ -1,7 +1,7 @@
 #pragma once
 // The file of pages under construction: a temporary file beside the target, pages appended
 // through a small buffer (so streaming never holds more than a few hundred pages), earlier pages
-// patched in place, renamed onto the target by Commit().
+// patched in place, synced by Finish() and renamed onto the target by Rename().
 
 #include <cstdint>
 #include <filesystem>
@@ -16,7 +16,7 @@ class PageFile {
   public:
     // `maxPages` is the size limit (2 GB); tests pass a smaller one.
     explicit PageFile(std::filesystem::path target, std::uint32_t maxPages = jet::kMaxPages);
-    ~PageFile();  // removes the temporary file unless committed
+    ~PageFile();  // removes the temporary file unless renamed onto the target
     PageFile(const PageFile&) = delete;
     PageFile& operator=(const PageFile&) = delete;
 
@@ -28,8 +28,11 @@ class PageFile {
     void Write(std::uint32_t page, const std::uint8_t* bytes);
     void SetContext(std::string context) { context_ = std::move(context); }
 
-    // Writes what is buffered, syncs and renames the file onto the target.
-    void Commit();
+    // Writes what is buffered, syncs and closes the file; it keeps its temporary name.
+    void Finish();
+    // Renames the finished file onto the target (replacing an old one).
+    void Rename();
+    bool finished() const { return finished_; }
 
     const std::filesystem::path& target() const { return target_; }
     const std::filesystem::path& temporary() const { return temp_; }
@@ -42,7 +45,8 @@ class PageFile {
     std::filesystem::path target_;
     std::filesystem::path temp_;
     int fd_ = -1;
-    bool committed_ = false;
+    bool finished_ = false;
+    bool renamed_ = false;
     std::uint32_t maxPages_;
     std::uint32_t count_ = 0;    // pages allocated
     std::uint32_t flushed_ = 0;  // pages [0, flushed_) are on disk; the rest is in buffer_

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "common/encoding.h"
 #include "common/error.h"
+#include "common/log.h"
 #include "common/text.h"
 #include "mdb/jet_text.h"
 #include "mdb/page_file.h"
@@ -21,6 +23,23 @@ std::string ShowKey(const IndexEntries& entries, std::size_t i) {
         out += kHex[entries.data(i)[k] & 0x0F];
     }
     return out;
+}
+
+// A character for a message: itself and its code point, "'Δ' (U+0394)".
+std::string ShowCharacter(char32_t c) {
+    std::u16string units;
+    if (c >= 0x10000) {
+        units += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
+        units += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
+    } else {
+        units += static_cast<char16_t>(c);
+    }
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string code;
+    int shift = 12;
+    while (shift < 20 && (c >> (shift + 4)) != 0) shift += 4;
+    for (; shift >= 0; shift -= 4) code += kHex[(c >> shift) & 0xF];
+    return "'" + Utf16ToUtf8(units) + "' (U+" + code + ")";
 }
 
 }  // namespace
@@ -68,13 +87,22 @@ UserIndexes::UserIndexes(const TableLayout& layout, const std::vector<IndexDef>&
     // The primary key comes first, as Access lists it.
     std::stable_partition(indexes_.begin(), indexes_.end(),
                           [](const Index& i) { return i.def.primary; });
+    kept_ = indexes_.size();
+}
+
+void UserIndexes::LeaveOut(Index& index, const std::string& why) {
+    LogLine("Index " + index.def.name + " of table " + layout_.name + " is not written: " + why);
+    index.leftOut = true;
+    index.entries.Clear();
+    --kept_;
 }
 
 void UserIndexes::Describe(TableDefinition& tdef) const {
     tdef.realIndexes.clear();
     tdef.logicalIndexes.clear();
-    for (std::size_t i = 0; i < indexes_.size(); ++i) {
-        const Index& index = indexes_[i];
+    for (const Index& index : indexes_) {
+        if (index.leftOut) continue;
+        const auto number = static_cast<std::uint32_t>(tdef.realIndexes.size());
         TdefRealIndex real;
         for (const KeyColumn& k : index.columns)
             real.columns.push_back(
@@ -83,8 +111,8 @@ void UserIndexes::Describe(TableDefinition& tdef) const {
         tdef.realIndexes.push_back(std::move(real));
 
         TdefLogicalIndex logical;
-        logical.number = static_cast<std::uint32_t>(i);
-        logical.realIndex = static_cast<std::uint32_t>(i);
+        logical.number = number;
+        logical.realIndex = number;
         logical.kind = index.def.primary ? kLogicalPrimaryKey : 0;
         Utf8ToUnits(index.def.name, logical.name);
         tdef.logicalIndexes.push_back(std::move(logical));
@@ -95,9 +123,11 @@ void UserIndexes::Add(const ByteVec& encoded, const Row& row, std::uint32_t page
                       std::uint8_t rowNumber, std::uint64_t rowCount) {
     const std::uint8_t* mask = encoded.data() + encoded.size() - maskSize_;
     for (Index& index : indexes_) {
+        if (index.leftOut) continue;
         ByteVec& key = key_;
         key.clear();
         bool allNull = true;
+        bool written = true;
         for (const KeyColumn& k : index.columns) {
             const ColumnLayout& c = *k.column;
             StoredKeyValue v;
@@ -111,22 +141,30 @@ void UserIndexes::Add(const ByteVec& encoded, const Row& row, std::uint32_t page
             }
             allNull = allNull && v.null;
             if (v.null && index.def.primary) {
-                Raise("Table \"" + layout_.name + "\", row " + std::to_string(rowCount) +
-                      ": the column \"" + c.name + "\" of the primary key \"" + index.def.name +
-                      "\" is Null.");
+                LeaveOut(index, "its key column " + c.name + " is Null in row " +
+                                    std::to_string(rowCount) +
+                                    ", and a primary key takes no Null.");
+                written = false;
+                break;
             }
             if (!AppendKeyColumn(c.type, k.ascending, v, key)) {
-                Raise("Table \"" + layout_.name + "\", row " + std::to_string(rowCount) +
-                      ", column \"" + c.name + "\": the text '" +
-                      std::get<std::string>(row[c.number]) + "' of index \"" + index.def.name +
-                      "\" holds characters beyond Latin-1, which index keys cannot sort yet.");
+                const std::string value = std::get<std::string>(row[c.number]);
+                const auto unknown = FirstUnsortable(units_);
+                LeaveOut(index,
+                         "the value '" + value + "' of column " + c.name + " (row " +
+                             std::to_string(rowCount) + ") holds " +
+                             (unknown ? ShowCharacter(*unknown) : std::string("a character")) +
+                             ", whose place in the Access sort order is not known.");
+                written = false;
+                break;
             }
         }
+        if (!written) continue;
         if (key.size() > kMaxKeySize) {
-            Raise("Table \"" + layout_.name + "\", row " + std::to_string(rowCount) +
-                  ": the key of index \"" + index.def.name + "\" takes " +
-                  std::to_string(key.size()) + " bytes, more than the " +
-                  std::to_string(kMaxKeySize) + " an index page can hold twice.");
+            LeaveOut(index, "its key in row " + std::to_string(rowCount) + " takes " +
+                                std::to_string(key.size()) + " bytes, more than the " +
+                                std::to_string(kMaxKeySize) + " an index page can hold twice.");
+            continue;
         }
         if (allNull && index.def.ignoreNulls) continue;
         index.entries.Add(key, {pageOrdinal, rowNumber});
@@ -137,16 +175,17 @@ std::vector<UserIndexes::Written> UserIndexes::Write(const std::vector<std::uint
                                                      std::uint32_t tdefPage, PageFile& file) {
     std::vector<Written> out;
     for (Index& index : indexes_) {
+        if (index.leftOut) continue;
         // Page numbers grow with the ordinals, so replacing one by the other keeps the order.
         index.entries.MapPages(dataPages);
         index.entries.Sort();
         Written w;
         w.uniqueKeys = index.entries.CountDistinctKeys();
         if ((index.flags & kIndexUnique) && w.uniqueKeys != index.entries.size()) {
-            Raise("Table \"" + layout_.name + "\": the unique index \"" + index.def.name +
-                  "\" holds the same key twice (key bytes " +
-                  ShowKey(index.entries, index.entries.FirstDuplicate()) +
-                  "; Access compares text ignoring case and trailing blanks).");
+            LeaveOut(index, "it is unique but holds the same key twice (key bytes " +
+                                ShowKey(index.entries, index.entries.FirstDuplicate()) +
+                                "; Access compares text ignoring case and trailing blanks).");
+            continue;
         }
         w.tree = WriteIndex(index.entries, tdefPage, file.Allocate(), file, true);
         index.entries.Clear();

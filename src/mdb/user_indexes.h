@@ -1,6 +1,9 @@
 #pragma once
 // The indexes of one user table while the table is written: checked against the table's
 // columns first, their keys collected row by row, their B-trees built once the rows are out.
+// An index whose keys cannot be written (a character without a known sort code, a key too long
+// for a page, a repeated unique key, a Null in the primary key) is left out of the table with a
+// log line naming table, index and value: the data matters more than an index over it.
 
 #include <cstdint>
 #include <string>
@@ -33,11 +36,12 @@ class UserIndexes {
     // throws tb::Error naming table and index.
     UserIndexes(const TableLayout& layout, const std::vector<IndexDef>& indexes);
 
-    bool empty() const { return indexes_.empty(); }
-    std::size_t size() const { return indexes_.size(); }
+    // Whether no index is kept (rows then need no keys), and how many are.
+    bool empty() const { return kept_ == 0; }
+    std::size_t size() const { return kept_; }
 
-    // The index blocks of the definition, without usage maps, roots and counts (those come
-    // from Write); the definition's size is known from them before any row is written.
+    // The index blocks of the definition for the kept indexes, in the order Write returned
+    // them, without usage maps, roots and counts (those come from Write).
     void Describe(TableDefinition& tdef) const;
 
     // Records the keys of one row: `encoded` is the row as stored, `row` its values.
@@ -49,8 +53,8 @@ class UserIndexes {
         BuiltIndex tree;
         std::uint32_t uniqueKeys = 0;
     };
-    // Sorts the keys and writes each B-tree; `dataPages[ordinal]` is the number of each data
-    // page. Throws tb::Error naming the key when a unique index holds it twice.
+    // Sorts the keys and writes the B-tree of each kept index; `dataPages[ordinal]` is the number
+    // of each data page. A unique index that holds a key twice is left out here.
     std::vector<Written> Write(const std::vector<std::uint32_t>& dataPages, std::uint32_t tdefPage,
                                PageFile& file);
 
@@ -64,11 +68,16 @@ class UserIndexes {
         std::vector<KeyColumn> columns;
         std::uint8_t flags = kIndexAccess2000;
         IndexEntries entries;
+        bool leftOut = false;
     };
+
+    // Drops the index with a log line saying why.
+    void LeaveOut(Index& index, const std::string& why);
 
     const TableLayout& layout_;
     std::size_t maskSize_ = 0;
     std::vector<Index> indexes_;
+    std::size_t kept_ = 0;
     std::u16string units_;
     ByteVec key_;
 };

@@ -37,10 +37,15 @@ bool IsSqliteTarget(const fs::path& target);
 // to a SQLite file when IsSqliteTarget(target), else to a Jet 4 .mdb. Rows stream from the store
 // in stored order; memory does not grow with the row count. A value that does not fit its
 // column's type raises a tb::Error naming table, row, column and value. In an .mdb every table
-// gets the catalogue's indexes (the COUNTER key as primary key), the store's links become
-// linked tables, and each table marked by WriteTableApart goes into its own file, linked in.
-// A SQLite file has no links or indexes: links are left out (a log line each), tables apart
-// stay in the file.
+// gets the catalogue's indexes (the COUNTER key as primary key; an index the writer cannot
+// write is left out with a log line), the store's links become linked tables, and each table
+// marked by WriteTableApart goes into its own file, linked in. A SQLite file has no links or
+// indexes: links are left out (a log line each), tables apart stay in the file.
+// Every file (link files and the extract) is complete under its temporary name before the first
+// is renamed onto its target, the extract last; a symbolic link at a target stays a link and
+// the file it names is replaced. A cancel (checked before each table, every few thousand rows
+// and before the renames) raises error 18 "Cancelled."; then, as after any failure, the
+// temporary files are gone and the previous files are as they were.
 WriteSummary WriteStoreFile(const store::Store& store, const fs::path& target,
                             const WriteOptions& options = {});
 

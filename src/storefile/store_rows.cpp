@@ -1,5 +1,7 @@
 #include "storefile/store_rows.h"
 
+#include "common/error.h"
+#include "common/log.h"
 #include "common/text.h"
 
 namespace tb::storefile {
@@ -27,6 +29,10 @@ std::string SelectSql(const store::Store& store, const std::string& table,
 
 }  // namespace
 
+void CheckCancel() {
+    if (CancelRequested()) throw Error(kErrCancelled, "Cancelled.");
+}
+
 StoreTableSource::StoreTableSource(const store::Store& store, const std::string& table)
     : columns_(store.Columns(table)) {
     def_.name = table;
@@ -39,6 +45,7 @@ StoreTableSource::StoreTableSource(const store::Store& store, const std::string&
 }
 
 bool StoreTableSource::Next(mdb::Row& row) {
+    if (rows_ % kRowsBetweenCancelChecks == 0 && rows_ > 0) CheckCancel();
     if (!select_.Step()) return false;
     ++rows_;
     row.resize(converters_.size());

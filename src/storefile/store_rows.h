@@ -12,6 +12,15 @@
 
 namespace tb::storefile {
 
+// Rows between two looks at the cancel flag while a table is written.
+inline constexpr std::uint64_t kRowsBetweenCancelChecks = 4096;
+
+// Raises error 18, "Cancelled.", when the user asked the run to stop (Ctrl+C, SIGTERM, the
+// window's Cancel).
+void CheckCancel();
+
+// Rows of a store table; every kRowsBetweenCancelChecks rows it sees a cancel (CheckCancel), so
+// both file forms stop inside a long table.
 class StoreTableSource : public mdb::RowSource {
   public:
     StoreTableSource(const store::Store& store, const std::string& table);

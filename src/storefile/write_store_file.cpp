@@ -3,11 +3,13 @@
 // same messages.
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 #include "common/error.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "common/write_guard.h"
 #include "storefile/store_file.h"
 #include "storefile/store_rows.h"
 #include "storefile/temp_target.h"
@@ -89,37 +91,39 @@ std::string LinkConnect(const std::string& password) {
     return password.empty() ? std::string() : "MS Access;PWD=" + password;
 }
 
+// Every file of the extract is finished under its temporary name before any of them replaces
+// its target (the link files, then the extract last), so a failure or a cancel up to the renames
+// leaves the previous extract and link files as they were, and no temporary file.
 WriteSummary WriteMdb(const store::Store& store, const fs::path& target,
                       const WriteOptions& options) {
     WriteSummary summary;
     const auto apart = TablesApart(store);
-    std::vector<fs::path> linkFiles;  // removed again when the extract fails
-    try {
-        mdb::JetWriter writer(target, options.jet);  // removes its temporary file unless committed
-        // Tables apart first: each link file is complete before the extract is.
-        for (const auto& [table, file] : apart) {
-            LogLine("Writing table " + table + " into " + file.string() + ", linked into " +
-                    target.string());
-            mdb::JetWriter linkWriter(file, options.jet);
-            WriteTable(store, table, linkWriter, summary);
-            linkWriter.Commit();
-            linkFiles.push_back(file);
-            writer.AddLink({table, file.string(), table, {}});
-        }
-        for (const std::string& table : TablesToWrite(store)) {
-            const bool isApart = std::any_of(apart.begin(), apart.end(),
-                                             [&](const auto& a) { return a.first == table; });
-            if (!isApart) WriteTable(store, table, writer, summary);
-        }
-        for (const store::LinkDef& link : store.Links())
-            writer.AddLink(
-                {link.name, link.remotePath, link.remoteTable, LinkConnect(link.password)});
-        writer.Commit();
-    } catch (...) {
-        std::error_code ec;
-        for (const fs::path& f : linkFiles) fs::remove(f, ec);
-        throw;
+    mdb::JetWriter writer(target, options.jet);  // removes its temporary file unless renamed
+    std::vector<std::unique_ptr<mdb::JetWriter>> linkWriters;
+    for (const auto& [table, file] : apart) {
+        CheckCancel();
+        LogLine("Writing table " + table + " into " + file.string() + ", linked into " +
+                target.string());
+        // The link keeps the path as given; the file written is the one a symbolic link names.
+        mdb::JetWriter& linkWriter = *linkWriters.emplace_back(
+            std::make_unique<mdb::JetWriter>(ResolveWriteTarget(file), options.jet));
+        WriteTable(store, table, linkWriter, summary);
+        linkWriter.Finish();
+        writer.AddLink({table, file.string(), table, {}});
     }
+    for (const std::string& table : TablesToWrite(store)) {
+        const bool isApart = std::any_of(apart.begin(), apart.end(),
+                                         [&](const auto& a) { return a.first == table; });
+        if (isApart) continue;
+        CheckCancel();
+        WriteTable(store, table, writer, summary);
+    }
+    for (const store::LinkDef& link : store.Links())
+        writer.AddLink({link.name, link.remotePath, link.remoteTable, LinkConnect(link.password)});
+    writer.Finish();
+    CheckCancel();  // the last moment at which nothing has been replaced
+    for (const auto& linkWriter : linkWriters) linkWriter->Rename();
+    writer.Rename();
     return summary;
 }
 
@@ -236,6 +240,7 @@ WriteSummary WriteSqlite(const store::Store& store, const fs::path& target) {
         store::Statement recordType(
             out.get(), "INSERT INTO " + store::QuoteName(kJetTypesTable) + " VALUES (?, ?, ?, ?)");
         for (const std::string& table : tables) {
+            CheckCancel();
             ShowProgress("Writing " + table + "...");
             WriteSqliteTable(out.get(), store, table, recordType, summary);
         }
@@ -244,6 +249,7 @@ WriteSummary WriteSqlite(const store::Store& store, const fs::path& target) {
         if (e.number() != kErrDatabase) throw;
         throw Error(e.number(), "Writing " + target.string() + ": " + e.description(), e.source());
     }  // the connection is closed before the rename
+    CheckCancel();
     file.Commit();
     return summary;
 }
@@ -267,9 +273,11 @@ bool IsSqliteTarget(const fs::path& target) {
 WriteSummary WriteStoreFile(const store::Store& store, const fs::path& target,
                             const WriteOptions& options) {
     return Trap("WriteStoreFile", [&] {
-        if (!IsSqliteTarget(target)) return WriteMdb(store, target, options);
+        // A symbolic link at the target stays a link: the file it names is replaced.
+        const fs::path file = ResolveWriteTarget(target);
+        if (!IsSqliteTarget(target)) return WriteMdb(store, file, options);
         LogSkippedLinks(store);
-        return WriteSqlite(store, target);
+        return WriteSqlite(store, file);
     });
 }
 

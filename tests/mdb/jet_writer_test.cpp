@@ -184,6 +184,30 @@ TEST(JetWriterFile, CommitReplacesTheTarget) {
     EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 1);
 }
 
+// A finished file waits under its temporary name, complete on disk, until Rename(); a writer
+// that goes without renaming takes it along.
+TEST(JetWriterFile, AFinishedFileReplacesTheTargetOnlyWhenRenamed) {
+    for (const bool rename : {false, true}) {
+        TempDir dir;
+        tb::test::WriteFile(dir / "x.mdb", "old");
+        {
+            JetWriter writer(dir / "x.mdb", FixedOptions());
+            writer.Finish();
+            EXPECT_THROW(writer.Finish(), Error) << "complete already";
+            EXPECT_EQ(ReadBytes(dir / "x.mdb"), "old");
+            ASSERT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()),
+                      2);
+            for (const auto& e : fs::directory_iterator(dir.path())) {
+                if (e.path().filename() == "x.mdb") continue;
+                EXPECT_EQ(StructureProblems(e.path()), "") << "complete before the rename";
+            }
+            if (rename) writer.Rename();
+        }
+        EXPECT_EQ(ReadBytes(dir / "x.mdb") == "old", !rename);
+        EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 1);
+    }
+}
+
 TEST(JetWriterFile, AMissingFolderIsAClearError) {
     TempDir dir;
     try {

@@ -8,11 +8,13 @@
 #include <functional>
 
 #include "common/error.h"
+#include "common/log.h"
 #include "mdb/index_builder.h"
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_test_support.h"
 #include "mdb/jet_text.h"
 #include "mdb/structure_checker.h"
+#include "mdb/user_indexes.h"
 #include "support/test_support.h"
 
 namespace tb::mdb::test {
@@ -341,21 +343,114 @@ TEST(UserIndexes, EmptyTablesKeepAnEmptyLeaf) {
     EXPECT_EQ(StructureProblems(dir / "e.mdb"), "");
 }
 
-TEST(UserIndexes, RefuseKeysTooLongForAPage) {
-    TempDir dir;
-    JetWriter writer(dir / "k.mdb", FixedOptions());
-    // A hyphen costs four bytes of a key: two such columns pass half a page.
+// Records the log lines while it lives.
+class LoggedLines : public LogSink {
+  public:
+    LoggedLines() { SetLogSink(this); }
+    ~LoggedLines() override { SetLogSink(nullptr); }
+    void Line(std::string_view text) override { lines.emplace_back(text); }
+    void Raw(std::string_view) override {}
+    void Status(std::string_view) override {}
+    std::vector<std::string> lines;
+};
+
+// The logical index names of the table the file lists last.
+std::vector<std::string> IndexNames(const fs::path& file) {
+    const JetFile f(ReadBytes(file));
+    std::vector<std::string> problems;
+    return f.ParseTdef(static_cast<std::uint32_t>(f.Catalog(problems).back().id)).logicalIndexNames;
+}
+
+// An index whose keys cannot be written is left out with a log line naming table, index and
+// value; the rows, the other index and the file stay sound.
+TEST(UserIndexes, AnIndexWhoseKeysCannotBeWrittenIsLeftOut) {
+    const TableDef def{"Attributes",
+                       {{"ID", JetType::Long, 0, true},
+                        {"Name", JetType::Text, 255},
+                        {"Other", JetType::Text, 255}}};
     const std::string hyphens(255, '-');
-    VectorRowSource rows(std::vector<Row>{Row{hyphens, hyphens}});
-    try {
-        writer.AddTable({"Keys", {{"A", JetType::Text, 255}, {"B", JetType::Text, 255}}}, rows,
-                        {{"AB", {{"A", true}, {"B", true}}, false, false, false}});
-        ADD_FAILURE() << "no error";
-    } catch (const Error& e) {
-        EXPECT_NE(e.description().find("Table \"Keys\", row 1: the key of index \"AB\" takes"),
-                  std::string::npos)
-            << e.description();
+    auto rowsOf = [](std::vector<std::pair<Value, Value>> texts) {
+        std::vector<Row> rows;
+        for (auto& [a, b] : texts) rows.push_back({Null{}, a, b});
+        return rows;
+    };
+    const Value none = Null{};
+    struct Case {
+        std::string what;
+        IndexDef index;
+        std::vector<Row> rows;
+        std::string line;  // the log line's text after "Index <name> of table Attributes is not
+                           // written: "; empty when the index is kept
+    };
+    const IndexDef name{"Name", {{"Name", true}}, false, false, false};
+    const std::vector<Case> cases = {
+        {"a Greek letter", name,
+         rowsOf({{std::string("Pressure"), none}, {std::string("ΔPressure"), none}}),
+         "the value 'ΔPressure' of column Name (row 2) holds 'Δ' (U+0394), whose place in the "
+         "Access sort order is not known."},
+        {"Cyrillic in the second column of a key, descending",
+         {"NameOther", {{"Name", true}, {"Other", false}}, false, false, false},
+         rowsOf({{std::string("Pump"), std::string("Насос")}}),
+         "the value 'Насос' of column Other (row 1) holds 'Н' (U+041D), whose place in the Access "
+         "sort order is not known."},
+        {"a character beyond the 16-bit range", name, rowsOf({{std::string("pump 😀"), none}}),
+         "the value 'pump 😀' of column Name (row 1) holds '😀' (U+1F600), whose place in the "
+         "Access sort order is not known."},
+        {"Latin-1, accents, hyphens and controls have their codes", name,
+         rowsOf(
+             {{std::string("é'x-ÿ\x7f"), none}, {std::string("Æ ß \xC2\x80"), none}, {none, none}}),
+         ""},
+        {"a key too long for a page",
+         {"NameOther", {{"Name", true}, {"Other", true}}, false, false, false},
+         rowsOf({{std::string("a"), std::string("b")}, {hyphens, hyphens}}),
+         "its key in row 2 takes 2052 bytes, more than the " + std::to_string(jet::kMaxKeySize) +
+             " an index page can hold twice."},
+        {"a unique key twice",
+         {"Name", {{"Name", true}}, false, true, false},
+         rowsOf({{std::string("Pump"), none}, {std::string("PUMP "), none}}),
+         "it is unique but holds the same key twice (key bytes 7F 66 6F 60 66 01 00; Access "
+         "compares text ignoring case and trailing blanks)."},
+        {"Null in the primary key",
+         {"Name", {{"Name", true}}, true, true, false},
+         rowsOf({{std::string("a"), none}, {none, none}}),
+         "its key column Name is Null in row 2, and a primary key takes no Null."},
+    };
+    for (const Case& c : cases) {
+        TempDir dir;
+        LoggedLines log;
+        WriteDatabase(dir / "i.mdb",
+                      {{def, c.rows, {{"ByID", {{"ID", true}}, false, false, false}, c.index}}});
+        if (c.line.empty()) {
+            EXPECT_TRUE(log.lines.empty()) << c.what;
+            EXPECT_EQ(IndexNames(dir / "i.mdb").size(), 2u) << c.what;
+        } else {
+            EXPECT_EQ(log.lines,
+                      std::vector<std::string>{"Index " + c.index.name +
+                                               " of table Attributes is not written: " + c.line})
+                << c.what;
+            EXPECT_EQ(IndexNames(dir / "i.mdb"), std::vector<std::string>{"ByID"}) << c.what;
+        }
+        const auto rows = ExportTable(dir / "i.mdb", "Attributes");
+        EXPECT_EQ(rows.size(), c.rows.size()) << c.what;
     }
+}
+
+// Leaving indexes out shrinks a definition of several pages; no page is left over.
+TEST(UserIndexes, LeftOutIndexesLeaveNoPagesBehind) {
+    TableData t{{"Many", {{"Greek", JetType::Text, 20}}}, {}, {}};
+    t.rows = {{std::string("α")}, {std::string("β")}};
+    for (int i = 0; i < 60; ++i)
+        t.indexes.push_back(
+            {"An index with a long name over Greek text, number " + std::to_string(i),
+             {{"Greek", i % 2 == 0}},
+             false,
+             false,
+             false});
+    TempDir dir;
+    LoggedLines log;
+    WriteDatabase(dir / "many.mdb", {t});  // runs the structure checker
+    EXPECT_EQ(log.lines.size(), 60u);
+    EXPECT_TRUE(IndexNames(dir / "many.mdb").empty());
 }
 
 TEST(UserIndexes, RefuseWhatAccessCannotHold) {
@@ -386,18 +481,6 @@ TEST(UserIndexes, RefuseWhatAccessCannotHold) {
          "two indexes named"},
         {"column twice", {{"A", {{"ID", true}, {"id", false}}, false, false, false}}, two, "twice"},
         {"bad name", {{"A.B", {{"ID", true}}, false, false, false}}, two, "may not hold"},
-        {"duplicate unique key",
-         {{"U", {{"Name", true}}, false, true, false}},
-         {{Null{}, std::string("Pump"), Null{}}, {Null{}, std::string("PUMP "), Null{}}},
-         "holds the same key twice"},
-        {"Null in the primary key",
-         {{"PK", {{"Name", true}}, true, true, false}},
-         {{Null{}, std::string("a"), Null{}}, {Null{}, Null{}, Null{}}},
-         "row 2: the column \"Name\" of the primary key"},
-        {"text beyond Latin-1",
-         {{"N", {{"Name", true}}, false, false, false}},
-         {{Null{}, std::string("Насос"), Null{}}},
-         "beyond Latin-1"},
     };
     for (const Case& c : cases) {
         TempDir dir;

@@ -114,18 +114,5 @@ TEST(StoreKeys, ATableApartGoesToItsFileAndIsLinkedBack) {
     EXPECT_EQ(store::QueryValue(back.get(), "SELECT count(*) FROM Items").integer(), 3);
 }
 
-// The link file is complete before the extract's tables are written; a failure after it
-// leaves neither file.
-TEST(StoreKeys, AFailedExtractTakesItsLinkFileAlong) {
-    store::Store s = Items();
-    s.CreateTable("Bad", {{"N", ColumnType::Byte()}});
-    s.Execute("INSERT INTO Bad VALUES (300)");
-    tb::test::TempDir dir;
-    WriteTableApart(s, "Items", dir / "x_link.mdb");
-    EXPECT_THROW(WriteStoreFile(s, dir / "x.mdb"), Error);
-    EXPECT_FALSE(fs::exists(dir / "x.mdb"));
-    EXPECT_FALSE(fs::exists(dir / "x_link.mdb"));
-}
-
 }  // namespace
 }  // namespace tb::storefile
