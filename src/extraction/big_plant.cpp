@@ -2,7 +2,6 @@
 
 #include "common/error.h"
 #include "common/log.h"
-#include "common/write_guard.h"
 #include "storefile/store_file.h"
 
 namespace tb::extraction {
@@ -17,9 +16,9 @@ void CreateAndLinkPidTable(store::Store& store, const fs::path& extract) {
     Trap("CreateAndLinkPidTable", [&] {
         // The link names the file by its full path, so that it resolves wherever the extract is
         // opened from.
-        // An old link file stays until the new one, complete, replaces it with the extract.
+        // An old link file stays until the new one, complete, replaces it with the extract; the
+        // run checked the name at its start (PrepareRunTargets).
         const fs::path link = PidLinkFile(fs::absolute(extract));
-        CheckWriteTarget(link, RunPathRole::Output, "the link file");
         storefile::WriteTableApart(store, "PID", link);
     });
 }

@@ -20,7 +20,8 @@ RunTargets PrepareRunTargets(const fs::path& output, bool bigPlant, bool drawing
         Raise("Cannot write the extract " + output.string() + ": " + *why + ".");
     RegisterRunPath(t.extract, RunPathRole::Output, "extract");
     if (bigPlant) {
-        t.linkFile = ResolveWriteTarget(PidLinkFile(t.extract));
+        // Beside the extract as the user named it: that is where the run's link points.
+        t.linkFile = ResolveWriteTarget(PidLinkFile(fs::absolute(output)));
         CheckWriteTarget(t.linkFile, RunPathRole::Output, "the link file");
         RegisterRunPath(t.linkFile, RunPathRole::Output, "link file");
     }

@@ -124,9 +124,7 @@ TEST_F(WriterSafety, AnInterruptWhileTheMdbIsWrittenLeavesNoExtract) {
     EXPECT_TRUE(ExtractFiles(box).empty());
 }
 
-// Disabled while the run still deletes an existing extract at its start (BatchExtract and
-// PID2MDB step 2); the writer itself keeps it.
-TEST_F(WriterSafety, DISABLED_AnInterruptWhileTheMdbIsWrittenKeepsThePreviousExtract) {
+TEST_F(WriterSafety, AnInterruptWhileTheMdbIsWrittenKeepsThePreviousExtract) {
     ChangeDictionary(kManyAttributes);
     Sandbox box;
     ASSERT_EQ(Extract(box).exitCode, 0);
