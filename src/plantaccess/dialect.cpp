@@ -52,7 +52,7 @@ std::string SqlName(Dialect dialect, std::string_view name) {
 std::string OrgColumnName(std::string_view name) { return "Org_" + std::string(name); }
 
 std::string AlterSessionSql(std::string_view schemaUser) {
-    return "ALTER SESSION SET CURRENT_SCHEMA=" + std::string(schemaUser);
+    return "ALTER SESSION SET CURRENT_SCHEMA=" + SqlName(Dialect::Oracle, schemaUser);
 }
 
 bool NeedsAlterSession(Dialect dialect) { return dialect == Dialect::Oracle; }

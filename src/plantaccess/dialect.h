@@ -37,7 +37,8 @@ std::string SqlName(Dialect dialect, std::string_view name);
 // "Org_" + name: the column of the values as extracted.
 std::string OrgColumnName(std::string_view name);
 
-// "ALTER SESSION SET CURRENT_SCHEMA=" + schema user; run on Oracle only (see NeedsAlterSession).
+// "ALTER SESSION SET CURRENT_SCHEMA=" + schema user (quoted when no plain name); run on Oracle
+// only (see NeedsAlterSession).
 std::string AlterSessionSql(std::string_view schemaUser);
 bool NeedsAlterSession(Dialect dialect);
 
