@@ -7,14 +7,10 @@
 #include "extraction/attribute_keys.h"
 #include "extraction/category_sql.h"
 #include "extraction/plant_sql.h"
-#include "extraction/post_process.h"
-#include "store_fixture.h"
 
 namespace tb::extraction {
 namespace {
 
-using test::MakeTable;
-using test::Render;
 using Names = std::vector<std::string>;
 
 AttributeKeys Keys(std::initializer_list<std::pair<const char*, Names>> categories) {
@@ -80,33 +76,6 @@ TEST(QuotedNames, StoreTextsOfTheChains) {
     EXPECT_EQ(JoinTableSql("LEFT", {}, "a", {"k", "x]y"}, "k", "b", {"k2"}, "k2"),
               "SELECT [a].[k] AS [k], [a].\"x]y\" AS \"x]y\", [b].[k2] AS [k2] FROM [a] LEFT JOIN [b] "
               "ON [a].[k]=[b].[k2] ORDER BY [a]._rowid_, [b]._rowid_");
-}
-
-// The same texts run: a chain grows by columns whose names hold quotes and blanks.
-TEST(QuotedNames, ChainsRunWithSuchNames) {
-    auto st = store::Store::InMemory();
-    MakeTable(st, "t_equipment", {"Equipment_SP_ID", "Equipment_evil\"col"}, "('E1', 'dq'), ('E2', NULL)");
-    MakeTable(st, "t_plantitem", {"SP_ID", "Odd Tag", "It's"}, "('E1', 'ot', 'ap'), ('E2', 'ot2', NULL)");
-    MakeTable(st, "T_CaseProcess", {"SP_ID", "CASETYPE:Long", "QUALITY:Long", "Case\"Val"},
-              "('E1', 1, 2, 'cv'), ('E2', 1, 1, 'other quality')");
-    MakeTable(st, "PID", {"SP_ID", "Drawing_Sheet Title", "Drawing_SP_ID"}, "('E1', 'st', 'D1'), ('E2', 'st', 'D1')");
-    const AttributeKeys keys = Keys({{"Eqp_Nozzle",
-                                      {"t_plantitem.Odd Tag_Equipment", "t_plantitem.It's_Equipment",
-                                       "T_CaseProcess.ProcessDesign_Max_Case\"Val_Equipment", "Others.Drawing_Sheet Title"}}});
-    {
-        ScratchTables scratch(st);
-        TableGrower g(st, scratch, "Eqp_Nozzle", "test");
-        g.Start("SELECT * FROM [t_equipment]");
-        g.Extend(GetSQL4AddCols4DiffTypes(keys, "t_plantitem", "Eqp_Nozzle", "_Equipment", TableColumns(st, "t_plantitem")),
-                 "Equipment_SP_ID", "Equipment_SP_ID", "LEFT", "t_plantitem");
-        g.Cases(keys, "Eqp_Nozzle", "Equipment_SP_ID");
-        g.Extend(GetSQL4OthersCols(keys, "Eqp_Nozzle", TableColumns(st, "PID")), "Equipment_SP_ID", "Others_SP_ID",
-                 "INNER", "PID");
-        g.Finish();
-    }
-    EXPECT_EQ(Render(st, "SELECT [Equipment_evil\"col], [Equipment_Odd Tag], [Equipment_It's], "
-                         "[Equipment_ProcessDesign_Max_Case\"Val], [Drawing_Sheet Title] FROM Eqp_Nozzle ORDER BY 1"),
-              "<null>|ot2|<null>|<null>|st;dq|ot|ap|cv|st");
 }
 
 class CaptureLog : public LogSink {
