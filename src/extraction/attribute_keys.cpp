@@ -68,7 +68,8 @@ std::vector<std::string> LeaveOutKeysAccessCannotName(AttributeKeys& keys) {
             // Every output name of a key is made of its column part (the alias, "Drawing_<col>" of
             // the drawing columns, "End_<n>_<col>"...), so that part is what must be a name.
             const auto dot = key.find('.');
-            const std::string what = ForbiddenInAccessName(dot == std::string::npos ? key : key.substr(dot + 1));
+            const std::string what =
+                ForbiddenInAccessName(dot == std::string::npos ? key : key.substr(dot + 1));
             if (what.empty()) {
                 kept.push_back(key);
                 continue;
@@ -76,7 +77,8 @@ std::vector<std::string> LeaveOutKeysAccessCannotName(AttributeKeys& keys) {
             changed = true;
             if (HasName(leftOut, key)) continue;
             leftOut.push_back(key);
-            LogLine("The attribute " + key + " is left out: Access does not allow " + what + " in a column name.");
+            LogLine("The attribute " + key + " is left out: Access does not allow " + what +
+                    " in a column name.");
         }
         if (changed) keys.Set(category, std::move(kept));
     }

@@ -200,7 +200,8 @@ DrawingSql GetSQL4TDrawing(const AttributeKeys& keys, const std::vector<std::str
             entries.push_back(InstockpileAsText(dialect) + std::string(as) + "Instockpile");
         } else if (drawingColumns.empty() || HasName(drawingColumns, name)) {
             entries.push_back("T_Drawing." + PlantColumn(dialect, name, drawingColumns) +
-                              std::string(as) + PlantColumn(dialect, ShortenAlias("Drawing_" + name)));
+                              std::string(as) +
+                              PlantColumn(dialect, ShortenAlias("Drawing_" + name)));
         }
     }
     out.columns = Join(entries, ",");

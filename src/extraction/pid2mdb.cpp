@@ -676,8 +676,8 @@ void FirstHalf::Decode() {
                              {store::Value(name)});
             st_.Execute("CREATE INDEX [__tb_decode_k] ON [__tb_decode](k)");
             const std::string t = store::SqlName(table), c = store::SqlName(col);
-            st_.Execute("UPDATE " + t + " SET " + c + " = (SELECT txt FROM [__tb_decode] WHERE k = jcat('', " + t + "." +
-                        c + ")) WHERE jcat('', " + c + ") IN (SELECT k FROM [__tb_decode])");
+            st_.Execute("UPDATE " + t + " SET " + c + " = (SELECT txt FROM [__tb_decode] WHERE k = jcat('', " +
+                        t + "." + c + ")) WHERE jcat('', " + c + ") IN (SELECT k FROM [__tb_decode])");
             st_.Execute("DROP TABLE [__tb_decode]");
             decoded = true;
         }

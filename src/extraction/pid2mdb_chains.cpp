@@ -418,7 +418,8 @@ void ClearWorkingTables(RunContext& run) {
             // Only text columns: the counter ID is a number and matches "*id" too.
             if (!c.type.isText() || !(Like(c.name, "*id", true) || Like(c.name, "*sp_*id", true))) continue;
             const std::string column = store::SqlName(c.name);
-            st.ExecuteCount("UPDATE " + store::SqlName(category) + " SET " + column + " = NULL WHERE " + column + "=''");
+            st.ExecuteCount("UPDATE " + store::SqlName(category) + " SET " + column + " = NULL WHERE " + column +
+                            "=''");
         }
     }
     ShowProgress("Done");

@@ -39,14 +39,17 @@ bool IsPlainName(Dialect dialect, std::string_view name) {
     auto letter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
     if (!letter(name[0]) && !(name[0] == '_' && dialect != Dialect::Oracle)) return false;
     const bool hash = dialect == Dialect::Oracle || dialect == Dialect::SqlServer;
-    for (char c : name.substr(1))
-        if (!letter(c) && !(c >= '0' && c <= '9') && c != '_' && c != '$' && !(c == '#' && hash)) return false;
+    for (char c : name.substr(1)) {
+        const bool digit = c >= '0' && c <= '9';
+        if (!letter(c) && !digit && c != '_' && c != '$' && !(c == '#' && hash)) return false;
+    }
     return true;
 }
 
 std::string SqlName(Dialect dialect, std::string_view name) {
     if (IsPlainName(dialect, name)) return std::string(name);
-    return dialect == Dialect::SqlServer ? QuoteIdentifier(name, '[', ']') : QuoteIdentifier(name, '"', '"');
+    if (dialect == Dialect::SqlServer) return QuoteIdentifier(name, '[', ']');
+    return QuoteIdentifier(name, '"', '"');
 }
 
 std::string OrgColumnName(std::string_view name) { return "Org_" + std::string(name); }

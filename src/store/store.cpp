@@ -73,7 +73,8 @@ void CheckAccessName(std::string_view table, std::string_view column) {
 
 std::optional<char> ForbiddenNameCharacter(std::string_view name) {
     for (char c : name)
-        if (c == '.' || c == '!' || c == '`' || c == '[' || c == ']' || static_cast<unsigned char>(c) < 0x20)
+        if (c == '.' || c == '!' || c == '`' || c == '[' || c == ']' ||
+            static_cast<unsigned char>(c) < 0x20)
             return c;
     return std::nullopt;
 }
