@@ -28,7 +28,7 @@ constexpr int kControlCaseType = 5;
 std::string EmptyColumnProbeSql(Dialect dialect, std::string_view prefix, std::string_view table,
                                 std::string_view column) {
     return "select " + std::string(TopOne(dialect)) + "1 from " + std::string(prefix) +
-           std::string(table) + " where not " + std::string(column) + " is null" +
+           std::string(table) + " where not " + SqlName(dialect, column) + " is null" +
            RowNumBelow2(dialect, "and") + std::string(LimitOf(dialect));
 }
 
@@ -38,11 +38,11 @@ std::string EmptyCaseProbeSql(Dialect dialect, std::string_view prefix, int case
     const std::string p(prefix);
     const std::string a = p + (control ? "T_CaseControl" : "T_CaseProcess");
     const std::string b = p + "t_case";
-    std::string sql =
-        "select " + std::string(TopOne(dialect)) + "1 from " + a + ", " + b + " where " + a +
-        ".SP_CASEID=" + b + ".SP_ID AND " + b +
-        ".CASECLASS=" + std::to_string(control ? kControlCaseClass : kProcessCaseClass) +
-        " AND not " + a + "." + std::string(column) + " is null" + RowNumBelow2(dialect, "AND");
+    std::string sql = "select " + std::string(TopOne(dialect)) + "1 from " + a + ", " + b +
+                      " where " + a + ".SP_CASEID=" + b + ".SP_ID AND " + b + ".CASECLASS=" +
+                      std::to_string(control ? kControlCaseClass : kProcessCaseClass) +
+                      " AND not " + a + "." + SqlName(dialect, column) + " is null" +
+                      RowNumBelow2(dialect, "AND");
     if (!control) sql += " AND " + a + ".quality=" + std::to_string(quality);
     sql += " AND " + b + ".CASETYPE=" + std::to_string(caseType);
     return sql + std::string(LimitOf(dialect));

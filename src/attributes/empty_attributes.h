@@ -17,7 +17,8 @@ namespace tb::attributes {
 
 // "select 1 from <prefix><table> where not <column> is null", with " TOP 1 " behind SELECT on SQL
 // Server, " and ROWNUM <2" at the end on Oracle, " LIMIT 1" at the end on the SQLite plant and on
-// a plant copy (a store).
+// a plant copy (a store). A column that is no plain name is quoted (plantaccess::SqlName); give
+// it as the plant's catalogue spells it.
 std::string EmptyColumnProbeSql(plantaccess::Dialect dialect, std::string_view prefix,
                                 std::string_view table, std::string_view column);
 // The probe of a case attribute: T_CaseProcess (class 24, with its quality) or, for case type 5,

@@ -237,6 +237,17 @@ std::string EscapeSqlText(std::string_view text) { return ReplaceAll(text, "'", 
 std::string SqlLiteral(std::string_view text) { return QuoteSqlText(EscapeSqlText(text)); }
 std::string BracketName(std::string_view name) { return "[" + std::string(name) + "]"; }
 
+std::string QuoteIdentifier(std::string_view name, char open, char close) {
+    std::string out(1, open);
+    out.reserve(name.size() + 2);
+    for (char c : name) {
+        if (c == close) out += close;
+        out += c;
+    }
+    out += close;
+    return out;
+}
+
 bool Like(std::string_view text, std::string_view pattern, bool ignoreCase) {
     return LikeAt(CodePoints(text), 0, CodePoints(pattern), 0, ignoreCase);
 }

@@ -36,6 +36,10 @@ std::string QuoteSqlText(std::string_view text);   // 'text'
 std::string EscapeSqlText(std::string_view text);  // ' doubled
 std::string SqlLiteral(std::string_view text);     // escaped, then quoted
 std::string BracketName(std::string_view name);    // [name]
+// A table or column name between a dialect's quote characters, the closing one doubled inside:
+// ("a]b", '[', ']') gives "[a]]b]", ("a\"b", '"', '"') gives "\"a\"\"b\"". Callers decide which
+// names need it (plantaccess::SqlName, store::QuoteName).
+std::string QuoteIdentifier(std::string_view name, char open, char close);
 
 // VB's Like: ? one character, * any run, # one digit, [abc], [a-z], [!abc]. Works on UTF-8 code
 // points. With ignoreCase, ASCII letters compare without case (Option Compare Text).

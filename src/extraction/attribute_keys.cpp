@@ -2,7 +2,9 @@
 
 #include "attributes/categories.h"
 #include "common/ini.h"
+#include "common/log.h"
 #include "common/text.h"
+#include "store/store.h"
 
 namespace tb::extraction {
 
@@ -55,6 +57,39 @@ std::size_t AttributeKeys::Count() const {
     std::size_t n = 0;
     for (const auto& entry : categories_) n += entry.second.size();
     return n;
+}
+
+std::vector<std::string> LeaveOutKeysAccessCannotName(AttributeKeys& keys) {
+    std::vector<std::string> leftOut;
+    for (const std::string& category : attributes::AllCategoryNames()) {
+        std::vector<std::string> kept;
+        bool changed = false;
+        for (const std::string& key : keys.Keys(category)) {
+            // Every output name of a key is made of its column part (the alias, "Drawing_<col>" of
+            // the drawing columns, "End_<n>_<col>"...), so that part is what must be a name.
+            const auto dot = key.find('.');
+            const std::string what =
+                ForbiddenInAccessName(dot == std::string::npos ? key : key.substr(dot + 1));
+            if (what.empty()) {
+                kept.push_back(key);
+                continue;
+            }
+            changed = true;
+            if (HasName(leftOut, key)) continue;
+            leftOut.push_back(key);
+            LogLine("The attribute " + key + " is left out: Access does not allow " + what +
+                    " in a column name.");
+        }
+        if (changed) keys.Set(category, std::move(kept));
+    }
+    return leftOut;
+}
+
+std::string ForbiddenInAccessName(std::string_view name) {
+    const auto c = store::ForbiddenNameCharacter(name);
+    if (!c) return {};
+    if (static_cast<unsigned char>(*c) < 0x20) return "a control character";
+    return "'" + std::string(1, *c) + "'";
 }
 
 bool HasName(const std::vector<std::string>& names, std::string_view name) {

@@ -34,6 +34,16 @@ class AttributeKeys {
     std::vector<std::pair<std::string, std::vector<std::string>>> categories_;
 };
 
+// Leaves out every key whose output column Access cannot name: a column part (behind the first
+// ".") holding ". ! ` [ ]" or a control character. One log line per key names it and the
+// character, and the run goes on without it. '"', "'" and blanks are allowed in Access names.
+// Returns the keys left out, each once.
+std::vector<std::string> LeaveOutKeysAccessCannotName(AttributeKeys& keys);
+
+// The character of `name` that Access does not allow in a name, as a log line names it ("']'",
+// "a control character"); empty when Access allows every character of it.
+std::string ForbiddenInAccessName(std::string_view name);
+
 // Whether `names` holds `name`, ignoring case (column lists of tables).
 bool HasName(const std::vector<std::string>& names, std::string_view name);
 // The spelling `names` holds for `name`, ignoring case; empty when absent.

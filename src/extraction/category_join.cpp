@@ -15,8 +15,9 @@
 namespace tb::extraction {
 namespace {
 
+// Names in the store's SQL come from the plant and the configuration.
 std::string Bracket(std::string_view name) {
-    return "[" + std::string(name) + "]";
+    return store::SqlName(name);
 }
 
 std::string Qualified(std::string_view table, std::string_view column) {

@@ -9,8 +9,9 @@
 namespace tb::extraction {
 namespace {
 
+// Names in the store's SQL come from the plant and the configuration.
 std::string Bracket(std::string_view name) {
-    return "[" + std::string(name) + "]";
+    return store::SqlName(name);
 }
 
 std::string Entry(std::string_view column, std::string_view alias) {
@@ -198,8 +199,9 @@ DrawingSql GetSQL4TDrawing(const AttributeKeys& keys, const std::vector<std::str
         } else if (IEquals(name, "Instockpile")) {
             entries.push_back(InstockpileAsText(dialect) + std::string(as) + "Instockpile");
         } else if (drawingColumns.empty() || HasName(drawingColumns, name)) {
-            entries.push_back("T_Drawing." + name + std::string(as) +
-                              ShortenAlias("Drawing_" + name));
+            entries.push_back("T_Drawing." + PlantColumn(dialect, name, drawingColumns) +
+                              std::string(as) +
+                              PlantColumn(dialect, ShortenAlias("Drawing_" + name)));
         }
     }
     out.columns = Join(entries, ",");

@@ -14,8 +14,9 @@
 namespace tb::extraction {
 namespace {
 
+// Names in the store's SQL come from the plant and the configuration.
 std::string Bracket(std::string_view name) {
-    return "[" + std::string(name) + "]";
+    return store::SqlName(name);
 }
 
 // The object a category table is about, for columns that carry no owner of their own.

@@ -222,12 +222,12 @@ std::string FoldedOpcColumns(const std::vector<std::string>& columns) {
         if (HasName(twins, c)) continue;
         const Pair p = pairOf(c);
         if (p.twin.empty()) {
-            list.push_back("[" + c + "]");
+            list.push_back(store::SqlName(c));
             continue;
         }
-        const std::string A = "[" + c + "]", B = "[" + p.twin + "]";
+        const std::string A = store::SqlName(c), B = store::SqlName(p.twin);
         list.push_back("jcat(" + A + ", iif(" + A + " IS NULL, " + B + ", iif(" + B + " IS NULL, '', jcat(', ', " + B +
-                       ")))) AS [" + p.name + "]");
+                       ")))) AS " + store::SqlName(p.name));
     }
     return Join(list, ", ");
 }

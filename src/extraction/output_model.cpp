@@ -21,8 +21,9 @@ namespace {
 using store::ColumnDef;
 using store::ColumnType;
 
+// Names in the store's SQL come from the plant and the configuration.
 std::string Bracket(std::string_view name) {
-    return "[" + std::string(name) + "]";
+    return store::SqlName(name);
 }
 
 std::string RequireTable(const store::Store& store, std::string_view table) {

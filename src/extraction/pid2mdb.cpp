@@ -85,6 +85,15 @@ private:
     }
     std::string T(std::string_view table) const { return run_.plant.Table(table); }
     std::string As() const { return std::string(AliasKeyword(run_.plant.dialect)); }
+    // A column or alias in plant SQL, quoted when it is no plain name (PlantColumn).
+    std::string Col(std::string_view name, const std::vector<std::string>& catalogue = {}) const {
+        return run_.plant.Column(name, catalogue);
+    }
+    std::string ColumnList(const std::vector<std::string>& columns, const std::vector<std::string>& catalogue) const {
+        std::vector<std::string> out;
+        for (const std::string& c : columns) out.push_back(Col(c, catalogue));
+        return Join(out, ",");
+    }
     std::vector<std::string> PlantColumns(std::string_view table) const {
         return GetAllDbColumns(run_.plant, table);
     }
@@ -99,6 +108,7 @@ private:
     void GroupTables();
     void ModelItems();
     void PipeRuns();
+    void Status();
     void Pid();
     void ExcludeDrawings();
     void LabelPersist();
@@ -118,6 +128,7 @@ private:
     bool pointDescription_ = false;
     bool symbolNames_ = false;
     PointColumns points_;
+    std::vector<std::string> pointCatalogue_;
 };
 
 void FirstHalf::CopyStep(std::string_view table, std::string sql, std::string_view target, bool withSelection,
@@ -177,7 +188,7 @@ void FirstHalf::AttributePass() {
                 const std::string alias = GetColumnAlias(table + "." + attr);
                 if (HasName(aliases, alias)) continue;
                 aliases.push_back(alias);
-                entries.push_back(T(table) + "." + column + As() + alias);
+                entries.push_back(T(table) + "." + Col(column) + As() + Col(alias));
             }
             if (entries.empty()) continue;
             CopyStep(table, "SELECT " + Join(entries, ",") + " FROM " + T(table), target);
@@ -189,9 +200,11 @@ void FirstHalf::AttributePass() {
 }
 
 void FirstHalf::PlantItems() {
-    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_PlantItem", PlantColumns("t_plantitem"));
+    const std::vector<std::string> plantColumns = PlantColumns("t_plantitem");
+    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_PlantItem", plantColumns);
     for (const char* c : {"SP_PLANTGROUPID", "SP_ID", "Plantitemtype", "sp_partofid"}) AddIfMissing(columns, c);
-    CopyStep("t_plantitem", "SELECT " + Join(columns, ",") + " FROM " + T("t_plantitem"), "t_plantitem");
+    CopyStep("t_plantitem", "SELECT " + ColumnList(columns, plantColumns) + " FROM " + T("t_plantitem"),
+             "t_plantitem");
 }
 
 void FirstHalf::History() {
@@ -251,8 +264,9 @@ void FirstHalf::GroupTables() {
             }
             if (cols.empty() && loopCols.empty()) continue;
             AddIfMissing(cols, "SP_ID");
-            for (const std::string& c : cols) select.push_back("a." + c + As() + c);
-            for (const std::string& c : loopCols) select.push_back("t." + c + As() + c);
+            for (const std::string& c : cols)
+                select.push_back("a." + Col(c, plantItemColumns) + As() + Col(c, plantItemColumns));
+            for (const std::string& c : loopCols) select.push_back("t." + Col(c) + As() + Col(c));
             select.push_back("b.SP_PLANTITEMID");
             CopyStep(table,
                      "SELECT " + Join(select, ",") + " FROM (" + T("t_plantitem") + " a inner join " + T(table) +
@@ -262,7 +276,8 @@ void FirstHalf::GroupTables() {
             continue;
         }
         if (cols.empty()) continue;
-        for (const std::string& c : cols) select.push_back("a." + c + As() + c);
+        for (const std::string& c : cols)
+            select.push_back("a." + Col(c, plantItemColumns) + As() + Col(c, plantItemColumns));
         select.push_back("b.SP_PLANTITEMID");
         CopyStep(table,
                  "SELECT " + Join(select, ",") + " FROM " + T("t_plantitem") + " a inner join " + T(table) +
@@ -273,36 +288,40 @@ void FirstHalf::GroupTables() {
 }
 
 void FirstHalf::ModelItems() {
-    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_ModelItem", PlantColumns("t_modelitem"));
+    const std::vector<std::string> modelItemColumns = PlantColumns("t_modelitem");
+    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_ModelItem", modelItemColumns);
     AddIfMissing(columns, "SP_ID");
     AddIfMissing(columns, "Description");
     // End points are model items outside the selection.
-    CopyStep("t_modelitem", "SELECT " + Join(columns, ",") + " FROM " + T("t_modelitem"), "t_modelitem",
-             !pointDescription_);
+    CopyStep("t_modelitem", "SELECT " + ColumnList(columns, modelItemColumns) + " FROM " + T("t_modelitem"),
+             "t_modelitem", !pointDescription_);
 
     // Step 11.
     run_.step = 11;
     if (run_.failureAction || run_.failureActionLow)
         CopyStep("t_instrfailmode", "SELECT SP_ID,FailureAction,sp_instrumentid,failmodetype FROM " +
                                         T("t_instrfailmode"), "t_instrfailmode");
-    std::vector<std::string> functionColumns =
-        GetAllDefCols4T_Table(run_.keys, "T_InstrFunction", PlantColumns("t_instrfunction"));
+    const std::vector<std::string> functionCatalogue = PlantColumns("t_instrfunction");
+    std::vector<std::string> functionColumns = GetAllDefCols4T_Table(run_.keys, "T_InstrFunction", functionCatalogue);
     if (!functionColumns.empty()) {
         AddIfMissing(functionColumns, "SP_INSTRUMENTID");
         AddIfMissing(functionColumns, "SP_ID");
-        CopyStep("T_InstrFunction", "SELECT " + Join(functionColumns, ",") + " FROM " + T("T_InstrFunction"),
+        CopyStep("T_InstrFunction",
+                 "SELECT " + ColumnList(functionColumns, functionCatalogue) + " FROM " + T("T_InstrFunction"),
                  "T_InstrFunction");
     }
 
     // Step 12.
     run_.step = 12;
     if (!points_.columns.empty())
-        CopyStep("t_pipingpoint", "SELECT " + Join(points_.columns, ",") + " FROM " + T("t_pipingpoint"),
+        CopyStep("t_pipingpoint",
+                 "SELECT " + ColumnList(points_.columns, pointCatalogue_) + " FROM " + T("t_pipingpoint"),
                  "t_pipingpoint");
 }
 
 void FirstHalf::PipeRuns() {
-    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_PipeRun", PlantColumns("t_piperun"));
+    const std::vector<std::string> runColumns = PlantColumns("t_piperun");
+    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_PipeRun", runColumns);
     if (columns.empty() && run_.keys.Keys("InlineComp_Prun").empty()) return;
     AddIfMissing(columns, "SP_ID");
     if (run_.keys.Has("InlineComp_Prun", "Others.NotConnectedRuns") ||
@@ -311,9 +330,28 @@ void FirstHalf::PipeRuns() {
     AddIfMissing(columns, "PipeRunType");
     AddIfMissing(columns, "sp_connectorszerolength");
     std::vector<std::string> entries;
-    for (const std::string& c : columns) entries.push_back(T("t_piperun") + "." + c + As() + GetColumnAlias("t_piperun." + c));
+    for (const std::string& c : columns)
+        entries.push_back(T("t_piperun") + "." + Col(c, runColumns) + As() + Col(GetColumnAlias("t_piperun." + c)));
     CopyStep("t_piperun", "SELECT " + Join(entries, ",") + " FROM " + T("t_piperun") + " WHERE PIPERUNCLASS<>2",
              "t_piperun");
+}
+
+// t_status comes whole. A plant column that Access cannot name stays in the plant (no key can ask
+// for it either), so that a column nobody configured cannot fail the run.
+void FirstHalf::Status() {
+    std::vector<std::string> columns;
+    bool all = true;
+    for (const std::string& c : PlantColumns("t_status")) {
+        if (const std::string bad = ForbiddenInAccessName(c); !bad.empty()) {
+            all = false;
+            LogLine("The column " + c + " of t_status is not copied: Access does not allow " + bad +
+                    " in a column name.");
+            continue;
+        }
+        columns.push_back(Col(c));
+    }
+    CopyStep("t_status", "SELECT " + (all ? std::string("*") : Join(columns, ",")) + " FROM " + T("t_status"),
+             "t_status");
 }
 
 void FirstHalf::Pid() {
@@ -381,9 +419,10 @@ void FirstHalf::LabelPersist() {
 void FirstHalf::Drawings() {
     // The viewer form keeps its drawings in t_drawing (step 27) instead.
     if (run_.viewerMode || run_.keys.Keys("Drawings").empty()) return;
-    const DrawingColumns cols = GetCols4Drawings(run_.keys, PlantColumns("t_drawing"));
+    const std::vector<std::string> drawingColumns = PlantColumns("t_drawing");
+    const DrawingColumns cols = GetCols4Drawings(run_.keys, drawingColumns);
     std::vector<std::string> entries;
-    for (const AliasedColumn& c : cols.columns) entries.push_back(c.column + As() + c.alias);
+    for (const AliasedColumn& c : cols.columns) entries.push_back(Col(c.column, drawingColumns) + As() + Col(c.alias));
     std::string sql = "select " + Join(entries, ",") + " from " + T("T_Drawing") + " WHERE itemstatus=1";
     std::string clause = Clause("t_drawing");
     if (!clause.empty()) {
@@ -470,7 +509,7 @@ void FirstHalf::Cases() {
                 if (!parsed) parsed = attributes::ParseCaseKey(part);
                 if (!parsed) continue;
                 const std::string column = FindName(plantColumns, parsed->column);
-                const std::string qualified = std::string(table) + "." + column;
+                const std::string qualified = std::string(table) + "." + Col(column);
                 if (!column.empty() && !HasName(out, qualified)) out.push_back(qualified);
             }
         return out;
@@ -529,7 +568,8 @@ void FirstHalf::Symbols() {
         if (!clause.empty()) sql = AppendSelectionClause(sql, clause);
         Rs2Access(*run_.plant.connection, sql, st_, "t_symbol_name");
     }
-    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_Symbol", PlantColumns("t_symbol"));
+    const std::vector<std::string> symbolColumns = PlantColumns("t_symbol");
+    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_Symbol", symbolColumns);
     auto addPlantItemId = [&] {
         st_.AddColumn("t_symbol", {"sp_plantitemid", store::ColumnType::Text(33)});
         store::JoinUpdate u;
@@ -542,7 +582,7 @@ void FirstHalf::Symbols() {
     };
     if (!columns.empty()) {
         AddIfMissing(columns, "SP_ID");
-        CopyStep("t_symbol", "SELECT " + Join(columns, ",") + " FROM " + T("t_symbol"), "t_symbol");
+        CopyStep("t_symbol", "SELECT " + ColumnList(columns, symbolColumns) + " FROM " + T("t_symbol"), "t_symbol");
         addPlantItemId();
         if (st_.ColumnExists("t_symbol", "ROTATIONANGLE"))
             st_.Execute("UPDATE t_symbol SET ROTATIONANGLE=round(ROTATIONANGLE/3.1415926535897932*180, 3) "
@@ -636,8 +676,9 @@ void FirstHalf::Decode() {
                                                        "lcase(ATTRIBUTE_NAME)=lcase(?1)"),
                              {store::Value(name)});
             st_.Execute("CREATE INDEX [__tb_decode_k] ON [__tb_decode](k)");
-            st_.Execute("UPDATE [" + table + "] SET [" + col + "] = (SELECT txt FROM [__tb_decode] WHERE k = jcat('', [" +
-                        table + "].[" + col + "])) WHERE jcat('', [" + col + "]) IN (SELECT k FROM [__tb_decode])");
+            const std::string t = store::SqlName(table), c = store::SqlName(col);
+            st_.Execute("UPDATE " + t + " SET " + c + " = (SELECT txt FROM [__tb_decode] WHERE k = jcat('', " +
+                        t + "." + c + ")) WHERE jcat('', " + c + ") IN (SELECT k FROM [__tb_decode])");
             st_.Execute("DROP TABLE [__tb_decode]");
             decoded = true;
         }
@@ -681,7 +722,9 @@ void FirstHalf::PrepareTag() {
 void FirstHalf::Run() {
     // Step 5 and the flags it needs.
     Step(5);
-    points_ = GetPointColumns(run_.keys, PlantColumns("t_pipingpoint"));
+    LeaveOutKeysAccessCannotName(run_.keys);
+    pointCatalogue_ = PlantColumns("t_pipingpoint");
+    points_ = GetPointColumns(run_.keys, pointCatalogue_);
     pointDescription_ = points_.descriptionInline || points_.descriptionInstr;
     run_.connectedPiperunID = points_.connectedPiperunID;
     for (const char* category : {"Instruments", "InlineComp_Prun"}) {
@@ -703,7 +746,7 @@ void FirstHalf::Run() {
     Step(13);
     PipeRuns();
     Step(14);
-    CopyStep("t_status", "SELECT * FROM " + T("t_status"), "t_status");
+    Status();
     Step(15);
     if (run_.keys.AnyLike("plantitems", "*plantitemgroup_revisionnumber"))
         CopyStep("T_AREABREAKATTRIBUTE",

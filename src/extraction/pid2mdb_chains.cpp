@@ -81,7 +81,7 @@ public:
             const std::string alias = GetColumnAlias(key);
             if (column.empty() || st_.ColumnExists(Current(), alias)) continue;
             st_.AddColumn(Current(), {alias, store::ColumnType::Text(100)});
-            set.push_back({alias, "g.[" + column + "]"});
+            set.push_back({alias, "g." + store::SqlName(column)});
         }
         if (set.empty()) return;
         store::JoinUpdate u;
@@ -131,7 +131,7 @@ public:
             std::vector<store::Assignment> set;
             for (const AliasedColumn& c : cols) {
                 if (!st_.ColumnExists(category_, c.alias)) st_.AddColumn(category_, {c.alias, store::ColumnType::Text(255)});
-                set.push_back({c.alias, "b.[" + c.column + "]"});
+                set.push_back({c.alias, "b." + store::SqlName(c.column)});
             }
             store::JoinUpdate u;
             u.target = category_;
@@ -390,7 +390,7 @@ void DrawingsCategory(RunContext& run) {
         const std::string column = FindName(groupColumns, key.substr(13)), alias = GetColumnAlias(key);
         if (column.empty() || st.ColumnExists("Drawings", alias)) continue;
         st.AddColumn("Drawings", {alias, store::ColumnType::Text(100)});
-        set.push_back({alias, "g.[" + column + "]"});
+        set.push_back({alias, "g." + store::SqlName(column)});
     }
     if (set.empty()) return;
     store::JoinUpdate u;
@@ -417,7 +417,9 @@ void ClearWorkingTables(RunContext& run) {
         for (const store::ColumnDef& c : st.Columns(category)) {
             // Only text columns: the counter ID is a number and matches "*id" too.
             if (!c.type.isText() || !(Like(c.name, "*id", true) || Like(c.name, "*sp_*id", true))) continue;
-            st.ExecuteCount("UPDATE [" + category + "] SET [" + c.name + "] = NULL WHERE [" + c.name + "]=''");
+            const std::string column = store::SqlName(c.name);
+            st.ExecuteCount("UPDATE " + store::SqlName(category) + " SET " + column + " = NULL WHERE " + column +
+                            "=''");
         }
     }
     ShowProgress("Done");

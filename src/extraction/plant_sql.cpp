@@ -17,6 +17,19 @@ std::string PlantSchema::Table(std::string_view table) const {
     return Prefixed(dialect, prefix, table);
 }
 
+std::string PlantSchema::Column(std::string_view name,
+                                const std::vector<std::string>& catalogue) const {
+    return PlantColumn(dialect, name, catalogue);
+}
+
+std::string PlantColumn(Dialect dialect, std::string_view name,
+                        const std::vector<std::string>& catalogue) {
+    if (plantaccess::IsPlainName(dialect, name)) return std::string(name);
+    for (const std::string& spelled : catalogue)
+        if (IEquals(spelled, name)) return plantaccess::SqlName(dialect, spelled);
+    return plantaccess::SqlName(dialect, name);
+}
+
 std::string_view AliasKeyword(Dialect dialect) {
     return plantaccess::UsesOracleTexts(dialect) ? " " : " AS ";
 }

@@ -23,7 +23,16 @@ struct PlantSchema {
     std::string prefix;
     // The name plant SQL writes for a table of this schema.
     std::string Table(std::string_view table) const;
+    // A column or alias as this schema's SQL writes it (PlantColumn).
+    std::string Column(std::string_view name, const std::vector<std::string>& catalogue = {}) const;
 };
+
+// A column of a plant table, or an alias, as plant SQL writes it: a plain name as it is (the
+// statements keep their text), any other quoted with plantaccess::SqlName, in the spelling the
+// table's `catalogue` holds when it holds the name (a quoted name is case-sensitive on Oracle,
+// and a configured key may spell the column in another case).
+std::string PlantColumn(Dialect dialect, std::string_view name,
+                        const std::vector<std::string>& catalogue = {});
 
 // The word between an expression and its alias: " " on Oracle (and the SQLite plant), " AS " on
 // SQL Server and in a plant copy.

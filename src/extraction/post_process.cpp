@@ -145,7 +145,7 @@ void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view 
         const std::string name = std::string(prefix) + column;
         if (column.empty() || store_.ColumnExists(current_, name)) continue;
         store_.AddColumn(current_, {name, store::ColumnType::Text(100)});
-        set.push_back({name, "g.[" + column + "]"});
+        set.push_back({name, "g." + store::SqlName(column)});
     }
     if (set.empty()) return;
     store::JoinUpdate u;

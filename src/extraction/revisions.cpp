@@ -70,13 +70,14 @@ RevisionColumnFlags GetRevisionColumnFlags(const AttributeKeys& keys) {
 void ExtractTRevision(const PlantSchema& plant, store::Store& store, const AttributeKeys& keys) {
     Trap("ExtractTRevision", [&] {
         plantaccess::Connection& source = *plant.connection;
-        const std::vector<std::string> columns =
-            GetCols4Revision(keys, GetAllDbColumns(plant, "t_revision"));
+        const std::vector<std::string> catalogue = GetAllDbColumns(plant, "t_revision");
+        const std::vector<std::string> columns = GetCols4Revision(keys, catalogue);
         if (!columns.empty()) {
-            Rs2Access(
-                source,
-                "select r." + Join(columns, ",r.") + " from " + plant.Table("t_revision") + " r",
-                store, "T_Revision", Join(columns, "\r"));
+            std::vector<std::string> select;
+            for (const std::string& c : columns) select.push_back("r." + plant.Column(c, catalogue));
+            Rs2Access(source,
+                      "select " + Join(select, ",") + " from " + plant.Table("t_revision") + " r",
+                      store, "T_Revision", Join(columns, "\r"));
             for (const std::string& c : columns)
                 store.RenameColumn("T_Revision", c, "Revision_" + c);
             if (keys.Has("Drawings", "T_Revision.VersionAssociated")) {

@@ -34,10 +34,28 @@ std::string GetFullTableName(std::string_view prefix, std::string_view table) {
     return GetFullTableName(CurrentDialect(), prefix, table);
 }
 
+bool IsPlainName(Dialect dialect, std::string_view name) {
+    if (name.empty()) return false;
+    auto letter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+    if (!letter(name[0]) && !(name[0] == '_' && dialect != Dialect::Oracle)) return false;
+    const bool hash = dialect == Dialect::Oracle || dialect == Dialect::SqlServer;
+    for (char c : name.substr(1)) {
+        const bool digit = c >= '0' && c <= '9';
+        if (!letter(c) && !digit && c != '_' && c != '$' && !(c == '#' && hash)) return false;
+    }
+    return true;
+}
+
+std::string SqlName(Dialect dialect, std::string_view name) {
+    if (IsPlainName(dialect, name)) return std::string(name);
+    if (dialect == Dialect::SqlServer) return QuoteIdentifier(name, '[', ']');
+    return QuoteIdentifier(name, '"', '"');
+}
+
 std::string OrgColumnName(std::string_view name) { return "Org_" + std::string(name); }
 
 std::string AlterSessionSql(std::string_view schemaUser) {
-    return "ALTER SESSION SET CURRENT_SCHEMA=" + std::string(schemaUser);
+    return "ALTER SESSION SET CURRENT_SCHEMA=" + SqlName(Dialect::Oracle, schemaUser);
 }
 
 bool NeedsAlterSession(Dialect dialect) { return dialect == Dialect::Oracle; }

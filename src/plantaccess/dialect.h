@@ -24,10 +24,21 @@ std::string_view DialectName(Dialect dialect);
 std::string GetFullTableName(Dialect dialect, std::string_view prefix, std::string_view table);
 std::string GetFullTableName(std::string_view prefix, std::string_view table);
 
+// Whether a table or column name stands unquoted in the dialect's SQL: an ASCII letter first (or
+// "_" outside Oracle), then letters, digits, "_" and "$", and "#" on Oracle and SQL Server.
+bool IsPlainName(Dialect dialect, std::string_view name);
+// A table or column name (or an alias) as the dialect's SQL writes it. A plain name stays as it
+// is, so the statements keep their text and Oracle its upper-casing of unquoted names. Any other
+// is quoted: "[name]" with "]" doubled on SQL Server, "\"name\"" with '"' doubled on Oracle, the
+// SQLite plant and a plant copy. A quoted name is case-sensitive on Oracle: pass the spelling the
+// plant's catalogue returned.
+std::string SqlName(Dialect dialect, std::string_view name);
+
 // "Org_" + name: the column of the values as extracted.
 std::string OrgColumnName(std::string_view name);
 
-// "ALTER SESSION SET CURRENT_SCHEMA=" + schema user; run on Oracle only (see NeedsAlterSession).
+// "ALTER SESSION SET CURRENT_SCHEMA=" + schema user (quoted when no plain name); run on Oracle
+// only (see NeedsAlterSession).
 std::string AlterSessionSql(std::string_view schemaUser);
 bool NeedsAlterSession(Dialect dialect);
 

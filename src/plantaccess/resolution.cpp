@@ -158,7 +158,7 @@ void SetSchemaPasswordDialog(SchemaPasswordDialog dialog) { Dialog() = std::move
 
 std::string GetRootItemId(const ConnectionPtr& connection, std::string_view schemaUser,
                           std::string_view parentPlant, std::string_view plantName) {
-    const std::string prefix = IsOracle() ? std::string(schemaUser) + "." : std::string();
+    const std::string prefix = IsOracle() ? SqlName(CurrentDialect(), schemaUser) + "." : std::string();
     try {
         auto rs = AdoRead(RootItemIdSql(prefix, parentPlant, plantName), connection, 3, true, 3);
         std::string id;
@@ -262,7 +262,7 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
         }
 
         step = 8;
-        const std::string p = UsesOracleTexts(dialect) ? uid + "." : std::string();
+        const std::string p = UsesOracleTexts(dialect) ? SqlName(dialect, uid) + "." : std::string();
         rs = AdoRead(SchemaRowsSql(p, rootItemId, plantName), site, 3, true, 3);
         if (rs->RecordCount() == 0 && !rootItemId.empty()) {
             rootItemId.clear();
@@ -454,7 +454,7 @@ ConnectionPtr Connect2PIDDB(std::string& plantName, int schemaKind, std::string&
             if (alterSession && NeedsAlterSession(s.dialect)) c->Execute(AlterSessionSql(schemaUser));
             if (copyPlantName) plantNameOut = plantName;
         } else {
-            prefixOut = schemaUser + ".";
+            prefixOut = SqlName(s.dialect, schemaUser) + ".";
         }
 
         step = 6;

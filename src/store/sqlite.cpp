@@ -7,6 +7,7 @@
 
 #include "common/error.h"
 #include "common/log.h"
+#include "common/text.h"
 #include "store/access_text.h"
 
 namespace tb::store {
@@ -82,14 +83,11 @@ void RaiseSqliteError(sqlite3* db, std::string_view sql) {
     throw Error(kErrDatabase, message);
 }
 
-std::string QuoteName(std::string_view name) {
-    std::string out = "\"";
-    for (char c : name) {
-        if (c == '"') out += '"';
-        out += c;
-    }
-    out += '"';
-    return out;
+std::string QuoteName(std::string_view name) { return QuoteIdentifier(name, '"', '"'); }
+
+std::string SqlName(std::string_view name) {
+    if (name.find(']') != std::string_view::npos) return QuoteName(name);
+    return "[" + std::string(name) + "]";
 }
 
 // --- Statement ---

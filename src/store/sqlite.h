@@ -55,8 +55,13 @@ using Row = std::vector<Value>;
 // Raises the connection's last error as a tb::Error that names the statement.
 [[noreturn]] void RaiseSqliteError(sqlite3* db, std::string_view sql);
 
-// "name" with embedded quotes doubled: the one way names enter the store's SQL.
+// "name" with embedded quotes doubled: the way the store's own helpers write names.
 std::string QuoteName(std::string_view name);
+// A name in the run's statements on the store: "[name]", as Access writes it and as the run's
+// texts read, or, for a name that holds "]" (which SQLite's brackets cannot hold), QuoteName's
+// form. Every table or column name that comes from the plant or the attribute configuration
+// enters store SQL through this or QuoteName.
+std::string SqlName(std::string_view name);
 
 class Statement {
   public:

@@ -63,13 +63,20 @@ void CheckAccessName(std::string_view table, std::string_view column) {
     if (CodePointCount(name) > static_cast<std::size_t>(kMaxNameLength))
         Raise(what + ": the name is longer than " + std::to_string(kMaxNameLength) +
               " characters, which Access does not allow.");
-    for (char c : name) {
-        if (c == '.' || c == '!' || c == '`' || c == '[' || c == ']')
-            Raise(what + ": the name holds '" + std::string(1, c) +
-                  "', which Access does not allow in names.");
-        if (static_cast<unsigned char>(c) < 0x20)
+    if (const auto c = ForbiddenNameCharacter(name)) {
+        if (static_cast<unsigned char>(*c) < 0x20)
             Raise(what + ": the name holds a control character, which Access does not allow.");
+        Raise(what + ": the name holds '" + std::string(1, *c) +
+              "', which Access does not allow in names.");
     }
+}
+
+std::optional<char> ForbiddenNameCharacter(std::string_view name) {
+    for (char c : name)
+        if (c == '.' || c == '!' || c == '`' || c == '[' || c == ']' ||
+            static_cast<unsigned char>(c) < 0x20)
+            return c;
+    return std::nullopt;
 }
 
 // --- opening ---

@@ -195,6 +195,10 @@ class Store {
     std::filesystem::path path_;
 };
 
+// The first character of `name` that Jet does not allow in a name (. ! ` [ ] or a control
+// character); none when it holds none.
+std::optional<char> ForbiddenNameCharacter(std::string_view name);
+
 // Checks a table or column name against Jet's rules (64 characters, no . ! ` [ ], no control
 // characters, no leading blank); raises a tb::Error naming it. `table` is empty for a table name.
 void CheckAccessName(std::string_view table, std::string_view column);

@@ -63,6 +63,18 @@ TEST(EmptyProbes, TextsOfEveryDialect) {
         EmptyCaseProbeSql(Dialect::Sqlite, "", 5, 1, "SetPoint"),
         "select 1 from T_CaseControl, t_case where T_CaseControl.SP_CASEID=t_case.SP_ID AND "
         "t_case.CASECLASS=34 AND not T_CaseControl.SetPoint is null AND t_case.CASETYPE=5 LIMIT 1");
+    // A column that is no plain name is quoted in the dialect's way.
+    EXPECT_EQ(EmptyColumnProbeSql(Dialect::SqlServer, "PID.", "T_Equipment", "Evil]Col"),
+              "select  TOP 1 1 from PID.T_Equipment where not [Evil]]Col] is null");
+    EXPECT_EQ(EmptyColumnProbeSql(Dialect::Oracle, "", "T_Equipment", "Evil\"Col"),
+              "select 1 from T_Equipment where not \"Evil\"\"Col\" is null and ROWNUM <2");
+    EXPECT_EQ(EmptyColumnProbeSql(Dialect::Sqlite, "", "T_Equipment", "Evil Col"),
+              "select 1 from T_Equipment where not \"Evil Col\" is null LIMIT 1");
+    EXPECT_EQ(EmptyCaseProbeSql(Dialect::SqlServer, "PID.", 1, 2, "Case'Val"),
+              "select  TOP 1 1 from PID.T_CaseProcess, PID.t_case where "
+              "PID.T_CaseProcess.SP_CASEID=PID.t_case.SP_ID "
+              "AND PID.t_case.CASECLASS=24 AND not PID.T_CaseProcess.[Case'Val] is null AND "
+              "PID.T_CaseProcess.quality=2 AND PID.t_case.CASETYPE=1");
     EXPECT_EQ(TableListSql(Dialect::SqlServer, "PLANT'PID."),
               "SELECT TABLE_NAME FROM INFORMATION_SCHEMA.TABLES WHERE TABLE_SCHEMA='PLANT''PID'");
 }

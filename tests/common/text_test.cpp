@@ -15,6 +15,11 @@ TEST(SqlText, LiteralsAndBrackets) {
     EXPECT_EQ(EscapeSqlText("a'b'c"), "a''b''c");
     EXPECT_EQ(QuoteSqlText("x"), "'x'");
     EXPECT_EQ(BracketName("T_Drawing"), "[T_Drawing]");
+    // Only the closing quote is doubled; the other quote characters pass as they are.
+    EXPECT_EQ(QuoteIdentifier("a]b[c\"", '[', ']'), "[a]]b[c\"]");
+    EXPECT_EQ(QuoteIdentifier("a\"b]'c", '"', '"'), "\"a\"\"b]'c\"");
+    EXPECT_EQ(QuoteIdentifier("]]", '[', ']'), "[]]]]]");
+    EXPECT_EQ(QuoteIdentifier("", '"', '"'), "\"\"");
 }
 
 struct LikeCase {

@@ -12,6 +12,7 @@
 #include "plantaccess/resolution.h"
 #include "plantaccess/session.h"
 #include "plantaccess/transfer.h"
+#include "store/sqlite.h"
 
 namespace tb::plantaccess::testing {
 namespace {
@@ -53,6 +54,55 @@ TEST(Texts, DialectPieces) {
     EXPECT_TRUE(NeedsAlterSession(Dialect::Oracle));
     EXPECT_FALSE(NeedsAlterSession(Dialect::Sqlite));
     EXPECT_EQ(OrgColumnName("Plantitem_itemtag"), "Org_Plantitem_itemtag");
+}
+
+TEST(Texts, NamesQuotedByDialect) {
+    // Oracle, SQL Server, the SQLite plant, a plant copy.
+    const struct {
+        const char* name;
+        const char* oracle;
+        const char* server;
+        const char* sqlite;  // the SQLite plant and a plant copy alike
+    } cases[] = {
+        {"ItemTag", "ItemTag", "ItemTag", "ItemTag"},
+        {"SP_ID", "SP_ID", "SP_ID", "SP_ID"},
+        {"A$B", "A$B", "A$B", "A$B"},
+        {"A#B", "A#B", "A#B", "\"A#B\""},  // SQLite reads "#" as the start of a parameter
+        {"_x", "\"_x\"", "_x", "_x"},      // Oracle wants a letter first
+        {"1abc", "\"1abc\"", "[1abc]", "\"1abc\""},
+        {"Evil\"Col", "\"Evil\"\"Col\"", "[Evil\"Col]", "\"Evil\"\"Col\""},
+        {"Evil]Col", "\"Evil]Col\"", "[Evil]]Col]", "\"Evil]Col\""},
+        {"Evil'Col", "\"Evil'Col\"", "[Evil'Col]", "\"Evil'Col\""},
+        {"Evil Col", "\"Evil Col\"", "[Evil Col]", "\"Evil Col\""},
+        {"Größe", "\"Größe\"", "[Größe]", "\"Größe\""},
+        {"", "\"\"", "[]", "\"\""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(SqlName(Dialect::Oracle, c.name), c.oracle) << c.name;
+        EXPECT_EQ(SqlName(Dialect::SqlServer, c.name), c.server) << c.name;
+        EXPECT_EQ(SqlName(Dialect::Sqlite, c.name), c.sqlite) << c.name;
+        EXPECT_EQ(SqlName(Dialect::AccessCopy, c.name), c.sqlite) << c.name;
+    }
+    EXPECT_EQ(AlterSessionSql("PLANT-A"), "ALTER SESSION SET CURRENT_SCHEMA=\"PLANT-A\"");
+}
+
+// The quoted names read back the columns they name on SQLite (the plant's, and the store's form).
+TEST(Texts, QuotedNamesRunOnSqlite) {
+    store::Connection db(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    const std::vector<std::string> names = {"Evil\"Col", "Evil]Col", "Evil'Col", "Evil Col", "A#B", "1abc", "plain"};
+    std::string create = "CREATE TABLE t (";
+    for (std::size_t i = 0; i < names.size(); ++i) create += (i ? ", " : "") + store::QuoteName(names[i]);
+    store::Execute(db.get(), create + ")");
+    std::string values;
+    for (std::size_t i = 0; i < names.size(); ++i) values += (i ? ", " : "") + std::to_string(i);
+    store::Execute(db.get(), "INSERT INTO t VALUES (" + values + ")");
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        for (const std::string& sql : {"SELECT t." + SqlName(Dialect::Sqlite, names[i]) + " FROM t",
+                                       "SELECT " + store::SqlName(names[i]) + " FROM t"})
+            EXPECT_EQ(store::QueryValue(db.get(), sql), store::Value(static_cast<int>(i))) << sql;
+    }
+    EXPECT_EQ(store::SqlName("Evil\"Col"), "[Evil\"Col]");
+    EXPECT_EQ(store::SqlName("Evil]Col"), "\"Evil]Col\"");
 }
 
 TEST(Texts, SessionDialectFollowsTheResolutionAndThePlantCopy) {
