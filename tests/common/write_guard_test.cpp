@@ -1,7 +1,6 @@
 // Temporary names, the removal of dead runs' leftovers, and the write guard's refusals.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "common/error.h"
@@ -14,13 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-long DeadPid() {
-    const pid_t pid = ::fork();
-    if (pid == 0) ::_exit(0);
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    return pid;
-}
 
 TEST(TempNames, MadeNamesParseBackAndOthersDoNot) {
     const std::string made = TempName("x.tmp-y.mdb");
@@ -61,7 +53,7 @@ TEST(TempNames, MadeNamesParseBackAndOthersDoNot) {
 TEST(TempNames, OnlyLeftoversOfEndedProcessesOnThisHostGo) {
     test::TempDir dir;
     const std::string host = TempHostName();
-    const std::string dead = std::to_string(DeadPid());
+    const std::string dead = std::to_string(test::EndedProcessId());
     const std::string live = std::to_string(::getpid());
     const fs::path goneFile = dir.path() / ("a.mdb.tmp-" + host + "-" + dead + "-0badf00d");
     const fs::path goneFolder = dir.path() / ("igr.tmp-" + host + "-" + dead + "-0badf00d");

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <functional>
@@ -74,14 +73,6 @@ bool AnyFileNamed(const fs::path& folder, const std::string& name) {
     return false;
 }
 
-// A process id that surely belonged to a process that has ended.
-long DeadPid() {
-    const pid_t pid = ::fork();
-    if (pid == 0) ::_exit(0);
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    return pid;
-}
 
 class Safety : public ::testing::Test {
 protected:
@@ -283,7 +274,7 @@ TEST_F(Safety, OnlyLeftoversOfEndedRunsOnThisHostAreRemoved) {
     Prepare(box, {}, true);
     const fs::path out = box.root();
     const std::string host = TempHostName();
-    const std::string dead = std::to_string(DeadPid());
+    const std::string dead = std::to_string(test::EndedProcessId());
     const std::string live = std::to_string(::getpid());
     const std::vector<fs::path> gone = {out / ("x.mdb.tmp-" + host + "-" + dead + "-0badf00d"),
                                         out / ("igr.tmp-" + host + "-" + dead + "-00c0ffee"),

@@ -53,6 +53,14 @@ fs::path CorpusDir() {
     return fs::is_directory(p) ? p : fs::path();
 }
 
+long EndedProcessId() {
+    const pid_t pid = ::fork();
+    if (pid == 0) ::_exit(0);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return pid;
+}
+
 ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>& args,
                          const std::map<std::string, std::string>& env, const fs::path& workdir,
                          const std::string& interruptWhen, int signal) {

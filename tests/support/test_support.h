@@ -27,6 +27,9 @@ private:
 };
 
 std::string ReadFile(const fs::path& file);
+// The id of a process that has ended (forked, exited and reaped): what a killed run leaves in its
+// temporary names.
+long EndedProcessId();
 void WriteFile(const fs::path& file, const std::string& bytes);
 
 // The build folder and the source folder ($TB_BUILD_DIR and $TB_SOURCE_DIR override them).
