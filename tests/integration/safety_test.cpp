@@ -13,6 +13,7 @@
 #include "common/temp_file.h"
 #include "common/text.h"
 #include "plant_generator.h"
+#include "store/sqlite.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -406,6 +407,31 @@ TEST_F(Safety, PlantNamesAreConfinedAndUnknownPlantsLeaveNoSettings) {
         EXPECT_FALSE(AnyFileNamed(box.root(), ".ini"));
         EXPECT_FALSE(fs::exists(box.root() / "x.mdb"));
     }
+}
+
+TEST_F(Safety, DrawingPathsThatLeaveThePlantFolderAreNotCopied) {
+    Sandbox box;
+    Prepare(box, {}, true);
+    // A plant of its own (its site names its folder and its plant folder), with one drawing
+    // whose path climbs out of the plant folder to a file beside it.
+    sampleplant::Options options;
+    options.out = box.root() / "plant";
+    options.drawings = sampleplant::kShowcaseDrawings;
+    sampleplant::GeneratePlant(options);
+    WriteFile(box.root() / "secret.txt", "not for the extract");
+    {
+        store::Connection plant((options.out / "PLANTAPID.db").string(), SQLITE_OPEN_READWRITE);
+        store::Execute(plant.get(), "UPDATE T_Drawing SET Path = '\\..\\..\\secret.txt' "
+                                    "WHERE Path LIKE '%PID-12-01.pid'");
+    }
+    fs::create_directories(box.root() / "out");
+    const auto r = box.Run(Args(options.out, box.root() / "out" / "x.mdb"));
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    EXPECT_NE(r.output.find("Drawing path '\\..\\..\\secret.txt' leaves the plant folder"), std::string::npos)
+        << r.output;
+    for (const auto& e : fs::directory_iterator(box.root() / "out" / "igr"))
+        EXPECT_NE(ReadFile(e.path()), "not for the extract") << e.path();
+    EXPECT_FALSE(fs::exists(box.root() / "out" / "igr" / "secret.igr"));
 }
 
 // --- the /config file is read, never written ---
