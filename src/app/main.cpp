@@ -58,8 +58,11 @@ void WriteMode(const std::string& writeFile, const Engines& engines, std::string
     const std::string logfile = IniRead(writeFile, "LDL", "Log");
     if (logfile.empty()) {
         shell::OpenLog(kAppTitle, kAppTitle, {});
-    } else if (auto why = WhyNotWritable(logfile, RunPathRole::Log)) {
+    } else if (auto why = fs::is_directory(fs::absolute(logfile).parent_path())
+                              ? WhyNotWritable(logfile, RunPathRole::Log)
+                              : std::nullopt) {
         // The caller's log may not be one of the run's files: the lines go to a log of our own.
+        // (In a missing folder its lines are lost, as any log line that cannot be written.)
         shell::OpenLog(kAppTitle, kAppTitle, {});
         Raise("Cannot write the log file " + logfile + ": " + *why + ".");
     } else {
