@@ -3,6 +3,7 @@
 #include <charconv>
 #include <optional>
 
+#include "attributes/catalogue_rules.h"
 #include "attributes/categories.h"
 #include "common/text.h"
 
@@ -259,40 +260,41 @@ std::string GetSQL4AddCols4DiffTypes(const AttributeKeys& keys, std::string_view
         attrs.emplace_back("SP_ID");
     }
     // The column the chain joins on; SP_INSTRUMENTID of t_instrfunction keeps its plain name.
+    // An inline instrument's row of t_inlinecomp names the instrument in SP_INSTRUMENTID.
     std::string keyColumn = "SP_ID";
     if (IEquals(table, "t_status"))
         keyColumn = "SP_MODELITEMID";
     else if (IEquals(table, "t_symbol"))
         keyColumn = "SP_PLANTITEMID";
-    else if (IEquals(table, "t_instrfunction"))
+    else if (IEquals(table, "t_instrfunction") || IEquals(table, "t_inlinecomp"))
         keyColumn = "SP_INSTRUMENTID";
-    const bool plainKey = IEquals(keyColumn, "SP_INSTRUMENTID");
+    const bool plainKey = IEquals(table, "t_instrfunction");
     const std::string keyAttr = plainKey ? keyColumn : keyColumn + std::string(suffix);
     if (!HasName(attrs, keyAttr)) attrs.push_back(keyAttr);
 
     const bool startOfChain = IEquals(category, "Plantitems") && IEquals(table, "t_plantitem");
-    // t_piperun was copied under its aliases: its columns are named by them.
-    const bool aliasedCopy = IEquals(table, "t_piperun");
+    // t_piperun and t_inlinecomp were copied under their aliases: their columns are named by them.
+    const bool aliasedCopy = IEquals(table, "t_piperun") || IEquals(table, "t_inlinecomp");
     std::vector<std::string> names, entries;
     for (const std::string& attr : attrs) {
         const bool isPlainKey = plainKey && IEquals(attr, keyColumn);
         if (!suffix.empty() && !isPlainKey && !IEndsWith(attr, suffix)) continue;
         const std::string column = StripSuffix(attr, suffix);
         const std::string alias = GetColumnAlias(std::string(table) + "." + attr);
+        const std::string stored =
+            aliasedCopy ? GetColumnAlias(std::string(table) + "." + column) : column;
         std::string name, entry;
         if (isPlainKey || startOfChain) {
             name = column;
             entry = Bracket(column);
-        } else if (aliasedCopy && suffix.empty()) {
+        } else if (aliasedCopy && stored == alias) {
             name = alias;
             entry = Bracket(alias);
         } else {
             name = alias;
-            entry = Entry(column, alias);
+            entry = Entry(stored, alias);
         }
         const bool isKey = IEquals(attr, keyAttr);
-        const std::string_view stored =
-            aliasedCopy && suffix.empty() ? std::string_view(alias) : column;
         if (!isKey && !HasName(tableColumns, stored)) continue;
         if (HasName(names, name)) continue;
         names.push_back(name);
@@ -309,6 +311,9 @@ std::string GetSQL4OthersCols(const AttributeKeys& keys, std::string_view catego
         const std::string column =
             FindName(pidColumns, ShortenAlias(GetColumnAlias("Others." + attr)));
         if (column.empty() || IEquals(column, "SP_ID") || HasName(seen, column)) continue;
+        // Representations of one item differ in their timestamp: grouped by it, an item would
+        // get a row per timestamp. The Plantitems chain takes its greatest value instead.
+        if (IEquals(column, kModelItemTimestamp)) continue;
         seen.push_back(column);
         columns.push_back(Bracket(column));
         if (IStartsWith(column, "Drawing_")) drawingColumns = true;
@@ -321,6 +326,13 @@ std::string GetSQL4OthersCols(const AttributeKeys& keys, std::string_view catego
     std::vector<std::string> select = columns;
     select[0] = "[SP_ID] AS [Others_SP_ID]";
     return "SELECT " + Join(select, ",") + " FROM [PID] GROUP BY " + Join(columns, ",");
+}
+
+std::string GetSQL4ModelItemTimestamp(const std::vector<std::string>& pidColumns) {
+    const std::string column = FindName(pidColumns, kModelItemTimestamp);
+    if (column.empty()) return {};
+    return "SELECT [SP_ID] AS [Ts_SP_ID],max(" + Bracket(column) + ") AS " + Bracket(column) +
+           " FROM [PID] GROUP BY [SP_ID]";
 }
 
 DrawingColumns GetCols4Drawings(const AttributeKeys& keys,
@@ -394,6 +406,72 @@ std::string GetColsOfGroupTable(const AttributeKeys& keys, std::string_view cate
             add(id, GetColumnAlias("T_PlantItem." + prefix + "SP_ID" + std::string(suffix)));
     }
     return Join(entries, ",");
+}
+
+std::vector<KeyedColumn> GetPlantGroupColumns4Side(const AttributeKeys& keys,
+                                                   std::string_view category,
+                                                   std::string_view suffix, bool ownerSide,
+                                                   const std::vector<std::string>& groupColumns) {
+    std::vector<KeyedColumn> out;
+    constexpr std::string_view table = "t_plantgroup.";
+    for (const std::string& key : keys.Keys(category)) {
+        if (!IStartsWith(key, table)) continue;
+        const std::string attr = key.substr(table.size());
+        const std::string plain = StripOneOwnerSuffix(attr);
+        const bool suffixed = plain.size() != attr.size();
+        std::string column;
+        if (suffixed && !suffix.empty() && IEndsWith(attr, suffix))
+            column = FindName(groupColumns, StripSuffix(attr, suffix));
+        else if (!suffixed && ownerSide)
+            column = FindName(groupColumns, attr);
+        if (column.empty()) continue;
+        KeyedColumn c{key, column, GetColumnAlias(key)};
+        bool seen = false;
+        for (const KeyedColumn& o : out) seen = seen || IEquals(o.alias, c.alias);
+        if (!seen) out.push_back(std::move(c));
+    }
+    return out;
+}
+
+std::string UnplacedKeyReason(std::string_view category, std::string_view key) {
+    const auto dot = key.find('.');
+    if (dot == std::string_view::npos) return "it names no table";
+    const std::string_view table = key.substr(0, dot);
+    const std::string_view column = key.substr(dot + 1);
+    const auto& sides = attributes::CategorySides(category);
+    // The tables a chain reads: the category's own, PID's columns, and for the categories with
+    // an owner the case values (and the instruments' failure modes).
+    std::vector<std::string> tables = attributes::GetCategoryTables(category, true);
+    tables.emplace_back("Others");
+    if (!sides.empty())
+        for (const char* t : {"T_CaseProcess", "T_CaseControl", "T_Case"}) tables.emplace_back(t);
+    if (IEquals(category, "InlineComp_Prun") || IEquals(category, "Instruments"))
+        tables.emplace_back("T_InstrFailMode");
+    if (!HasName(tables, table)) return "no step of " + std::string(category) + " reads " + std::string(table);
+
+    if (IEquals(table, "Others") && IEquals(column, kModelItemTimestamp) && !IEquals(category, "Plantitems"))
+        return "only Plantitems takes it";
+    std::size_t n = 0;
+    const OwnerSuffix* owners = OwnerSuffixes(n);
+    std::string_view suffix;
+    for (std::size_t i = 0; i < n && suffix.empty(); ++i)
+        if (IEndsWith(column, owners[i].suffix)) suffix = column.substr(column.size() - owners[i].suffix.size());
+    if (IEquals(table, "T_InstrFunction") && !IEquals(suffix, "_Instrument"))
+        return "instrument functions are read for the side _Instrument only";
+    const bool sideTable = attributes::IsSideTable(category, table) ||
+                           (sides.empty() && (IEquals(table, "T_PlantItem") || IEquals(table, "T_ModelItem") ||
+                                              IEquals(table, "T_Status") || IEquals(table, "T_PlantGroup")));
+    if (!sideTable) return {};
+    if (sides.empty())
+        return suffix.empty() ? std::string() : std::string(category) + " has no side " + std::string(suffix);
+    std::vector<std::string> names;
+    for (const attributes::Side& side : sides) {
+        if (IEquals(suffix, side.keySuffix)) return {};
+        names.emplace_back(side.keySuffix);
+    }
+    // A plant group key without a suffix is the owner's.
+    if (suffix.empty() && IEquals(table, "T_PlantGroup")) return {};
+    return "it names none of the sides " + Join(names, ", ");
 }
 
 std::vector<std::string> GetInstrumentAttrs(const std::vector<std::string>& keys) {

@@ -52,11 +52,19 @@ std::string GetSQL4AddCols4DiffTypes(const AttributeKeys& keys, std::string_view
                                      const std::vector<std::string>& tableColumns);
 
 // The query of a category's "Others" step on PID: "SELECT ... FROM [PID] GROUP BY ...", always
-// with "SP_ID AS Others_SP_ID"; keys whose (shortened) name PID lacks are left out. When the
+// with "SP_ID AS Others_SP_ID"; keys whose (shortened) name PID lacks are left out, and so is
+// SP_MODELITEMTIMESTAMP, which differs between an item's representations (the Plantitems chain
+// takes its greatest value in a step of its own, GetSQL4ModelItemTimestamp). When the
 // category takes drawing columns of PID, Drawing_SP_ID comes with them, so that the rows per
 // drawing keep their drawing's id.
 std::string GetSQL4OthersCols(const AttributeKeys& keys, std::string_view category,
                               const std::vector<std::string>& pidColumns);
+
+// The PID column of "Others.SP_MODELITEMTIMESTAMP".
+inline constexpr std::string_view kModelItemTimestamp = "SP_MODELITEMTIMESTAMP";
+// Each item's greatest SP_MODELITEMTIMESTAMP over its representations in PID, keyed by
+// "Ts_SP_ID"; empty when PID lacks the column (`pidColumns`).
+std::string GetSQL4ModelItemTimestamp(const std::vector<std::string>& pidColumns);
 
 // --- Plant statements ---
 
@@ -125,6 +133,28 @@ std::vector<std::string> GetDefCols4PackageOrSystem(const AttributeKeys& keys,
 std::string GetColsOfGroupTable(const AttributeKeys& keys, std::string_view category,
                                 std::string_view table, std::string_view suffix,
                                 const std::vector<std::string>& groupColumns);
+
+// The plant group columns a category wants on one side (owner suffix "_PipeRun", "_Nozzle"...,
+// empty for a category without sides): each "t_plantgroup.<col><suffix>" key, and on the
+// owner's side (`ownerSide`) each key without any owner suffix too, whose column the store's
+// T_PLANTGROUP has (`groupColumns`), with the alias GetColumnAlias gives the key
+// ("PipeRun_UnitCode", "PlantGroup"). Keys stay in their order; an alias comes once.
+struct KeyedColumn {
+    std::string key;  // the whole attribute key
+    std::string column;
+    std::string alias;
+    bool operator==(const KeyedColumn&) const = default;
+};
+std::vector<KeyedColumn> GetPlantGroupColumns4Side(const AttributeKeys& keys,
+                                                   std::string_view category,
+                                                   std::string_view suffix, bool ownerSide,
+                                                   const std::vector<std::string>& groupColumns);
+
+// Why no step of a category chain (InlineComp_Prun, Eqp_Nozzle, Plantitems, Instruments,
+// ItemNotes, DuctRuns) can place a key, as the end of a log line ("no step of ItemNotes reads
+// T_PlantGroup"); empty when a step takes it. Looks at the key's table and owner suffix only:
+// whether the plant has the column is not asked here.
+std::string UnplacedKeyReason(std::string_view category, std::string_view key);
 
 // The keys with "_Instrument" and "_Instrloop" taken off, without repeats.
 std::vector<std::string> GetInstrumentAttrs(const std::vector<std::string>& keys);

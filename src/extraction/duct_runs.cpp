@@ -35,7 +35,8 @@ void AddDuctRuns(store::Store& st, const AttributeKeys& keys, bool copyPlant) {
         g.Extend(GetSQL4OthersCols(keys, "DuctRuns", TableColumns(st, "PID")), "ductrun_sp_id", "Others_SP_ID",
                  "INNER", "PID");
         g.Cases(keys, "DuctRuns", "ductrun_sp_id");
-        g.PlantGroupColumns(keys, "DuctRuns", "ductrun_sp_id", "DuctRun_");
+        g.PlantGroupColumns(keys, "DuctRuns", "ductrun_sp_id", "_DuctRun", true);
+        g.PlantGroupColumns(keys, "DuctRuns", "inlineComp_SP_Id", "_InlineComp", false);
         if (!copyPlant && st.TableExists("t_status")) {
             // The component side names the piping key, as the Windows product does: a duct
             // component has none, so that side adds nothing.

@@ -67,31 +67,11 @@ public:
 
     void Finish() { grower_.Finish(); }
 
-    // The category's T_PlantGroup columns ("t_plantgroup.UnitCode_PipeRun" -> PipeRun_UnitCode),
-    // from the plant group of the plant item `leftKey` names.
-    void PlantGroupColumns(std::string_view leftKey, std::string_view owner) {
-        if (!started_ || !st_.TableExists("T_PLANTGROUP") || !st_.ColumnExists(Current(), leftKey)) return;
-        const std::vector<std::string> groupColumns = run_.StoreColumns("T_PLANTGROUP");
-        std::vector<store::Assignment> set;
-        for (const std::string& key : run_.keys.Keys(category_)) {
-            if (!IStartsWith(key, "t_plantgroup.")) continue;
-            if (!owner.empty() && !IEndsWith(key, owner)) continue;
-            const std::string attr = key.substr(std::string_view("t_plantgroup.").size());
-            const std::string column = FindName(groupColumns, owner.empty() ? attr : StripSuffix(attr, owner));
-            const std::string alias = GetColumnAlias(key);
-            if (column.empty() || st_.ColumnExists(Current(), alias)) continue;
-            st_.AddColumn(Current(), {alias, store::ColumnType::Text(100)});
-            set.push_back({alias, "g." + store::SqlName(column)});
-        }
-        if (set.empty()) return;
-        store::JoinUpdate u;
-        u.target = Current();
-        u.targetAlias = "t";
-        u.source = "T_PlantItem pi, T_PLANTGROUP g";
-        u.on = "t.[" + std::string(leftKey) + "]=pi.sp_id AND pi.SP_PLANTGROUPID=g.sp_id";
-        u.set = set;
-        u.order = "pi._rowid_, g._rowid_";
-        st_.UpdateFromJoin(u);
+    // The category's T_PlantGroup columns of one side ("t_plantgroup.UnitCode_PipeRun" ->
+    // PipeRun_UnitCode), from the plant group of the side's plant item, which `leftKey` names.
+    // Keys without a suffix go to the owner's side.
+    void PlantGroupColumns(std::string_view leftKey, std::string_view suffix, bool ownerSide) {
+        if (started_) grower_.PlantGroupColumns(run_.keys, category_, leftKey, suffix, ownerSide);
     }
 
     // The group tables' columns of an owner (T_Package, T_System, T_SafetyClass).
@@ -178,9 +158,18 @@ private:
 
 void LogNotProduced(const std::string& what) { LogLine(what + " is not produced in this version of Tarnbrook."); }
 
+// One line for each key of a built category that no step of its chain takes.
+void LogUnplacedKeys(const RunContext& run, const std::string& category) {
+    if (!run.st().TableExists(category)) return;
+    for (const std::string& key : run.keys.Keys(category))
+        if (const std::string reason = UnplacedKeyReason(category, key); !reason.empty())
+            LogLine("The attribute " + key + " of " + category + " is left out: " + reason + ".");
+}
+
 void Completion(RunContext& run, const std::string& category) {
     AddID2Table(run.st(), category);
     AddQuantityColumn(run.st(), category, run.keys);
+    LogUnplacedKeys(run, category);
 }
 
 void InlineCompPrun(RunContext& run) {
@@ -214,7 +203,8 @@ void InlineCompPrun(RunContext& run) {
     c.AddSql(GetSQL4OthersCols(run.keys, "InlineComp_Prun", run.StoreColumns("PID")), "piperun_sp_id",
              "Others_SP_ID", "INNER", "PID");
     c.Cases();
-    c.PlantGroupColumns("piperun_sp_id", "_PipeRun");
+    c.PlantGroupColumns("piperun_sp_id", "_PipeRun", true);
+    c.PlantGroupColumns("inlineComp_SP_Id", "_InlineComp", false);
     if (!plantaccess::UseCopyPlantDatabase())
         for (const char* suffix : {"_PipeRun", "_InlineComp"}) {
             const std::string left = IEquals(suffix, "_PipeRun") ? "piperun_sp_id" : "inlineComp_SP_Id";
@@ -262,7 +252,8 @@ void EqpNozzle(RunContext& run) {
     c.AddSql(GetSQL4OthersCols(run.keys, "Eqp_Nozzle", run.StoreColumns("PID")),
              equipment ? "Equipment_SP_ID" : "Nozzle_SP_ID", "Others_SP_ID", "INNER", "PID");
     c.Cases();
-    c.PlantGroupColumns("Equipment_SP_ID", "_Equipment");
+    c.PlantGroupColumns("Equipment_SP_ID", "_Equipment", true);
+    c.PlantGroupColumns("Nozzle_SP_ID", "_Nozzle", false);
     if (!plantaccess::UseCopyPlantDatabase())
         for (const char* suffix : {"_Nozzle", "_Equipment"}) {
             const std::string prefix = std::string(suffix).substr(1);
@@ -287,13 +278,11 @@ void Plantitems(RunContext& run) {
     c.Add("t_modelitem", "", "SP_ID", "Modelitem_sp_id");
     c.AddSql(GetSQL4OthersCols(run.keys, "Plantitems", run.StoreColumns("PID")), "SP_ID", "Others_SP_ID", "INNER",
              "PID");
-    if (st.ColumnExists("PID", "SP_MODELITEMTIMESTAMP")) {
-        c.AddSql("SELECT [SP_ID] AS [Ts_SP_ID], max([SP_MODELITEMTIMESTAMP]) AS [SP_MODELITEMTIMESTAMP] FROM [PID] "
-                 "GROUP BY [SP_ID]",
-                 "SP_ID", "Ts_SP_ID", "LEFT", "PID");
-        st.DropColumn("PID", "SP_MODELITEMTIMESTAMP");
+    if (const std::string timestamps = GetSQL4ModelItemTimestamp(run.StoreColumns("PID")); !timestamps.empty()) {
+        c.AddSql(timestamps, "SP_ID", "Ts_SP_ID", "LEFT", "PID");
+        st.DropColumn("PID", kModelItemTimestamp);
     }
-    c.PlantGroupColumns("SP_ID", "");
+    c.PlantGroupColumns("SP_ID", "", true);
     if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "", "SP_ID", "Status_sp_modelitemid");
     c.Finish();
     if (st.TableExists("T_AREABREAKATTRIBUTE")) {
@@ -336,10 +325,24 @@ void Instruments(RunContext& run) {
     c.GroupTables({"T_Package", "T_System", "T_SafetyClass"}, "_Instrument", "Instrument_SP_ID");
     c.Add("t_modelitem", "_Instrument", "Instrument_SP_ID", "Instrument_SP_ID");
     c.Add("t_modelitem", "_Instrloop", "InstrLoop_SP_ID", "Instrloop_SP_ID");
+    // Instruments' own copy of t_inlinecomp stands in for it from here on; InlineComp_Prun's,
+    // which its chain has read, stays as T_Inlinecomp0.
+    if (st.TableExists("T_Inlinecomp1")) {
+        if (st.TableExists("t_inlinecomp")) {
+            if (st.TableExists("T_Inlinecomp0")) st.DropTable("T_Inlinecomp0");
+            st.RenameTable("t_inlinecomp", "T_Inlinecomp0");
+        }
+        st.RenameTable("T_Inlinecomp1", "T_Inlinecomp");
+        // An inline instrument's row names it in SP_INSTRUMENTID; a loop is no inline
+        // component, so its side's columns stay empty.
+        c.Add("t_inlinecomp", "_Instrument", "Instrument_SP_ID", "Instrument_SP_INSTRUMENTID");
+        c.Add("t_inlinecomp", "_Instrloop", "InstrLoop_SP_ID", "Instrloop_SP_INSTRUMENTID");
+    }
     c.AddSql(GetSQL4OthersCols(run.keys, "Instruments", run.StoreColumns("PID")), "Instrument_SP_ID", "Others_SP_ID",
              "LEFT", "PID");
     c.Cases();
-    c.PlantGroupColumns("Instrument_SP_ID", "_Instrument");
+    c.PlantGroupColumns("Instrument_SP_ID", "_Instrument", true);
+    c.PlantGroupColumns("InstrLoop_SP_ID", "_Instrloop", false);
     if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "_Instrument", "Instrument_SP_ID", "Instrument_SP_MODELITEMID");
     c.Add("T_InstrFunction", "_Instrument", "Instrument_SP_ID", "SP_INSTRUMENTID");
     c.Finish();
@@ -450,7 +453,10 @@ void BuildCategories(RunContext& run) {
     store::Store& st = run.st();
     InlineCompPrun(run);
     run.step = 33;
-    if (run.ductRuns) AddDuctRuns(st, run.keys, plantaccess::UseCopyPlantDatabase());
+    if (run.ductRuns) {
+        AddDuctRuns(st, run.keys, plantaccess::UseCopyPlantDatabase());
+        LogUnplacedKeys(run, "DuctRuns");
+    }
     EqpNozzle(run);
     Plantitems(run);
     Instruments(run);

@@ -133,26 +133,27 @@ void TableGrower::Cases(const AttributeKeys& keys, std::string_view category, st
 }
 
 void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view category, std::string_view leftKey,
-                                    std::string_view prefix) {
+                                    std::string_view suffix, bool ownerSide) {
     if (!store_.TableExists("T_PLANTGROUP") || !store_.TableExists("T_PlantItem") ||
         !store_.ColumnExists(current_, leftKey))
         return;
-    const std::vector<std::string> groupColumns = TableColumns(store_, "T_PLANTGROUP");
     std::vector<store::Assignment> set;
-    for (const std::string& key : keys.Keys(category)) {
-        if (!IStartsWith(key, "t_plantgroup.")) continue;
-        const std::string column = FindName(groupColumns, key.substr(std::string_view("t_plantgroup.").size()));
-        const std::string name = std::string(prefix) + column;
-        if (column.empty() || store_.ColumnExists(current_, name)) continue;
-        store_.AddColumn(current_, {name, store::ColumnType::Text(100)});
-        set.push_back({name, "g." + store::SqlName(column)});
+    for (const KeyedColumn& c :
+         GetPlantGroupColumns4Side(keys, category, suffix, ownerSide, TableColumns(store_, "T_PLANTGROUP"))) {
+        if (store_.ColumnExists(current_, c.alias)) {
+            LogLine("The attribute " + c.key + " of " + std::string(category) + " is left out: the column " +
+                    c.alias + " is already taken.");
+            continue;
+        }
+        store_.AddColumn(current_, {c.alias, store::ColumnType::Text(100)});
+        set.push_back({c.alias, "g." + store::SqlName(c.column)});
     }
     if (set.empty()) return;
     store::JoinUpdate u;
     u.target = current_;
     u.targetAlias = "t";
     u.source = "T_PlantItem pi, T_PLANTGROUP g";
-    u.on = "t.[" + std::string(leftKey) + "]=pi.sp_id AND pi.SP_PLANTGROUPID=g.sp_id";
+    u.on = "t." + store::SqlName(leftKey) + "=pi.sp_id AND pi.SP_PLANTGROUPID=g.sp_id";
     u.set = set;
     u.order = "pi._rowid_, g._rowid_";
     store_.UpdateFromJoin(u);

@@ -61,10 +61,11 @@ public:
     // column they bring carries it (the two ends of an off-page connector).
     void Cases(const AttributeKeys& keys, std::string_view category, std::string_view leftKey,
                const std::string& columnSuffix = {});
-    // The category's T_PlantGroup keys as "<prefix><column>" Text(100) columns of the plant group
-    // of the plant item `leftKey` names.
+    // The category's T_PlantGroup keys of one side (GetPlantGroupColumns4Side) as Text(100)
+    // columns named by their alias, from the plant group of the plant item `leftKey` names. A key
+    // whose name the table already has is left out with a log line.
     void PlantGroupColumns(const AttributeKeys& keys, std::string_view category, std::string_view leftKey,
-                           std::string_view prefix);
+                           std::string_view suffix, bool ownerSide);
     // Renames the current table to the target name (an old table of that name goes first).
     void Finish();
 

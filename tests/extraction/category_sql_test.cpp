@@ -68,6 +68,9 @@ TEST(CategorySql, GetSQL4AddCols4DiffTypes) {
           "T_PlantItem.Missing_PipeRun"}},
         {"Plantitems", {"T_PlantItem.ItemTag", "T_Symbol.XCoordinate"}},
         {"ItemNotes", {"T_Note.NoteText"}},
+        {"Instruments",
+         {"t_inlinecomp.NominalDiameter_Instrument", "t_inlinecomp.NominalDiameter_Instrloop",
+          "t_inlinecomp.Gone_Instrument"}},
     });
     const Names plantItem = {"SP_ID", "ItemTag", "Name"};
     struct Case {
@@ -115,6 +118,20 @@ TEST(CategorySql, GetSQL4AddCols4DiffTypes) {
          {"SP_ID", "PipingCompType"},
          "SELECT [PipingCompType] AS [Pipingcomp_pipingcomptype],[SP_ID] AS [Pipingcomp_sp_id] "
          "FROM [t_pipingcomp]"},
+        // Instruments' copy of t_inlinecomp holds aliased columns; an inline instrument's row
+        // names it in SP_INSTRUMENTID
+        {"t_inlinecomp",
+         "Instruments",
+         "_Instrument",
+         {"Inlinecomp_sp_id", "Inlinecomp_sp_instrumentid", "Inlinecomp_nominaldiameter"},
+         "SELECT [Inlinecomp_nominaldiameter] AS [Instrument_NominalDiameter],"
+         "[Inlinecomp_sp_instrumentid] AS [Instrument_SP_INSTRUMENTID] FROM [t_inlinecomp]"},
+        {"t_inlinecomp",
+         "Instruments",
+         "_Instrloop",
+         {"Inlinecomp_sp_id", "Inlinecomp_sp_instrumentid", "Inlinecomp_nominaldiameter"},
+         "SELECT [Inlinecomp_nominaldiameter] AS [Instrloop_NominalDiameter],"
+         "[Inlinecomp_sp_instrumentid] AS [Instrloop_SP_INSTRUMENTID] FROM [t_inlinecomp]"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(GetSQL4AddCols4DiffTypes(keys, c.table, c.category, c.suffix, c.columns), c.sql)
@@ -138,6 +155,89 @@ TEST(CategorySql, GetSQL4OthersCols) {
         "GROUP BY [SP_ID],[Instockpile],[Drawing_SP_ID],[Drawing_Name]");
     EXPECT_EQ(GetSQL4OthersCols(keys, "OPCs", pid),
               "SELECT [SP_ID] AS [Others_SP_ID] FROM [PID] GROUP BY [SP_ID]");
+}
+
+// An item's representations differ in their timestamp: grouping by it would give a row per
+// representation, so only the step of its own reads it, as the greatest.
+TEST(CategorySql, ModelItemTimestampIsNoGroupColumn) {
+    const Names pid = {"SP_ID", "Drawing_Name", "SP_MODELITEMTIMESTAMP"};
+    const auto keys = Keys({{"Plantitems", {"Others.SP_MODELITEMTIMESTAMP", "Others.Drawing_Name"}}});
+    EXPECT_EQ(GetSQL4OthersCols(keys, "Plantitems", pid),
+              "SELECT [SP_ID] AS [Others_SP_ID],[Drawing_Name] FROM [PID] GROUP BY "
+              "[SP_ID],[Drawing_Name]");
+    EXPECT_EQ(GetSQL4ModelItemTimestamp(pid),
+              "SELECT [SP_ID] AS [Ts_SP_ID],max([SP_MODELITEMTIMESTAMP]) AS "
+              "[SP_MODELITEMTIMESTAMP] FROM [PID] GROUP BY [SP_ID]");
+    EXPECT_EQ(GetSQL4ModelItemTimestamp({"SP_ID", "Drawing_Name"}), "");
+}
+
+TEST(CategorySql, GetPlantGroupColumns4Side) {
+    const Names group = {"SP_ID", "PlantGroup", "UnitCode", "ParentPlantGroup"};
+    const auto keys = Keys({
+        {"InlineComp_Prun",
+         {"t_plantgroup.UnitCode_PipeRun", "T_PlantGroup.PlantGroup_InlineComp",
+          "t_plantgroup.ParentPlantGroup", "t_plantgroup.UnitCode_Nozzle",
+          "t_plantgroup.Gone_PipeRun", "T_PlantItem.ItemTag_PipeRun"}},
+        {"DuctRuns", {"t_plantgroup.PlantGroup_DuctRun", "t_plantgroup.UnitCode_InlineComp"}},
+        {"Plantitems", {"t_plantgroup.PlantGroup", "t_plantgroup.UnitCode_PipeRun"}},
+    });
+    using C = std::vector<KeyedColumn>;
+    struct Case {
+        const char* category;
+        const char* suffix;
+        bool owner;
+        C want;
+    } cases[] = {
+        // the owner's side takes the keys without a suffix too
+        {"InlineComp_Prun",
+         "_PipeRun",
+         true,
+         {{"t_plantgroup.UnitCode_PipeRun", "UnitCode", "PipeRun_UnitCode"},
+          {"t_plantgroup.ParentPlantGroup", "ParentPlantGroup", "ParentPlantGroup"}}},
+        {"InlineComp_Prun",
+         "_InlineComp",
+         false,
+         {{"T_PlantGroup.PlantGroup_InlineComp", "PlantGroup", "InlineComp_PlantGroup"}}},
+        // the suffix is the owner's, not kept in the column looked up
+        {"DuctRuns", "_DuctRun", true, {{"t_plantgroup.PlantGroup_DuctRun", "PlantGroup", "DuctRun_PlantGroup"}}},
+        {"DuctRuns", "_InlineComp", false, {{"t_plantgroup.UnitCode_InlineComp", "UnitCode", "InlineComp_UnitCode"}}},
+        {"Plantitems", "", true, {{"t_plantgroup.PlantGroup", "PlantGroup", "PlantGroup"}}},
+        {"ItemNotes", "", true, {}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(GetPlantGroupColumns4Side(keys, c.category, c.suffix, c.owner, group), c.want)
+            << c.category << c.suffix;
+}
+
+TEST(CategorySql, UnplacedKeyReason) {
+    struct Case {
+        const char* category;
+        const char* key;
+        const char* reason;
+    } cases[] = {
+        {"InlineComp_Prun", "T_PlantItem.ItemTag_PipeRun", ""},
+        {"InlineComp_Prun", "t_plantgroup.UnitCode", ""},
+        {"InlineComp_Prun", "T_CaseProcess.ProcessDesign_Max_Pressure_PipeRun", ""},
+        {"InlineComp_Prun", "T_PipingPoint._1_Size", ""},
+        {"InlineComp_Prun", "T_InstrFunction.FunctionType_Instrument", ""},
+        {"Instruments", "t_inlinecomp.NominalDiameter_Instrloop", ""},
+        {"Instruments", "T_InstrFailMode.FailureAction_Instrument", ""},
+        {"Plantitems", "Others.SP_MODELITEMTIMESTAMP", ""},
+        {"Plantitems", "t_plantgroup.UnitCode", ""},
+        {"DuctRuns", "t_inlinecomp.NominalDiameter", ""},
+        {"InlineComp_Prun", "T_PlantItem.ItemTag", "it names none of the sides _PipeRun, _InlineComp"},
+        {"Eqp_Nozzle", "t_plantgroup.UnitCode_PipeRun", "it names none of the sides _Equipment, _Nozzle"},
+        {"Instruments", "t_inlinecomp.NominalDiameter", "it names none of the sides _Instrument, _Instrloop"},
+        {"InlineComp_Prun", "T_InstrFunction.FunctionType",
+         "instrument functions are read for the side _Instrument only"},
+        {"Plantitems", "t_plantgroup.UnitCode_PipeRun", "Plantitems has no side _PipeRun"},
+        {"ItemNotes", "t_plantgroup.PlantGroup", "no step of ItemNotes reads t_plantgroup"},
+        {"Plantitems", "T_Case.ProcessDesign_Name", "no step of Plantitems reads T_Case"},
+        {"Eqp_Nozzle", "Others.SP_MODELITEMTIMESTAMP", "only Plantitems takes it"},
+        {"Plantitems", "NoTable", "it names no table"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(UnplacedKeyReason(c.category, c.key), c.reason) << c.category << " " << c.key;
 }
 
 TEST(CategorySql, DrawingColumnsAndFlags) {
