@@ -1,0 +1,173 @@
+// Keys outside the shipped configuration that the category chains place: every plant group side,
+// the instruments' inline component columns and the item timestamp, on the tiny sample plant,
+// with values read by hand from its plant files.
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "common/text.h"
+#include "plant_generator.h"
+#include "support/test_support.h"
+
+namespace tb {
+namespace {
+
+namespace fs = std::filesystem;
+using test::Sandbox;
+
+constexpr const char* kConfig =
+    "[General]\r\nAllLoops=0\r\n"
+    "[InlineComp_Prun]\r\nT_PlantItem.ItemTag_PipeRun=\r\nT_PlantItem.ItemTag_InlineComp=\r\n"
+    "t_plantgroup.PlantGroup_InlineComp=\r\nt_plantgroup.UnitCode_PipeRun=\r\nt_plantgroup.ParentPlantGroup=\r\n"
+    "[Eqp_Nozzle]\r\nT_PlantItem.ItemTag_Equipment=\r\nT_PlantItem.ItemTag_Nozzle=\r\n"
+    "t_plantgroup.PlantGroup_Nozzle=\r\nt_plantgroup.PlantGroup_Equipment=\r\n"
+    "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nOthers.SP_MODELITEMTIMESTAMP=\r\n"
+    "[Instruments]\r\nT_PlantItem.ItemTag_Instrument=\r\nT_PlantItem.ItemTag_Instrloop=\r\n"
+    "t_inlinecomp.NominalDiameter_Instrument=\r\nt_inlinecomp.NominalDiameter_Instrloop=\r\n"
+    "t_plantgroup.PlantGroup_Instrloop=\r\n"
+    "[ItemNotes]\r\nT_Note.NoteText=\r\nt_plantgroup.PlantGroup=\r\nOthers.SP_MODELITEMTIMESTAMP=\r\n"
+    "[DuctRuns]\r\nT_PlantItem.ItemTag_DuctRun=\r\nt_plantgroup.PlantGroup_DuctRun=\r\n"
+    "t_plantgroup.UnitCode_InlineComp=\r\n";
+
+// A table as mdb-export prints it: the header and the rows, split at "|".
+struct Table {
+    std::vector<std::string> header;
+    std::vector<std::vector<std::string>> rows;
+    std::size_t Column(std::string_view name) const {
+        for (std::size_t i = 0; i < header.size(); ++i)
+            if (IEquals(header[i], name)) return i;
+        return header.size();
+    }
+};
+
+class ChainKeys : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        plant_ = new test::TempDir;
+        sampleplant::Options options;
+        options.out = plant_->path() / "plant";
+        options.drawings = sampleplant::kShowcaseDrawings;
+        sampleplant::GeneratePlant(options);
+        box_ = new Sandbox;
+        fs::create_directories(box_->app() / "config");
+        fs::copy_file(test::SourceDir() / "config" / "default", box_->app() / "config" / "default");
+        // DuctRuns are built only with the setting and a client version that has them.
+        test::WriteFile(box_->app() / "tarnbrook.ini", "[Settings]\r\nDuctRuns=1\r\nPIDVersion=09.00\r\n");
+        test::WriteFile(box_->root() / "c.ini", kConfig);
+        run_ = new test::ProcessResult(box_->Run({"/output", Mdb().string(), "/site",
+                                                  (plant_->path() / "plant" / "SmartPlantv4.ini").string(), "/plant",
+                                                  "PlantA", "/config", (box_->root() / "c.ini").string()}));
+    }
+    static void TearDownTestSuite() {
+        delete run_;
+        delete box_;
+        delete plant_;
+        run_ = nullptr;
+        box_ = nullptr;
+        plant_ = nullptr;
+    }
+    static fs::path Mdb() { return box_->root() / "x.mdb"; }
+    static Table Read(const std::string& table) {
+        const auto r = test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", Mdb().string(), table},
+                                        {{"PATH", "/usr/bin:/bin"}});
+        Table out;
+        for (const std::string& line : Split(r.output, "\n")) {
+            if (line.empty()) continue;
+            if (out.header.empty())
+                out.header = Split(line, "|");
+            else
+                out.rows.push_back(Split(line, "|"));
+        }
+        return out;
+    }
+
+    static test::TempDir* plant_;
+    static Sandbox* box_;
+    static test::ProcessResult* run_;
+};
+
+test::TempDir* ChainKeys::plant_ = nullptr;
+Sandbox* ChainKeys::box_ = nullptr;
+test::ProcessResult* ChainKeys::run_ = nullptr;
+
+// Each row whose `by` column holds `item` holds `value` in `column`; at least one such row.
+TEST_F(ChainKeys, ColumnsAndValues) {
+    ASSERT_EQ(run_->exitCode, 0) << run_->output;
+    struct Case {
+        const char* table;
+        const char* by;
+        const char* item;
+        const char* column;
+        const char* value;
+    } cases[] = {
+        // Inline instruments: their own t_inlinecomp row, decoded; others have none. A loop is no
+        // inline component.
+        {"Instruments", "Instrument_ItemTag", "FE-1101", "Instrument_NominalDiameter", "3\""},
+        {"Instruments", "Instrument_ItemTag", "PSV-1201", "Instrument_NominalDiameter", "1\""},
+        {"Instruments", "Instrument_ItemTag", "TT-1103", "Instrument_NominalDiameter", ""},
+        {"Instruments", "Instrument_ItemTag", "FE-1101", "Instrloop_NominalDiameter", ""},
+        // The loop's own plant group.
+        {"Instruments", "Instrument_ItemTag", "FE-1101", "Instrloop_PlantGroup", "Unit11"},
+        {"Instruments", "Instrument_ItemTag", "TT-1103", "Instrloop_PlantGroup", "Unit11"},
+        // N7 of V-1101 stands in Unit12, its vessel in Unit11: each side reads its own item.
+        {"Eqp_Nozzle", "Nozzle_ItemTag", "N7", "Nozzle_PlantGroup", "Unit12"},
+        {"Eqp_Nozzle", "Nozzle_ItemTag", "N7", "Equipment_PlantGroup", "Unit11"},
+        {"Eqp_Nozzle", "Nozzle_ItemTag", "N8", "Nozzle_PlantGroup", "Unit12"},
+        // The component's group; a key without a suffix is the run's.
+        {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "InlineComp_PlantGroup", "Unit11"},
+        {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "PipeRun_UnitCode", "11"},
+        {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "ParentPlantGroup", "Area10"},
+        {"InlineComp_Prun", "InlineComp_ItemTag", "PSV-1201", "InlineComp_PlantGroup", "Unit12"},
+        {"DuctRuns", "DuctRun_ItemTag", "D-1202", "DuctRun_PlantGroup", "Unit12"},
+        {"DuctRuns", "DuctRun_ItemTag", "D-1201", "DuctRun_PlantGroup", "Unit12"},
+        {"DuctRuns", "DuctRun_ItemTag", "D-1201", "InlineComp_UnitCode", "12"},
+        // The greatest timestamp of the item's three representations.
+        {"Plantitems", "ItemTag", "V-1101", "SP_MODELITEMTIMESTAMP", "2021-01-25 10:02:20"},
+        {"Plantitems", "ItemTag", "P-1101A", "SP_MODELITEMTIMESTAMP", "2021-01-05 10:01:48"},
+    };
+    std::map<std::string, Table> tables;
+    for (const Case& c : cases) {
+        if (!tables.count(c.table)) tables[c.table] = Read(c.table);
+        const Table& t = tables[c.table];
+        const std::size_t by = t.Column(c.by), column = t.Column(c.column);
+        if (column == t.header.size() || by == t.header.size()) {
+            ADD_FAILURE() << c.table << " lacks " << c.column << " or " << c.by << ": " << Join(t.header, ",");
+            continue;
+        }
+        std::size_t matched = 0;
+        for (const auto& row : t.rows) {
+            if (row.size() != t.header.size() || row[by] != c.item) continue;
+            ++matched;
+            EXPECT_EQ(row[column], c.value) << c.table << " " << c.item << " " << c.column;
+        }
+        EXPECT_GT(matched, 0u) << c.table << " has no row of " << c.item;
+    }
+}
+
+// The timestamp folds an item's representations: one row per plant item in use (107 on the
+// three drawings in use), V-1101 once.
+TEST_F(ChainKeys, OneRowPerPlantItem) {
+    ASSERT_EQ(run_->exitCode, 0) << run_->output;
+    const Table items = Read("Plantitems");
+    EXPECT_EQ(items.rows.size(), 107u);
+    const std::size_t tag = items.Column("ItemTag");
+    ASSERT_LT(tag, items.header.size());
+    std::size_t v1101 = 0;
+    for (const auto& row : items.rows) v1101 += row.at(tag) == "V-1101";
+    EXPECT_EQ(v1101, 1u);
+}
+
+// Keys no step of a chain takes are named in the log, with category and reason; the others not.
+TEST_F(ChainKeys, UnplacedKeysAreLogged) {
+    ASSERT_EQ(run_->exitCode, 0) << run_->output;
+    for (const char* line :
+         {"The attribute t_plantgroup.PlantGroup of ItemNotes is left out: no step of ItemNotes reads t_plantgroup.",
+          "The attribute Others.SP_MODELITEMTIMESTAMP of ItemNotes is left out: only Plantitems takes it."})
+        EXPECT_NE(run_->output.find(line), std::string::npos) << line << "\n" << run_->output;
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = run_->output.find("The attribute ", at)) != std::string::npos; ++at) ++count;
+    EXPECT_EQ(count, 2u) << run_->output;
+}
+
+}  // namespace
+}  // namespace tb
