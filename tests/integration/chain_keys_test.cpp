@@ -108,17 +108,13 @@ TEST_F(ChainKeys, ColumnsAndValues) {
         {"Instruments", "Instrument_ItemTag", "FE-1101", "Instrloop_NominalDiameter", ""},
         // The loop's own plant group.
         {"Instruments", "Instrument_ItemTag", "FE-1101", "Instrloop_PlantGroup", "Unit11"},
-        {"Instruments", "Instrument_ItemTag", "TT-1103", "Instrloop_PlantGroup", "Unit11"},
         // N7 of V-1101 stands in Unit12, its vessel in Unit11: each side reads its own item.
         {"Eqp_Nozzle", "Nozzle_ItemTag", "N7", "Nozzle_PlantGroup", "Unit12"},
         {"Eqp_Nozzle", "Nozzle_ItemTag", "N7", "Equipment_PlantGroup", "Unit11"},
-        {"Eqp_Nozzle", "Nozzle_ItemTag", "N8", "Nozzle_PlantGroup", "Unit12"},
         // The component's group; a key without a suffix is the run's.
         {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "InlineComp_PlantGroup", "Unit11"},
         {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "PipeRun_UnitCode", "11"},
         {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "ParentPlantGroup", "Area10"},
-        {"InlineComp_Prun", "InlineComp_ItemTag", "PSV-1201", "InlineComp_PlantGroup", "Unit12"},
-        {"DuctRuns", "DuctRun_ItemTag", "D-1202", "DuctRun_PlantGroup", "Unit12"},
         {"DuctRuns", "DuctRun_ItemTag", "D-1201", "DuctRun_PlantGroup", "Unit12"},
         {"DuctRuns", "DuctRun_ItemTag", "D-1201", "InlineComp_UnitCode", "12"},
         // The greatest timestamp of the item's three representations.
