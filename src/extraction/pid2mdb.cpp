@@ -181,11 +181,19 @@ void FirstHalf::AttributePass() {
             }
             if (table == "t_inlinecomp" && IEquals(category, "DuctRuns")) target = "T_InlinecompDuct";
             const std::vector<std::string> plantColumns = PlantColumns(source);
+            const std::size_t configured = attrs.size();
             for (const std::string& id : IdColumns(table, category)) AddIfMissing(attrs, id);
             std::vector<std::string> entries, aliases;
-            for (const std::string& attr : attrs) {
-                const std::string column = FindName(plantColumns, StripOwnerSuffixes(attr, suffixes));
-                if (column.empty()) continue;
+            for (std::size_t i = 0; i < attrs.size(); ++i) {
+                const std::string& attr = attrs[i];
+                const std::string wanted = StripOwnerSuffixes(attr, suffixes);
+                const std::string column = FindName(plantColumns, wanted);
+                if (column.empty()) {
+                    // The id columns are the run's own: only a configured key is worth a line.
+                    if (i < configured)
+                        LogLine(MissingColumnLine(source + "." + attr, category, source, wanted));
+                    continue;
+                }
                 const std::string alias = GetColumnAlias(table + "." + attr);
                 if (HasName(aliases, alias)) continue;
                 aliases.push_back(alias);
