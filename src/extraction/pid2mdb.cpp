@@ -5,6 +5,7 @@
 #include "extraction/pid2mdb.h"
 
 #include <filesystem>
+#include <unordered_map>
 
 #include "attributes/categories.h"
 #include "attributes/config_file.h"
@@ -182,6 +183,22 @@ void FirstHalf::AttributePass() {
             if (table == "t_inlinecomp" && IEquals(category, "DuctRuns")) target = "T_InlinecompDuct";
             const std::vector<std::string> plantColumns = PlantColumns(source);
             const std::size_t configured = attrs.size();
+            // The configured spelling of the key an attribute came from, for the log; made once,
+            // on the first missing column, so that many of them stay linear.
+            std::unordered_map<std::string, std::string> spelling;
+            auto configuredKey = [&](const std::string& attr) {
+                if (spelling.empty())
+                    for (const std::string& key : keys) {
+                        const auto dot = key.find('.');
+                        if (dot == std::string::npos || !IEquals(std::string_view(key).substr(0, dot), table))
+                            continue;
+                        std::string part = key.substr(dot + 1);
+                        if (IEquals(target, "T_Inlinecomp1")) part = GetInstrumentAttrs({part}).front();
+                        spelling.emplace(ToLowerAscii(part), key);
+                    }
+                const auto found = spelling.find(ToLowerAscii(attr));
+                return found != spelling.end() ? found->second : source + "." + attr;
+            };
             for (const std::string& id : IdColumns(table, category)) AddIfMissing(attrs, id);
             std::vector<std::string> entries, aliases;
             for (std::size_t i = 0; i < attrs.size(); ++i) {
@@ -191,7 +208,7 @@ void FirstHalf::AttributePass() {
                 if (column.empty()) {
                     // The id columns are the run's own: only a configured key is worth a line.
                     if (i < configured)
-                        LogLine(MissingColumnLine(source + "." + attr, category, source, wanted));
+                        LogLine(MissingColumnLine(configuredKey(attr), category, source, wanted));
                     continue;
                 }
                 const std::string alias = GetColumnAlias(table + "." + attr);

@@ -177,13 +177,17 @@ TEST_F(RunSettings, InfoSettingsHoldTheRun) {
 TEST_F(RunSettings, KeyWithoutPlantColumnIsLogged) {
     Sandbox box;
     const auto r = Extract(box, "[Eqp_Nozzle]\r\nT_PlantItem.ItemTag_Equipment=\r\nT_Equipment.NoSuchColumn_Equipment=\r\n"
-                                "T_Nozzle.NoSuchColumn_Nozzle=\r\nT_Nozzle.SP_ID=\r\n");
+                                "t_nozzle.NoSuchColumn_Nozzle=\r\nT_Nozzle.SP_ID=\r\n[Instruments]\r\n"
+                                "T_PlantItem.ItemTag_Instrument=\r\nT_InlineComp.NoSuchColumn_Instrument=\r\n");
     ASSERT_EQ(r.exitCode, 0) << r.output;
     for (const char* line :
          {"The attribute T_Equipment.NoSuchColumn_Equipment of Eqp_Nozzle is left out: the plant table T_Equipment "
           "has no column NoSuchColumn.",
-          "The attribute T_Nozzle.NoSuchColumn_Nozzle of Eqp_Nozzle is left out: the plant table T_Nozzle has no "
-          "column NoSuchColumn."})
+          // The key as configured, whatever the table's spelling.
+          "The attribute t_nozzle.NoSuchColumn_Nozzle of Eqp_Nozzle is left out: the plant table T_Nozzle has no "
+          "column NoSuchColumn.",
+          "The attribute T_InlineComp.NoSuchColumn_Instrument of Instruments is left out: the plant table "
+          "T_InlineComp has no column NoSuchColumn."})
         EXPECT_NE(r.output.find(line), std::string::npos) << line << "\n" << r.output;
     // The id columns the run adds itself are never reported, nor are keys it can place.
     EXPECT_EQ(r.output.find("SP_EQUIPMENTID"), std::string::npos) << r.output;
