@@ -1,5 +1,7 @@
 #include "extraction/attribute_keys.h"
 
+#include <unordered_set>
+
 #include "attributes/categories.h"
 #include "common/ini.h"
 #include "common/log.h"
@@ -12,9 +14,12 @@ AttributeKeys AttributeKeys::Load(const std::filesystem::path& attributeIni) {
     const IniDocument doc = IniDocument::Load(attributeIni);
     AttributeKeys out;
     for (const std::string& category : attributes::AllCategoryNames()) {
+        // A key written twice in a section is one attribute, as an ini look-up finds it: each
+        // repeat would cost the chains a join that adds nothing.
+        std::unordered_set<std::string> seen;
         std::vector<std::string> keys;
         for (std::string& key : doc.Keys(category))
-            if (!TrimBlanks(key).empty()) keys.push_back(std::move(key));
+            if (!TrimBlanks(key).empty() && seen.insert(ToLowerAscii(key)).second) keys.push_back(std::move(key));
         out.Set(category, std::move(keys));
     }
     return out;
@@ -83,6 +88,12 @@ std::vector<std::string> LeaveOutKeysAccessCannotName(AttributeKeys& keys) {
         if (changed) keys.Set(category, std::move(kept));
     }
     return leftOut;
+}
+
+std::string MissingColumnLine(std::string_view key, std::string_view category, std::string_view table,
+                              std::string_view column) {
+    return "The attribute " + std::string(key) + " of " + std::string(category) + " is left out: the plant table " +
+           std::string(table) + " has no column " + std::string(column) + ".";
 }
 
 std::string ForbiddenInAccessName(std::string_view name) {

@@ -13,7 +13,8 @@ namespace tb::extraction {
 class AttributeKeys {
   public:
     AttributeKeys() = default;
-    // The sections of every category name the configuration may hold; empty keys are skipped.
+    // The sections of every category name the configuration may hold; empty keys are skipped and
+    // a key repeated in its section (ignoring case) is taken once.
     static AttributeKeys Load(const std::filesystem::path& attributeIni);
 
     // Replaces the keys of a category (tests; a run that changes its configuration).
@@ -39,6 +40,11 @@ class AttributeKeys {
 // character, and the run goes on without it. '"', "'" and blanks are allowed in Access names.
 // Returns the keys left out, each once.
 std::vector<std::string> LeaveOutKeysAccessCannotName(AttributeKeys& keys);
+
+// The log line of a configured key left out because its plant table lacks the column it names;
+// the run goes on without it.
+std::string MissingColumnLine(std::string_view key, std::string_view category, std::string_view table,
+                              std::string_view column);
 
 // The character of `name` that Access does not allow in a name, as a log line names it ("']'",
 // "a control character"); empty when Access allows every character of it.

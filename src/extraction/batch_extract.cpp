@@ -11,7 +11,9 @@
 #include "common/write_guard.h"
 #include "extraction/attribute_keys.h"
 #include "extraction/pid2mdb.h"
+#include "extraction/plant_sql.h"
 #include "plantaccess/ado.h"
+#include "plantaccess/connection.h"
 #include "plantaccess/resolution.h"
 #include "plantaccess/session.h"
 #include "shell/settings.h"
@@ -21,15 +23,27 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The ids a statement gives, quoted and comma-separated, each once.
-void CollectIds(const std::string& sql, std::vector<std::string>& ids) {
-    const plantaccess::PlantConnection plant = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
-    auto rows = plantaccess::AdoRead(sql, plant.connection);
-    for (; !rows->Eof(); rows->MoveNext()) {
-        const std::string id = plantaccess::GetDBvalue(rows->Field(0));
-        if (!id.empty() && !HasName(ids, id)) ids.push_back(id);
+// The plant schema of one look-up: resolved once and opened once, whatever the number of
+// patterns or codes it reads.
+struct LookupPlant {
+    plantaccess::PlantConnection plant;
+
+    LookupPlant() {
+        std::string name, user, password, site;
+        plantaccess::InitDBSettings(name, user, password, false, site);
+        plant = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
     }
-}
+    std::string Table(std::string_view table) const { return plantaccess::GetFullTableName(plant.prefix, table); }
+
+    // The ids a statement gives, each once, in the order read.
+    void CollectIds(const std::string& sql, std::vector<std::string>& ids) const {
+        auto rows = plantaccess::AdoRead(sql, plant.connection);
+        for (; !rows->Eof(); rows->MoveNext()) {
+            const std::string id = plantaccess::GetDBvalue(rows->Field(0));
+            if (!id.empty() && !HasName(ids, id)) ids.push_back(id);
+        }
+    }
+};
 
 std::string QuotedList(const std::vector<std::string>& ids) {
     std::string out;
@@ -37,25 +51,12 @@ std::string QuotedList(const std::vector<std::string>& ids) {
     return out;
 }
 
-// Opens the plant's settings first, as every look-up does.
-std::string PlantTable(std::string_view table) {
-    std::string plant, user, password, site;
-    plantaccess::InitDBSettings(plant, user, password, false, site);
-    const plantaccess::PlantConnection connection = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
-    return plantaccess::GetFullTableName(connection.prefix, table);
-}
-
-std::string IdsByList(std::string_view table, std::string_view column, const std::string& values) {
-    const std::string full = PlantTable(table);
-    std::vector<std::string> literals;
-    for (const std::string& v : Split(values, ";")) {
-        const std::string trimmed(TrimBlanks(v));
-        if (!trimmed.empty()) literals.push_back(SqlLiteral(trimmed));
-    }
-    if (literals.empty()) return {};
+std::string IdsByList(const LookupPlant& lookup, std::string_view table, std::string_view column,
+                      const std::string& values) {
+    const std::string sql = IdsByListSql(lookup.Table(table), column, values);
+    if (sql.empty()) return {};
     std::vector<std::string> ids;
-    CollectIds("SELECT SP_ID FROM " + full + " where " + std::string(column) + " in (" + Join(literals, ",") + ")",
-               ids);
+    lookup.CollectIds(sql, ids);
     return QuotedList(ids);
 }
 
@@ -63,19 +64,11 @@ std::string IdsByList(std::string_view table, std::string_view column, const std
 
 void GetPlantGroupAndDrawingIDsFromPBS(const std::string& pbs, std::string& plantGroupIDs, std::string& drawingIDs) {
     Trap("GetPlantGroupAndDrawingIDsFromPBS", [&] {
-        const std::string groups = PlantTable("T_PLANTGROUP"), drawings = PlantTable("T_DRAWING");
+        const LookupPlant lookup;
         std::vector<std::string> groupIds, drawingIds;
-        for (const std::string& raw : Split(pbs, ";")) {
-            std::string pattern(TrimBlanks(raw));
-            if (pattern.empty()) continue;
-            const bool drawing = pattern.ends_with("*") && !pattern.ends_with("\\*");
-            if (!pattern.starts_with("\\")) pattern = "\\" + pattern;
-            pattern = ReplaceAll(pattern, "*", "%");
-            if (drawing)
-                CollectIds("SELECT SP_ID FROM " + drawings + " where path like " + SqlLiteral(pattern), drawingIds);
-            else
-                CollectIds("SELECT SP_ID FROM " + groups + " where dir_path like " + SqlLiteral(pattern), groupIds);
-        }
+        for (const PbsPattern& p :
+             PbsPatternsSql(pbs, lookup.Table("T_PLANTGROUP"), lookup.Table("T_DRAWING")))
+            lookup.CollectIds(p.sql, p.drawing ? drawingIds : groupIds);
         plantGroupIDs = QuotedList(groupIds);
         drawingIDs = QuotedList(drawingIds);
     });
@@ -83,20 +76,25 @@ void GetPlantGroupAndDrawingIDsFromPBS(const std::string& pbs, std::string& plan
 
 std::string GetPlantGroupIDsFromUnitCode(const std::string& unitcode) {
     return Trap("GetPlantGroupIDsFromUnitCode", [&]() -> std::string {
-        const std::string table = PlantTable("T_Unit");
-        const plantaccess::PlantConnection plant = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
+        const LookupPlant lookup;
+        const std::string table = lookup.Table("T_Unit");
         try {
-            plant.connection->Query("SELECT SP_ID FROM " + table + " WHERE 1=0");
-        } catch (const std::exception&) {
+            lookup.plant.connection->Query("SELECT SP_ID FROM " + table + " WHERE 1=0");
+        } catch (const Error& e) {
+            // Only a plant without the table has no unit codes; any other failure is one.
+            if (!plantaccess::IsMissingTableError(e)) throw;
             ShowStatus("T_Unit does not exist in the database");
             return {};
         }
-        return IdsByList("T_Unit", "UnitCode", unitcode);
+        return IdsByList(lookup, "T_Unit", "UnitCode", unitcode);
     });
 }
 
 std::string GetDrawingIDsFromNames(const std::string& name) {
-    return Trap("GetDrawingIDsFromNames", [&] { return IdsByList("t_drawing", "Name", name); });
+    return Trap("GetDrawingIDsFromNames", [&] {
+        const LookupPlant lookup;
+        return IdsByList(lookup, "t_drawing", "Name", name);
+    });
 }
 
 void CheckPlantName(const std::string& plant) {

@@ -59,6 +59,21 @@ store::Value TextOrNull(std::string_view text) {
 
 }  // namespace
 
+std::string LineBreaksAsMarker(std::string_view text) {
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\r') {
+            if (i + 1 < text.size() && text[i + 1] == '\n') ++i;
+            out += '\x03';
+        } else if (text[i] == '\n') {
+            out += '\x03';
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
 plantaccess::TransferResult Rs2Access(plantaccess::Connection& source, std::string_view sql,
                                       store::Store& store, std::string_view table,
                                       std::string_view renames) {

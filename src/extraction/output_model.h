@@ -105,6 +105,9 @@ bool ManualInfoWanted(const std::filesystem::path& userConfigFile);
 // stored as the two characters "\n"; an empty value is Null; "ExpiringDate" days are added to the
 // extract's time (a value that is no number leaves Expiration_date Null).
 void CreateInfoTable(store::Store& store, const ExtractInfo& info);
+// The extract's text convention: each line break (CR LF, CR or LF) becomes one character 3.
+std::string LineBreaksAsMarker(std::string_view text);
+
 // Stores the bytes of the run's ini copy in _Info.Settings.
 void SetInfoSettings(store::Store& store, std::string_view settings);
 

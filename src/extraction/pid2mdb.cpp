@@ -5,6 +5,7 @@
 #include "extraction/pid2mdb.h"
 
 #include <filesystem>
+#include <unordered_map>
 
 #include "attributes/categories.h"
 #include "attributes/config_file.h"
@@ -113,6 +114,7 @@ private:
     void ExcludeDrawings();
     void LabelPersist();
     void Drawings();
+    void DrawingLastModified(const DrawingColumns& cols);
     void ViewerDrawings();
     void InlinecompIDs();
     void Cases();
@@ -180,11 +182,35 @@ void FirstHalf::AttributePass() {
             }
             if (table == "t_inlinecomp" && IEquals(category, "DuctRuns")) target = "T_InlinecompDuct";
             const std::vector<std::string> plantColumns = PlantColumns(source);
+            const std::size_t configured = attrs.size();
+            // The configured spelling of the key an attribute came from, for the log; made once,
+            // on the first missing column, so that many of them stay linear.
+            std::unordered_map<std::string, std::string> spelling;
+            auto configuredKey = [&](const std::string& attr) {
+                if (spelling.empty())
+                    for (const std::string& key : keys) {
+                        const auto dot = key.find('.');
+                        if (dot == std::string::npos || !IEquals(std::string_view(key).substr(0, dot), table))
+                            continue;
+                        std::string part = key.substr(dot + 1);
+                        if (IEquals(target, "T_Inlinecomp1")) part = GetInstrumentAttrs({part}).front();
+                        spelling.emplace(ToLowerAscii(part), key);
+                    }
+                const auto found = spelling.find(ToLowerAscii(attr));
+                return found != spelling.end() ? found->second : source + "." + attr;
+            };
             for (const std::string& id : IdColumns(table, category)) AddIfMissing(attrs, id);
             std::vector<std::string> entries, aliases;
-            for (const std::string& attr : attrs) {
-                const std::string column = FindName(plantColumns, StripOwnerSuffixes(attr, suffixes));
-                if (column.empty()) continue;
+            for (std::size_t i = 0; i < attrs.size(); ++i) {
+                const std::string& attr = attrs[i];
+                const std::string wanted = StripOwnerSuffixes(attr, suffixes);
+                const std::string column = FindName(plantColumns, wanted);
+                if (column.empty()) {
+                    // The id columns are the run's own: only a configured key is worth a line.
+                    if (i < configured)
+                        LogLine(MissingColumnLine(configuredKey(attr), category, source, wanted));
+                    continue;
+                }
                 const std::string alias = GetColumnAlias(table + "." + attr);
                 if (HasName(aliases, alias)) continue;
                 aliases.push_back(alias);
@@ -418,9 +444,15 @@ void FirstHalf::LabelPersist() {
 
 void FirstHalf::Drawings() {
     // The viewer form keeps its drawings in t_drawing (step 27) instead.
-    if (run_.viewerMode || run_.keys.Keys("Drawings").empty()) return;
+    if (run_.viewerMode) return;
     const std::vector<std::string> drawingColumns = PlantColumns("t_drawing");
     const DrawingColumns cols = GetCols4Drawings(run_.keys, drawingColumns);
+    // The drawing dates go into PID whatever Drawings holds: Others columns of every category
+    // read them there.
+    if (run_.keys.Keys("Drawings").empty()) {
+        DrawingLastModified(cols);
+        return;
+    }
     std::vector<std::string> entries;
     for (const AliasedColumn& c : cols.columns) entries.push_back(Col(c.column, drawingColumns) + As() + Col(c.alias));
     std::string sql = "select " + Join(entries, ",") + " from " + T("T_Drawing") + " WHERE itemstatus=1";
@@ -432,13 +464,11 @@ void FirstHalf::Drawings() {
     }
     ShowProgress("Extracting Drawings...");
     Rs2Access(*run_.plant.connection, sql, st_, "Drawings");
-    if (cols.modifiedDate || cols.modifiedUser) {
-        std::string history = "select sp_drawingid";
-        if (cols.modifiedDate) history += ", timestamp";
-        if (cols.modifiedUser) history += ", actor";
-        history += " from " + T("t_history") + " WHERE NOT sp_drawingid IS NULL AND eventtype=2 ORDER BY timestamp";
-        Rs2Access(*run_.plant.connection, history, st_, "t_history");
-        AddDrawingLastModified(st_, run_.keys, cols.modifiedDate, cols.modifiedUser);
+    DrawingLastModified(cols);
+    // A plant copy has neither drawing versions nor smart frames to count.
+    if (plantaccess::UseCopyPlantDatabase()) {
+        run_.CheckCancel();
+        return;
     }
     const DrawingCountFlags counts = GetDrawingCountFlags(run_.keys);
     struct Count {
@@ -467,6 +497,16 @@ void FirstHalf::Drawings() {
         st_.DropTable(c.helper);
     }
     run_.CheckCancel();
+}
+
+void FirstHalf::DrawingLastModified(const DrawingColumns& cols) {
+    if (!cols.modifiedDate && !cols.modifiedUser) return;
+    std::string history = "select sp_drawingid";
+    if (cols.modifiedDate) history += ", timestamp";
+    if (cols.modifiedUser) history += ", actor";
+    history += " from " + T("t_history") + " WHERE NOT sp_drawingid IS NULL AND eventtype=2 ORDER BY timestamp";
+    Rs2Access(*run_.plant.connection, history, st_, "t_history");
+    AddDrawingLastModified(st_, run_.keys, cols.modifiedDate, cols.modifiedUser);
 }
 
 void FirstHalf::ViewerDrawings() {
@@ -746,7 +786,7 @@ void FirstHalf::Run() {
     Step(13);
     PipeRuns();
     Step(14);
-    Status();
+    if (!plantaccess::UseCopyPlantDatabase()) Status();
     Step(15);
     if (run_.keys.AnyLike("plantitems", "*plantitemgroup_revisionnumber"))
         CopyStep("T_AREABREAKATTRIBUTE",
@@ -758,8 +798,10 @@ void FirstHalf::Run() {
     Step(18);
     ExcludeDrawings();
     Step(19);
-    ShowProgress("Extracting T_Revision...");
-    ExtractTRevision(run_.plant, st_, run_.keys);
+    if (!plantaccess::UseCopyPlantDatabase()) {
+        ShowProgress("Extracting T_Revision...");
+        ExtractTRevision(run_.plant, st_, run_.keys);
+    }
     Step(20);
     LabelPersist();
     Step(21);

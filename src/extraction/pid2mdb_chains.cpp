@@ -428,19 +428,31 @@ void ClearWorkingTables(RunContext& run) {
     ShowProgress("Done");
 }
 
-// The run's ini copy: the attribute configuration with the run's parameters and, for each
-// category in Task, its configured keys.
+// The run's ini copy: what a later run needs to repeat this one. The attribute configuration,
+// the saved options of frmMain, the site and plant of this run (section "SmartPlant Manager") and
+// the run's parameters; for each category in Task, its configured keys.
 std::string SaveRunParameters(RunContext& run, const std::vector<std::string>& tasks) {
     // Made in memory: the configuration may be a read-only /config file, and a copy of it
     // would be read-only too.
     IniDocument copy = IniDocument::Load(run.attributeIni);
+    const IniDocument user = IniDocument::Load(shell::GetUserConfigFile());
+    copy.RemoveSection("frmMain");
+    for (const auto& [key, value] : user.Entries("frmMain")) copy.Set("frmMain", key, value);
+    // Main's site and plant, else the client's: the plant this run read.
+    std::string plant, site;
+    plantaccess::PIDReadBegin(plant, site);
+    copy.Set("SmartPlant Manager", "SiteServer", site);
+    copy.Set("SmartPlant Manager", "ActivePlant", plant);
+    copy.Set("SmartPlant Manager", "ActiveParentPlant", plantaccess::GetActiveParentPlant());
     auto ids = [](const std::string& list) { return ReplaceAll(list, "'", "."); };
     copy.Set("Parameters", "PlantGroupIDs", ids(run.args.plantGroupIDs));
     copy.Set("Parameters", "DrawingIDs", ids(run.args.drawingIDs));
-    copy.Set("Parameters", "SelectFilter", run.args.selectFilter);
+    // An ini value holds no line break: the extract's marker, character 3, stands for one.
+    copy.Set("Parameters", "SelectFilter", LineBreaksAsMarker(run.args.selectFilter));
     copy.Set("Parameters", "LoadAssociatedDrawings", run.args.loadAssociatedDrawings ? "1" : "0");
     copy.Set("Parameters", "ExtractDrawingFiles", run.args.extractDrawingFiles ? "1" : "0");
-    copy.Set("Parameters", "ExtractFromTo", run.extractFromTo ? "1" : "0");
+    // As asked, not as the run cleared it for lack of data: a repeat asks the same.
+    copy.Set("Parameters", "ExtractFromTo", run.args.extractFromTo ? "1" : "0");
     // SaveExtractedAttributes: the configured keys of every category the extract holds.
     for (const std::string& task : tasks)
         for (const std::string& key : run.keys.Keys(task)) copy.Set("Extracted_" + task, key, "");

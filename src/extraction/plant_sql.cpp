@@ -128,6 +128,36 @@ std::string AsBuiltNameSql(Dialect dialect, std::string_view sitePrefix,
            rootItem + " where Lower(name) =" + SqlLiteral(store::ToLowerUnicode(plantName)) + ")";
 }
 
+std::string IdsByListSql(std::string_view table, std::string_view column, std::string_view values) {
+    std::vector<std::string> literals;
+    for (const std::string& v : Split(values, ";")) {
+        const std::string trimmed(TrimBlanks(v));
+        if (!trimmed.empty()) literals.push_back(SqlLiteral(trimmed));
+    }
+    if (literals.empty()) return {};
+    return "SELECT SP_ID FROM " + std::string(table) + " where " + std::string(column) + " in (" +
+           Join(literals, ",") + ")";
+}
+
+std::vector<PbsPattern> PbsPatternsSql(std::string_view pbs, std::string_view plantGroupTable,
+                                       std::string_view drawingTable) {
+    std::vector<PbsPattern> out;
+    for (const std::string& raw : Split(pbs, ";")) {
+        std::string pattern(TrimBlanks(raw));
+        if (pattern.empty()) continue;
+        const bool drawing = pattern.ends_with("*") && !pattern.ends_with("\\*");
+        if (!pattern.starts_with("\\")) pattern = "\\" + pattern;
+        pattern = ReplaceAll(pattern, "*", "%");
+        if (drawing)
+            out.push_back({true, "SELECT SP_ID FROM " + std::string(drawingTable) + " where path like " +
+                                     SqlLiteral(pattern)});
+        else
+            out.push_back({false, "SELECT SP_ID FROM " + std::string(plantGroupTable) + " where dir_path like " +
+                                      SqlLiteral(pattern)});
+    }
+    return out;
+}
+
 std::vector<std::string> GetAllDbColumns(const PlantSchema& schema, std::string_view table) {
     return Trap("GetAllDbColumns2Str", [&] {
         if (!schema.connection)

@@ -63,6 +63,20 @@ std::string ItemAttributionsSql(Dialect dialect, std::string_view prefix);
 std::string AsBuiltNameSql(Dialect dialect, std::string_view sitePrefix,
                            std::string_view plantName);
 
+// The selection look-ups' statements on the plant schema, `table` as GetFullTableName gives it.
+// "SELECT SP_ID FROM <table> where <column> in (<values>)" for the trimmed ";"-separated values,
+// each a literal; empty when no value is left.
+std::string IdsByListSql(std::string_view table, std::string_view column, std::string_view values);
+// One statement per /pbs pattern: an entry ending in "*" (not "\*") is a drawing pattern, read
+// from the drawings' paths, any other a plant group pattern, read from the groups' dir_path; each
+// gets a leading "\" and "%" for "*". Empty entries are passed over.
+struct PbsPattern {
+    bool drawing = false;
+    std::string sql;
+};
+std::vector<PbsPattern> PbsPatternsSql(std::string_view pbs, std::string_view plantGroupTable,
+                                       std::string_view drawingTable);
+
 // The columns of a plant table, read with "SELECT * FROM <table> WHERE 1=0".
 std::vector<std::string> GetAllDbColumns(const PlantSchema& schema, std::string_view table);
 // The same as a comma list.

@@ -35,9 +35,9 @@ void ScratchTables::Drop(std::string_view table) {
     if (store_.TableExists(table)) store_.DropTable(table);
 }
 
-void CheckCancelled(std::string_view routine) {
+void CheckCancelled() {
     DoEvents();
-    if (CancelRequested()) throw Error(kErrCancelled, "Cancelled.", std::string(routine));
+    if (CancelRequested()) throw Error(kErrCancelled, "Cancelled.");
 }
 
 std::vector<std::string> TableColumns(const store::Store& store, std::string_view table) {
@@ -85,7 +85,7 @@ bool TableGrower::ExtendTable(std::string_view table, std::string_view leftKey, 
     if (!store_.TableExists(table) || !store_.ColumnExists(current_, leftKey)) return false;
     ShowProgress("Add data from " + std::string(source) + " to " + target_ + "...");
     JoinInto(table, leftKey, rightKey, kind, keepRightKey);
-    CheckCancelled(routine_);
+    CheckCancelled();
     return true;
 }
 

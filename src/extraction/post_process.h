@@ -32,7 +32,8 @@ private:
 };
 
 // Leaves the step with "Cancelled." when the user asked for it; lets the window breathe first.
-void CheckCancelled(std::string_view routine);
+// The error names no routine: the trap of the routine that checks adds its name, once.
+void CheckCancelled();
 
 // A table grown by left (or other) joins with the rows of added queries, through scratch tables
 // "temp<n>" (claimed from `scratch`). Each step reports "Add data from <source> to <target>...",

@@ -184,7 +184,7 @@ void AddNotConnectedRuns(store::Store& st, const fs::path& scratchFolder, bool r
             LogLine(tag + "...");
             if (const auto found = loose.find(store::ToLowerUnicode(tag)); found != loose.end())
                 for (const std::string& run : found->second) LogLine(run);
-            CheckCancelled("AddNotConnectedRuns");
+            CheckCancelled();
         }
         st.ExecuteCount("UPDATE InlineComp_Prun SET NotConnectedRuns = m.n FROM (SELECT PipeRun_ITEMTAG AS tag, "
                         "count(*) AS n FROM " + s + ".t_loose GROUP BY PipeRun_ITEMTAG) m WHERE "

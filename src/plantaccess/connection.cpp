@@ -7,6 +7,13 @@
 
 namespace tb::plantaccess {
 
+bool IsMissingTableError(const std::exception& error) {
+    const std::string_view text = error.what();
+    for (const char* sign : {"no such table", "ORA-00942", "Invalid object name", "42S02"})
+        if (IFind(text, sign) != std::string_view::npos) return true;
+    return false;
+}
+
 bool IsAdoDataTypeString(int type) {
     switch (type) {
         case ado::kBSTR:

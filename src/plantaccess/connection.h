@@ -123,4 +123,8 @@ private:
 
 using ConnectionPtr = std::shared_ptr<Connection>;
 
+// Whether a failed statement failed because a table it names does not exist, as each engine says
+// it: SQLite "no such table", Oracle ORA-00942, SQL Server "Invalid object name" (state 42S02).
+bool IsMissingTableError(const std::exception& error);
+
 }  // namespace tb::plantaccess

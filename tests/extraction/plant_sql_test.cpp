@@ -158,5 +158,30 @@ TEST(PlantSql, GetSQL4TDrawing) {
     EXPECT_FALSE(server.symbolNames);
 }
 
+// The selection look-ups: one statement per /pbs pattern, kinds told by the trailing "*".
+TEST(PlantSql, SelectionLookUps) {
+    struct Case {
+        const char* pbs;
+        std::vector<std::pair<bool, std::string>> statements;  // drawing?, text
+    } cases[] = {
+        {"Area10\\Unit12*",
+         {{true, "SELECT SP_ID FROM D where path like '\\Area10\\Unit12%'"}}},
+        // "\*" ends a plant group pattern; blanks and empty entries go.
+        {" \\Area10\\* ; ;Unit11",
+         {{false, "SELECT SP_ID FROM G where dir_path like '\\Area10\\%'"},
+          {false, "SELECT SP_ID FROM G where dir_path like '\\Unit11'"}}},
+        {"O'Neil*", {{true, "SELECT SP_ID FROM D where path like '\\O''Neil%'"}}},
+        {"", {}},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::pair<bool, std::string>> got;
+        for (const PbsPattern& p : PbsPatternsSql(c.pbs, "G", "D")) got.emplace_back(p.drawing, p.sql);
+        EXPECT_EQ(got, c.statements) << c.pbs;
+    }
+    EXPECT_EQ(IdsByListSql("PLANTAPID.T_Unit", "UnitCode", " 11; 1'2 ;;"),
+              "SELECT SP_ID FROM PLANTAPID.T_Unit where UnitCode in ('11','1''2')");
+    EXPECT_EQ(IdsByListSql("T_Unit", "UnitCode", " ; "), "");
+}
+
 }  // namespace
 }  // namespace tb::extraction

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "common/error.h"
+#include "common/log.h"
 #include "extraction/connected_items.h"
 #include "extraction/post_process.h"
 #include "extraction/run_statistics.h"
@@ -242,6 +243,19 @@ TEST(ConnectedItems, PipingPointsGetTheirRuns) {
     AddConnectedPiperunID(st);
     EXPECT_EQ(Render(st, "SELECT pointindex, ConnectedPiperunID FROM t_pipingpoint"), "1|R1;2|R2;3|<null>");
     EXPECT_FALSE(st.TableExists("t_c_r"));
+}
+
+// A cancel names the routine once in the error's source (its trap adds the name).
+TEST_F(NotConnected, CancelNamesTheRoutineOnce) {
+    SetCancelRequested(true);
+    try {
+        AddNotConnectedRuns(st_, dir_.path(), false);
+        ADD_FAILURE() << "no cancel";
+    } catch (const Error& e) {
+        EXPECT_EQ(e.number(), kErrCancelled);
+        EXPECT_EQ(e.source(), "AddNotConnectedRuns");
+    }
+    SetCancelRequested(false);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "common/ini.h"
 #include "plant_fixture.h"
 #include "plantaccess/ado.h"
+#include "plantaccess/connection.h"
 #include "plantaccess/session.h"
 #include "plantaccess/store_connection.h"
 #include "platform/platform.h"
@@ -268,6 +269,22 @@ TEST_F(SessionsTest, CreateAndCompactKeepTheirLogLines) {
                                                    "Database compacted successfully"}));
     EXPECT_FALSE(CompactDatabase(dir.path() / "none.mdb"));
     EXPECT_EQ(log.lines.back().rfind("Compacting database failed: Could not find file", 0), 0u);
+}
+
+// Only the engines' words for a missing table count; a missing column, a lock or a login do not.
+TEST(MissingTable, EngineMessages) {
+    struct Case {
+        const char* message;
+        bool missingTable;
+    } cases[] = {
+        {"no such table: T_Unit (statement: SELECT SP_ID FROM T_Unit WHERE 1=0)", true},
+        {"ORA-00942: table or view does not exist", true},
+        {"[Microsoft][ODBC Driver 18 for SQL Server][SQL Server]Invalid object name 'dbo.T_Unit'.", true},
+        {"no such column: UnitCode", false},
+        {"database is locked", false},
+        {"ORA-01017: invalid username/password; logon denied", false},
+    };
+    for (const Case& c : cases) EXPECT_EQ(IsMissingTableError(Error(kErrDatabase, c.message)), c.missingTable) << c.message;
 }
 
 }  // namespace
