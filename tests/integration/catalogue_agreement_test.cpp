@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <map>
 #include <optional>
@@ -172,9 +173,10 @@ struct ExtractTable {
     }
 };
 
+// A Jet date (days since 1899-12-30) as the plant's text "yyyy-mm-dd hh:mm:ss".
 std::string DateText(double days) {
     using namespace std::chrono;
-    const auto seconds = static_cast<long long>(days * 86400.0 + (days < 0 ? -0.5 : 0.5));
+    const auto seconds = std::llround(days * 86400.0);
     const sys_seconds t = sys_days{1899y / December / 30} + std::chrono::seconds(seconds);
     const auto day = floor<std::chrono::days>(t);
     const year_month_day ymd{day};
@@ -186,13 +188,12 @@ std::string DateText(double days) {
     return out;
 }
 
+// A value of the extract as text to compare; Null and '' give nullopt.
 Text ExtractText(const mdb::Value& v) {
     if (const auto* s = std::get_if<std::string>(&v)) return s->empty() ? Text() : Text(*s);
     if (const auto* i = std::get_if<std::int64_t>(&v)) return std::to_string(*i);
     if (const auto* d = std::get_if<double>(&v)) return store::Value(*d).ToText();
-    if (const auto* b = std::get_if<bool>(&v)) return *b ? "True" : "False";
     if (const auto* t = std::get_if<mdb::DateTime>(&v)) return DateText(t->days);
-    if (const auto* c = std::get_if<mdb::Currency>(&v)) return store::Value(double(c->scaled) / 10000.0).ToText();
     return std::nullopt;
 }
 
