@@ -484,11 +484,27 @@ class CatalogueAgreement : public ::testing::Test {
 
     // Checks one run: each key's column is in its table unless the log names the key; the
     // values of the keys the plant holds agree on the rows of the hand-made drawings' items.
+    // A configured key adds columns, never copies of a row: rows alike in every column but the
+    // counter ID mean that a join or grouping multiplied them.
+    static void CheckNoRepeatedRows(const std::string& category, const ExtractTable& table) {
+        const auto id = table.At("ID");
+        std::set<std::string> seen;
+        int repeated = 0;
+        for (const mdb::Row& row : table.rows) {
+            std::string text;
+            for (std::size_t i = 0; i < row.size(); ++i)
+                if (i != id) text += Show(ExtractText(row[i])) + "\x1f";
+            if (!seen.insert(text).second) ++repeated;
+        }
+        EXPECT_EQ(repeated, 0) << category << " holds rows twice";
+    }
+
     static void CheckRun(const Plant& plant, const Catalogue& group,
                          const std::map<std::string, ExtractTable>& extract, const std::string& log,
                          std::vector<Failure>& failures, std::map<std::string, int>& agreeing) {
         for (const auto& [category, keys] : group) {
             const auto table = extract.find(category);
+            if (table != extract.end()) CheckNoRepeatedRows(category, table->second);
             for (const std::string& key : keys) {
                 const std::string column = ColumnOf(category, key);
                 const auto at = table == extract.end() ? std::nullopt : table->second.At(column);
