@@ -482,8 +482,6 @@ class CatalogueAgreement : public ::testing::Test {
         return out;
     }
 
-    // Checks one run: each key's column is in its table unless the log names the key; the
-    // values of the keys the plant holds agree on the rows of the hand-made drawings' items.
     // A configured key adds columns, never copies of a row: rows alike in every column but the
     // counter ID mean that a join or grouping multiplied them.
     static void CheckNoRepeatedRows(const std::string& category, const ExtractTable& table) {
@@ -499,6 +497,8 @@ class CatalogueAgreement : public ::testing::Test {
         EXPECT_EQ(repeated, 0) << category << " holds rows twice";
     }
 
+    // Checks one run: each key's column is in its table unless the log names the key; the
+    // values of the keys the plant holds agree on the rows of the hand-made drawings' items.
     static void CheckRun(const Plant& plant, const Catalogue& group,
                          const std::map<std::string, ExtractTable>& extract, const std::string& log,
                          std::vector<Failure>& failures, std::map<std::string, int>& agreeing) {
