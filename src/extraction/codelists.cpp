@@ -6,6 +6,7 @@
 #include "common/error.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "extraction/column_alias.h"
 #include "extraction/output_model.h"
 #include "plantaccess/store_connection.h"
 #include "store/access_text.h"
@@ -222,6 +223,19 @@ void FillGlossary(store::Store& store) {
             "lcase([Column])='symbol_name'");
         tx.Commit();
     });
+}
+
+std::string DecodeAttributeName(std::string_view table, std::string_view column,
+                                const DecodeColumns& known) {
+    if (IEquals(table, "PID") || IEquals(table, "Drawings")) {
+        std::string drawing = DrawingColumnOfAlias(column, known.drawing);
+        if (!drawing.empty()) return drawing;
+    }
+    if (HasName(known.plantItem, column) || HasName(known.modelItem, column) ||
+        IEquals(table, "t_plantitem"))
+        return std::string(column);
+    const auto underscore = column.find('_');
+    return std::string(underscore == std::string_view::npos ? column : column.substr(underscore + 1));
 }
 
 }  // namespace tb::extraction

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "extraction/attribute_keys.h"
 #include "extraction/plant_sql.h"
@@ -29,6 +30,21 @@ void AddFailureActionLowRows(store::Store& store);
 // Gives every code list of Codelist_cp a "no value" row (index -1, text Null) unless it has an
 // entry with an empty text already. Names compare ignoring case, as far as 255 characters.
 void AddNullToCodelist(store::Store& store);
+
+// What the decode knows to tell a column's attribute: the columns of the working tables
+// t_plantitem and t_modelitem, and those of the plant's T_Drawing.
+struct DecodeColumns {
+    std::vector<std::string> plantItem;
+    std::vector<std::string> modelItem;
+    std::vector<std::string> drawing;
+};
+// The attribute whose code list decodes `column` of `table`. In PID and Drawings a drawing
+// column is decoded as its T_Drawing column, whose name its alias may have lost to shortening
+// ("SP_ArePropertiesModified" is SP_ArePropertiesModified, not ArePropertiesModified); otherwise
+// the column itself when it is a column of t_plantitem or t_modelitem or the table is
+// t_plantitem, else the part behind its first "_" (the owner prefix of a copied column).
+std::string DecodeAttributeName(std::string_view table, std::string_view column,
+                                const DecodeColumns& known);
 
 // A column split into its owner and its attribute.
 struct GlossaryOwner {

@@ -71,6 +71,13 @@ std::string ShortenAlias(std::string_view alias) {
     return std::string(alias);
 }
 
+std::string DrawingColumnOfAlias(std::string_view alias,
+                                 const std::vector<std::string>& drawingColumns) {
+    for (const std::string& column : drawingColumns)
+        if (IEquals(ShortenAlias("Drawing_" + column), alias)) return column;
+    return {};
+}
+
 std::string StripSuffix(std::string_view name, std::string_view suffix,
                         std::string_view replacement) {
     if (!suffix.empty() && IEndsWith(name, suffix))

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tb::extraction {
 
@@ -14,6 +15,13 @@ std::string GetColumnAlias(std::string_view key, std::string_view hint = {});
 
 // An alias of more than 30 characters holding "_" loses everything up to the first "_".
 std::string ShortenAlias(std::string_view alias);
+
+// The T_Drawing column of `drawingColumns` whose drawing alias, ShortenAlias("Drawing_" + column),
+// is `alias` (ignoring case), in the spelling of `drawingColumns`; empty when none gives it. A
+// shortened alias no longer tells its attribute by its first "_": "SP_ArePropertiesModified"
+// comes from Drawing_SP_ArePropertiesModified.
+std::string DrawingColumnOfAlias(std::string_view alias,
+                                 const std::vector<std::string>& drawingColumns);
 
 // The name with `suffix` at its end (ignoring case) replaced by `replacement`.
 std::string StripSuffix(std::string_view name, std::string_view suffix,

@@ -129,6 +129,7 @@ private:
     std::vector<std::string> copied_;
     bool pointDescription_ = false;
     bool symbolNames_ = false;
+    std::vector<std::string> drawingColumns_;  // the plant's T_Drawing, for the decode
     PointColumns points_;
     std::vector<std::string> pointCatalogue_;
 };
@@ -383,8 +384,9 @@ void FirstHalf::Status() {
 void FirstHalf::Pid() {
     ShowProgress("Extracting t_drawing, t_representation...");
     const Dialect d = run_.plant.dialect;
+    drawingColumns_ = PlantColumns("t_drawing");
     const DrawingSql drawing = GetSQL4TDrawing(run_.keys, attributes::GetCategoryList(true),
-                                               PlantColumns("t_drawing"), d);
+                                               drawingColumns_, d);
     symbolNames_ = drawing.symbolNames;
     std::string sql = "SELECT t_representation.SP_MODELITEMID" + As() + "SP_ID,t_representation.SP_ID" + As() +
                       "Representation_ID," + drawing.columns + "," + GraphicIdExpression(d, run_.viewerMode) +
@@ -681,8 +683,8 @@ void FirstHalf::Decode() {
     if (!run_.codelists) return;
     ShowProgress("Decoding...");
     AddID2Table(st_, "Codelist_cp");
-    const std::vector<std::string> plantItemCols = run_.StoreColumns("t_plantitem");
-    const std::vector<std::string> modelItemCols = run_.StoreColumns("t_modelitem");
+    const DecodeColumns known{run_.StoreColumns("t_plantitem"), run_.StoreColumns("t_modelitem"),
+                              drawingColumns_};
     for (const char* table : {"t_instrument", "t_instrument1", "PID"})
         if (st_.TableExists(table)) StringTable(st_, table);
     for (const char* table : {"T_CaseProcess", "T_CaseControl"})
@@ -700,11 +702,7 @@ void FirstHalf::Decode() {
         for (const store::ColumnDef& column : st_.Columns(table)) {
             const std::string& col = column.name;
             if (IEquals(col, "CASETYPE") || IEquals(col, "QUALITY") || IEquals(col, "CASECLASS")) continue;
-            std::string name = col;
-            if (!HasName(plantItemCols, col) && !HasName(modelItemCols, col) && !IEquals(table, "t_plantitem")) {
-                const auto underscore = col.find('_');
-                name = underscore == std::string::npos ? col : col.substr(underscore + 1);
-            }
+            const std::string name = DecodeAttributeName(table, col, known);
             if (!HasName(listed, name)) continue;
             if (!column.type.isText()) st_.AlterColumnType(table, col, store::ColumnType::Text(255));
             // Codes compare as text, as Access's "'' & t.col = '' & tc.CODELIST_INDEX" does; the

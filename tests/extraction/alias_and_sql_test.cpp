@@ -47,6 +47,21 @@ TEST(ColumnAlias, ShortenAndStrip) {
     EXPECT_EQ(StripSuffix("PipeRun_ItemTag", "_PipeRun"), "PipeRun_ItemTag");
 }
 
+// A drawing alias names its T_Drawing column again, shortened or not, in the plant's spelling.
+TEST(ColumnAlias, DrawingColumnOfAlias) {
+    const std::vector<std::string> drawing = {"SP_ID", "Name", "DocumentCategory",
+                                              "SP_ArePropertiesModified"};
+    EXPECT_EQ(DrawingColumnOfAlias("SP_ArePropertiesModified", drawing), "SP_ArePropertiesModified");
+    EXPECT_EQ(DrawingColumnOfAlias("sp_arepropertiesmodified", drawing), "SP_ArePropertiesModified");
+    EXPECT_EQ(DrawingColumnOfAlias("Drawing_DocumentCategory", drawing), "DocumentCategory");
+    EXPECT_EQ(DrawingColumnOfAlias("Drawing_SP_ID", drawing), "SP_ID");
+    // An alias of 30 characters or less keeps its "Drawing_": the bare column is no drawing alias.
+    EXPECT_EQ(DrawingColumnOfAlias("SP_ID", drawing), "");
+    EXPECT_EQ(DrawingColumnOfAlias("DocumentCategory", drawing), "");
+    EXPECT_EQ(DrawingColumnOfAlias("Drawing_ArePropertiesModified", drawing), "");
+    EXPECT_EQ(DrawingColumnOfAlias("Drawing_Name", {}), "");
+}
+
 TEST(AccessSql, Translation) {
     struct Case {
         const char* access;

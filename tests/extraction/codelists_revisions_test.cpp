@@ -64,6 +64,40 @@ TEST(Codelists, GlossaryOwners) {
     EXPECT_EQ(GetGlossaryOwnerName("nozzle"), "Nozzle");
 }
 
+// The attribute a column decodes as: drawing columns of PID and Drawings by their T_Drawing
+// column, shortened or not; the plant item's and model item's own columns as they stand; any
+// other column behind its owner prefix.
+TEST(Codelists, DecodeAttributeName) {
+    const DecodeColumns known{{"SP_ID", "PlantItemType", "Class"},
+                              {"SP_ID", "ModelItemType"},
+                              {"SP_ID", "Name", "ItemStatus", "DocumentCategory",
+                               "SP_ArePropertiesModified"}};
+    struct Case {
+        const char* table;
+        const char* column;
+        const char* want;
+    } cases[] = {
+        {"PID", "SP_ArePropertiesModified", "SP_ArePropertiesModified"},
+        {"pid", "sp_arepropertiesmodified", "SP_ArePropertiesModified"},
+        {"PID", "Drawing_DocumentCategory", "DocumentCategory"},
+        {"PID", "PlantItemType", "PlantItemType"},
+        {"PID", "ModelItemType", "ModelItemType"},
+        {"PID", "Representation_ID", "ID"},
+        {"Drawings", "SP_ArePropertiesModified", "SP_ArePropertiesModified"},
+        {"Drawings", "Drawing_ItemStatus", "ItemStatus"},
+        {"Drawings", "Drawing_NoOfVersions", "NoOfVersions"},
+        // Outside PID and Drawings a column is no drawing column.
+        {"t_piperun", "SP_ArePropertiesModified", "ArePropertiesModified"},
+        {"t_piperun", "Piperun_ItemStatus", "ItemStatus"},
+        {"t_plantitem", "Plantitem_Class", "Plantitem_Class"},
+        {"t_equipment", "Class", "Class"},
+        {"t_equipment", "Equipment_Class", "Class"},
+        {"t_note", "Tag", "Tag"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(DecodeAttributeName(c.table, c.column, known), c.want) << c.table << "." << c.column;
+}
+
 TEST(Codelists, FillGlossary) {
     auto store = store::Store::InMemory();
     MakeTable(store, "Task", {"Name"}, "('Plantitems'), ('InlineComp_Prun'), (NULL), ('Missing')");
