@@ -466,6 +466,8 @@ void FirstHalf::Drawings() {
     }
     ShowProgress("Extracting Drawings...");
     Rs2Access(*run_.plant.connection, sql, st_, "Drawings");
+    // A configured drawing attribute with a code list shows its text, as in every other category.
+    run_.decodeList.emplace_back("Drawings");
     DrawingLastModified(cols);
     // A plant copy has neither drawing versions nor smart frames to count.
     if (plantaccess::UseCopyPlantDatabase()) {

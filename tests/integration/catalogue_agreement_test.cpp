@@ -74,7 +74,6 @@ const std::vector<KnownFault> kFailingToday = {
     {"InlineComp_Prun", "Others.NumberOfLabels", Kind::NoColumn,
      "new: without label files the log gives the reason but not the key"},
     {"Drawings", "t_revision.SP_DrawingID", Kind::NoColumn, "new: dropped silently"},
-    {"Drawings", "t_drawing.*", Kind::WrongValues, "new: the Drawings table is not decoded"},
     {"Instruments", "t_inlinecomp.NominalDiameter_Instrument", Kind::SharedColumn,
      "new: the catalogue offers two keys for Instrument_NominalDiameter"},
     {"Instruments", "t_inlinecomp.NominalDiameter_Instrument", Kind::WrongValues,

@@ -1,5 +1,6 @@
 // Hand-written configurations on the tiny plant: the drawing dates of Others without the Drawings
-// category, the run's ini copy in _Info.Settings, and a key whose plant column is missing.
+// category, the run's ini copy in _Info.Settings, a key whose plant column is missing, and the
+// code-listed drawing attributes shown as their texts.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -195,6 +196,55 @@ TEST_F(RunSettings, KeyWithoutPlantColumnIsLogged) {
     const auto t = Columns(box.root() / "x.mdb", "Eqp_Nozzle");
     EXPECT_TRUE(t.count("Equipment_ItemTag")) << r.output;
     for (const auto& [name, values] : t) EXPECT_EQ(IFind(name, "NoSuch"), std::string::npos) << name;
+}
+
+// Code-listed drawing attributes show their code list texts wherever they land: the Drawings
+// table, PID, and the Others columns of a category, under an alias shortened past its "Drawing_"
+// (SP_ArePropertiesModified) or not. The three active drawings are P&IDs (DocumentCategory 1,
+// DocumentType 1), active (ItemStatus 1), SP_ArePropertiesModified 1 ("False" in the Boolean
+// list); UpdateCount, a number without a code list, stays a number (1, 1, 2).
+TEST_F(RunSettings, CodeListedDrawingAttributesAreDecoded) {
+    Sandbox box;
+    const auto r = Extract(box, "[Drawings]\r\nT_Drawing.Name=\r\nT_Drawing.DocumentCategory=\r\n"
+                                "T_Drawing.DocumentType=\r\nT_Drawing.ItemStatus=\r\n"
+                                "T_Drawing.SP_ArePropertiesModified=\r\nT_Drawing.UpdateCount=\r\n"
+                                "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nOthers.Drawing_Name=\r\n"
+                                "Others.Drawing_DocumentCategory=\r\nOthers.Drawing_SP_ArePropertiesModified=\r\n");
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    const fs::path mdb = box.root() / "x.mdb";
+    const auto drawings = Columns(mdb, "Drawings");
+    const auto items = Columns(mdb, "Plantitems");
+    const auto pid = Columns(mdb, "PID");
+    struct Case {
+        const std::map<std::string, std::vector<std::string>>* table;
+        const char* keyColumn;
+        const char* key;
+        const char* column;
+        const char* want;
+    } cases[] = {
+        {&drawings, "Drawing_Name", "PID-11-01", "Drawing_DocumentCategory", "Piping and Instrument Diagram"},
+        {&drawings, "Drawing_Name", "PID-11-01", "Drawing_DocumentType", "Process P&ID"},
+        {&drawings, "Drawing_Name", "PID-11-01", "Drawing_ItemStatus", "Active"},
+        {&drawings, "Drawing_Name", "PID-11-01", "SP_ArePropertiesModified", "False"},
+        {&drawings, "Drawing_Name", "PID-11-01", "Drawing_UpdateCount", "1"},
+        {&drawings, "Drawing_Name", "PID-12-01", "Drawing_ItemStatus", "Active"},
+        {&drawings, "Drawing_Name", "PID-12-02", "SP_ArePropertiesModified", "False"},
+        {&drawings, "Drawing_Name", "PID-12-02", "Drawing_UpdateCount", "2"},
+        {&pid, "Tag", "V-1101", "SP_ArePropertiesModified", "False"},
+        {&pid, "Tag", "V-1101", "Drawing_DocumentCategory", "Piping and Instrument Diagram"},
+        {&items, "ItemTag", "V-1101", "SP_ArePropertiesModified", "False"},
+        {&items, "ItemTag", "V-1101", "Drawing_DocumentCategory", "Piping and Instrument Diagram"},
+        {&items, "ItemTag", "E-1201", "SP_ArePropertiesModified", "False"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(Cell(*c.table, c.keyColumn, c.key, c.keyColumn, c.key, c.column), c.want)
+            << c.key << " " << c.column;
+    // Every row of the three drawings and of the items on them, not only those named above.
+    for (const auto* t : {&drawings, &items, &pid}) {
+        ASSERT_TRUE(t->count("SP_ArePropertiesModified"));
+        for (const std::string& v : t->at("SP_ArePropertiesModified")) EXPECT_EQ(v, "False");
+    }
+    EXPECT_EQ(drawings.at("Drawing_Name").size(), 3u);
 }
 
 }  // namespace
