@@ -210,9 +210,11 @@ void InlineCompPrun(RunContext& run) {
             const std::string left = IEquals(suffix, "_PipeRun") ? "piperun_sp_id" : "inlineComp_SP_Id";
             c.Add("t_status", suffix, left, std::string(suffix).substr(1) + "_SP_MODELITEMID");
         }
-    c.Add("T_InstrFunction", "_Instrument", "instrument_SP_ID", "SP_INSTRUMENTID");
+    // The t_instrument join drops its key instrument_SP_ID; the component's own reference
+    // to its instrument holds the same id and stays.
+    c.Add("T_InstrFunction", "_Instrument", "inlineComp_SP_INSTRUMENTID", "SP_INSTRUMENTID");
     c.Finish();
-    c.FailureColumns("instrument_SP_ID");
+    c.FailureColumns("inlineComp_SP_INSTRUMENTID");
     c.PointColumns("Inlinecomp_sp_id");
     StringTable(st, "InlineComp_Prun");
     Completion(run, "InlineComp_Prun");

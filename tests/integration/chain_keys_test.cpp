@@ -19,6 +19,8 @@ constexpr const char* kConfig =
     "[General]\r\nAllLoops=0\r\n"
     "[InlineComp_Prun]\r\nT_PlantItem.ItemTag_PipeRun=\r\nT_PlantItem.ItemTag_InlineComp=\r\n"
     "t_plantgroup.PlantGroup_InlineComp=\r\nt_plantgroup.UnitCode_PipeRun=\r\nt_plantgroup.ParentPlantGroup=\r\n"
+    "t_instrfunction.FunctionType_Instrument=\r\nT_InstrFailMode.FailureAction_Instrument=\r\n"
+    "T_InstrFailMode.FailureActionLow_Instrument=\r\n"
     "[Eqp_Nozzle]\r\nT_PlantItem.ItemTag_Equipment=\r\nT_PlantItem.ItemTag_Nozzle=\r\n"
     "t_plantgroup.PlantGroup_Nozzle=\r\nt_plantgroup.PlantGroup_Equipment=\r\n"
     "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nOthers.SP_MODELITEMTIMESTAMP=\r\n"
@@ -115,6 +117,12 @@ TEST_F(ChainKeys, ColumnsAndValues) {
         {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "InlineComp_PlantGroup", "Unit11"},
         {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "PipeRun_UnitCode", "11"},
         {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "ParentPlantGroup", "Area10"},
+        // An inline instrument's failure modes and function, by the component's own reference to
+        // its instrument; FE-1101 has no failure modes, and no inline instrument a function.
+        {"InlineComp_Prun", "InlineComp_ItemTag", "FV-1101", "Instrument_FailureAction", "Fail Closed"},
+        {"InlineComp_Prun", "InlineComp_ItemTag", "FV-1101", "Instrument_FailureActionLow", "Fail Last Position"},
+        {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "Instrument_FailureAction", ""},
+        {"InlineComp_Prun", "InlineComp_ItemTag", "FV-1101", "Instrument_FunctionType", ""},
         {"DuctRuns", "DuctRun_ItemTag", "D-1201", "DuctRun_PlantGroup", "Unit12"},
         {"DuctRuns", "DuctRun_ItemTag", "D-1201", "InlineComp_UnitCode", "12"},
         // The greatest timestamp of the item's three representations.
