@@ -173,5 +173,73 @@ TEST_F(ChainKeys, UnplacedKeysAreLogged) {
     EXPECT_EQ(count, 2u) << run_->output;
 }
 
+// Keys the run cannot place, each named once with its reason; a key whose column another key
+// made stays out, and the first key's values stand.
+TEST_F(ChainKeys, LeftOutKeysAreNamedOnce) {
+    test::WriteFile(box_->root() / "left.ini",
+                    "[General]\r\nAllLoops=0\r\n"
+                    "[InlineComp_Prun]\r\nT_PlantItem.ItemTag_PipeRun=\r\nOthers.NotConnectedRuns=\r\n"
+                    "Others.NumberOfLabels=\r\nOthers.LastRevision=\r\n"
+                    "[Instruments]\r\nT_PlantItem.ItemTag_Instrument=\r\nt_instrument.NominalDiameter=\r\n"
+                    "t_inlinecomp.NominalDiameter_Instrument=\r\nt_status.Status_Instrloop=\r\n"
+                    "T_PlantItem.CreatedDate_Instrloop=\r\n"
+                    "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nt_status.PlantItemGroup_RevisionNumber=\r\n"
+                    "[ItemNotes]\r\nT_Note.NoteText=\r\nt_status.PlantItemGroup_RevisionNumber=\r\n"
+                    "[DuctRuns]\r\nT_PlantItem.ItemTag_DuctRun=\r\nT_PlantItem.Package_Name_DuctRun=\r\n"
+                    "t_status.Status_InlineComp=\r\nOthers.Quantity=\r\n"
+                    "[Drawings]\r\nT_Drawing.Name=\r\nT_Revision.SP_DrawingID=\r\nT_Revision.SP_MajorRevisionNumber=\r\n");
+    const fs::path mdb = box_->root() / "left.mdb";
+    const auto r = box_->Run({"/output", mdb.string(), "/site", (plant_->path() / "plant" / "SmartPlantv4.ini").string(),
+                              "/plant", "PlantA", "/config", (box_->root() / "left.ini").string()});
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    const char* lines[] = {
+        "The attribute Others.NotConnectedRuns of InlineComp_Prun is left out: it counts the OPCs, and the "
+        "category OPCs is not built.",
+        "The attribute Others.NumberOfLabels of InlineComp_Prun is left out: no piping label file is named in the "
+        "configuration (Labels, Piping).",
+        "The attribute Others.LastRevision of InlineComp_Prun is left out: the revision columns are computed for "
+        "Drawings only.",
+        "The attribute t_inlinecomp.NominalDiameter_Instrument of Instruments is left out: its column "
+        "Instrument_NominalDiameter is already made by t_instrument.NominalDiameter.",
+        "The attribute t_status.Status_Instrloop of Instruments is left out: t_status is read for the side "
+        "_Instrument only.",
+        "The attribute T_PlantItem.CreatedDate_Instrloop of Instruments is left out: the history columns are made "
+        "for the side _Instrument only.",
+        "The attribute t_status.PlantItemGroup_RevisionNumber of ItemNotes is left out: PlantItemGroup_RevisionNumber "
+        "is added to Plantitems only.",
+        "The attribute T_PlantItem.Package_Name_DuctRun of DuctRuns is left out: no step of DuctRuns reads the group "
+        "tables.",
+        "The attribute t_status.Status_InlineComp of DuctRuns is left out: the status of DuctRuns' components is "
+        "joined on a piping key.",
+        "The attribute Others.Quantity of DuctRuns is left out: Quantity is added to the chains' categories and "
+        "Drawings only.",
+        "The attribute T_Revision.SP_DrawingID of Drawings is left out: the revisions are joined on it, and the join "
+        "drops it; Drawing_SP_ID holds the same id.",
+    };
+    for (const char* line : lines) EXPECT_NE(r.output.find(line), std::string::npos) << line << "\n" << r.output;
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = r.output.find("The attribute ", at)) != std::string::npos; ++at) ++count;
+    EXPECT_EQ(count, std::size(lines)) << r.output;
+
+    // The instrument's own nominal diameter stands; PSV-1201's inline row agrees, FE-1101 has none.
+    const auto e = test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", mdb.string(), "Instruments"},
+                                    {{"PATH", "/usr/bin:/bin"}});
+    const std::vector<std::string> rows = Split(e.output, "\n");
+    ASSERT_FALSE(rows.empty());
+    const std::vector<std::string> header = Split(rows[0], "|");
+    std::size_t tag = header.size(), diameter = header.size();
+    for (std::size_t i = 0; i < header.size(); ++i) {
+        if (IEquals(header[i], "Instrument_ItemTag")) tag = i;
+        if (IEquals(header[i], "Instrument_NominalDiameter")) diameter = i;
+    }
+    ASSERT_LT(tag, header.size());
+    ASSERT_LT(diameter, header.size());
+    std::map<std::string, std::string> byTag;
+    for (std::size_t i = 1; i < rows.size(); ++i)
+        if (const auto f = Split(rows[i], "|"); f.size() == header.size()) byTag[f[tag]] = f[diameter];
+    EXPECT_EQ(byTag["PSV-1201"], "1\"");
+    EXPECT_EQ(byTag["FE-1101"], "");
+}
+
 }  // namespace
 }  // namespace tb
