@@ -90,6 +90,33 @@ std::vector<std::string> LeaveOutKeysAccessCannotName(AttributeKeys& keys) {
     return leftOut;
 }
 
+namespace {
+std::unordered_set<std::string>& KeysLeftOut() {
+    static std::unordered_set<std::string> keys;
+    return keys;
+}
+std::string LeftOutEntry(std::string_view key, std::string_view category) {
+    return ToLowerAscii(std::string(category) + "\x1f" + std::string(key));
+}
+}  // namespace
+
+void LogKeyLeftOut(std::string_view key, std::string_view category, std::string_view reason) {
+    if (KeyLeftOut(key, category)) return;
+    RememberKeyLeftOut(key, category);
+    LogLine("The attribute " + std::string(key) + " of " + std::string(category) + " is left out: " +
+            std::string(reason) + ".");
+}
+
+void RememberKeyLeftOut(std::string_view key, std::string_view category) {
+    KeysLeftOut().insert(LeftOutEntry(key, category));
+}
+
+bool KeyLeftOut(std::string_view key, std::string_view category) {
+    return KeysLeftOut().count(LeftOutEntry(key, category)) > 0;
+}
+
+void ForgetKeysLeftOut() { KeysLeftOut().clear(); }
+
 std::string MissingColumnLine(std::string_view key, std::string_view category, std::string_view table,
                               std::string_view column) {
     return "The attribute " + std::string(key) + " of " + std::string(category) + " is left out: the plant table " +

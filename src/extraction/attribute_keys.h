@@ -41,6 +41,13 @@ class AttributeKeys {
 // Returns the keys left out, each once.
 std::vector<std::string> LeaveOutKeysAccessCannotName(AttributeKeys& keys);
 
+// The configured keys the run has named as left out, so that a later check names none twice.
+// A run forgets them at its start.
+void LogKeyLeftOut(std::string_view key, std::string_view category, std::string_view reason);
+void RememberKeyLeftOut(std::string_view key, std::string_view category);
+bool KeyLeftOut(std::string_view key, std::string_view category);
+void ForgetKeysLeftOut();
+
 // The log line of a configured key left out because its plant table lacks the column it names;
 // the run goes on without it.
 std::string MissingColumnLine(std::string_view key, std::string_view category, std::string_view table,

@@ -6,6 +6,7 @@
 #include "attributes/catalogue_rules.h"
 #include "attributes/categories.h"
 #include "common/text.h"
+#include "extraction/column_alias.h"
 
 namespace tb::extraction {
 namespace {
@@ -433,9 +434,66 @@ std::vector<KeyedColumn> GetPlantGroupColumns4Side(const AttributeKeys& keys,
     return out;
 }
 
+std::string UnbuiltKeyReason(std::string_view category, std::string_view key) {
+    const auto dot = key.find('.');
+    if (dot == std::string_view::npos) return {};
+    const std::string_view table = key.substr(0, dot);
+    const std::string_view column = key.substr(dot + 1);
+    const auto is = [&](std::string_view t, std::string_view pattern) {
+        return IEquals(table, t) && Like(column, pattern, true);
+    };
+    if (is("Others", "*Revision") && !IEquals(category, "Drawings") &&
+        (IEquals(column, "FirstRevision") || IEquals(column, "Last-1Revision") ||
+         IEquals(column, "Last-2Revision") || IEquals(column, "LastRevision")))
+        return "the revision columns are computed for Drawings only";
+    if (is("Others", "Quantity") && (IEquals(category, "DuctRuns") || IEquals(category, "OPCs")))
+        return "Quantity is added to the chains' categories and Drawings only";
+    if (is("t_status", "PlantItemGroup_RevisionNumber*") && !IEquals(category, "Plantitems"))
+        return "PlantItemGroup_RevisionNumber is added to Plantitems only";
+    const bool groupForm = is("t_plantitem", "Package_*") || is("t_plantitem", "TestSystem_*") ||
+                           is("t_plantitem", "SafetyClass_*");
+    if (IEquals(category, "DuctRuns")) {
+        if (groupForm) return "no step of DuctRuns reads the group tables";
+        // The component side's status is joined on the piping run key, which a duct component
+        // has none of.
+        if (is("t_status", "*_InlineComp")) return "the status of DuctRuns' components is joined on a piping key";
+    }
+    if (IEquals(category, "Instruments") && IEndsWith(column, "_Instrloop")) {
+        if (groupForm) return "the group tables are read for the side _Instrument only";
+        if (IEquals(table, "t_status")) return "t_status is read for the side _Instrument only";
+        // A loop's plant item columns are read from the plant, which keeps no history columns.
+        if (is("t_plantitem", "Created*") || is("t_plantitem", "LastModified*"))
+            return "the history columns are made for the side _Instrument only";
+    }
+    if (IEquals(category, "Drawings") && is("T_Revision", "SP_DrawingID"))
+        return "the revisions are joined on it, and the join drops it; Drawing_SP_ID holds the same id";
+    return {};
+}
+
+std::string ColumnOfKey(std::string_view category, std::string_view key) {
+    const auto dot = key.find('.');
+    if (dot == std::string_view::npos) return std::string(key);
+    const std::string_view table = key.substr(0, dot), column = key.substr(dot + 1);
+    if (IEquals(category, "Plantitems") && IEquals(table, "t_plantitem")) return std::string(column);
+    if ((IEquals(table, "t_status") && IEquals(column, "PlantItemGroup_RevisionNumber")) ||
+        (IEquals(table, "t_revision") && IEquals(column, "VersionAssociated")))
+        return std::string(column);
+    const std::string alias = GetColumnAlias(key);
+    if (IStartsWith(alias, "Drawing_") || IEquals(table, "Others")) return ShortenAlias(alias);
+    return alias;
+}
+
+std::string KeyOfSameColumn(const std::vector<std::string>& keys, std::string_view key) {
+    const std::string alias = GetColumnAlias(key);
+    for (const std::string& other : keys)
+        if (!IEquals(other, key) && IEquals(GetColumnAlias(other), alias)) return other;
+    return {};
+}
+
 std::string UnplacedKeyReason(std::string_view category, std::string_view key) {
     const auto dot = key.find('.');
     if (dot == std::string_view::npos) return "it names no table";
+    if (std::string reason = UnbuiltKeyReason(category, key); !reason.empty()) return reason;
     const std::string_view table = key.substr(0, dot);
     const std::string_view column = key.substr(dot + 1);
     const auto& sides = attributes::CategorySides(category);

@@ -156,6 +156,20 @@ std::vector<KeyedColumn> GetPlantGroupColumns4Side(const AttributeKeys& keys,
 // whether the plant has the column is not asked here.
 std::string UnplacedKeyReason(std::string_view category, std::string_view key);
 
+// Why the run never makes the column of a key that the catalogue offers for a category: the
+// column is computed, joined or read for other categories or sides only ("the revision columns
+// are computed for Drawings only"); empty when nothing rules it out. Every category, Drawings and
+// OPCs too.
+std::string UnbuiltKeyReason(std::string_view category, std::string_view key);
+
+// The column a key gives in its category table: its alias, with Plantitems' own t_plantitem
+// columns unaliased, the computed PlantItemGroup_RevisionNumber and VersionAssociated under their
+// names, and the aliases of drawing columns and of "Others" shortened.
+std::string ColumnOfKey(std::string_view category, std::string_view key);
+
+// Another of `keys` (a category's) whose column is that of `key`, ignoring case; empty if none.
+std::string KeyOfSameColumn(const std::vector<std::string>& keys, std::string_view key);
+
 // The keys with "_Instrument" and "_Instrloop" taken off, without repeats.
 std::vector<std::string> GetInstrumentAttrs(const std::vector<std::string>& keys);
 

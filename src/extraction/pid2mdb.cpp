@@ -208,8 +208,10 @@ void FirstHalf::AttributePass() {
                 const std::string column = FindName(plantColumns, wanted);
                 if (column.empty()) {
                     // The id columns are the run's own: only a configured key is worth a line.
-                    if (i < configured)
+                    if (i < configured) {
                         LogLine(MissingColumnLine(configuredKey(attr), category, source, wanted));
+                        RememberKeyLeftOut(configuredKey(attr), category);
+                    }
                     continue;
                 }
                 const std::string alias = GetColumnAlias(table + "." + attr);
@@ -871,6 +873,7 @@ void PID2MDB(const PID2MDBArguments& arguments) {
         // Step 1.
         run.step = 1;
         SetCancelRequested(false);
+        ForgetKeysLeftOut();
         run.bigPlant = shell::ProgramFlag("BigPlant") && !plantaccess::UseCopyPlantDatabase();
         run.viewerMode = SorrelwickMode();
         run.ductRuns = shell::ProgramFlag("DuctRuns");

@@ -49,7 +49,21 @@ public:
         const std::string query =
             GetSQL4AddCols4DiffTypes(run_.keys, source, category_, suffix, run_.StoreColumns(source));
         if (query.empty()) return false;
+        if (started_) LogKeysOfTakenColumns(source, suffix);
         return AddSql(query, leftKey, rightKey, kind, source);
+    }
+
+    // The join keeps the left table's column of a name both sides have: a key of `source` whose
+    // column another configured key has made already is named in the log.
+    void LogKeysOfTakenColumns(std::string_view source, std::string_view suffix) {
+        const std::vector<std::string>& keys = run_.keys.Keys(category_);
+        for (const std::string& key : keys) {
+            if (!IStartsWith(key, std::string(source) + ".") || (!suffix.empty() && !IEndsWith(key, suffix))) continue;
+            const std::string column = GetColumnAlias(key);
+            if (!st_.ColumnExists(Current(), column)) continue;
+            if (const std::string other = KeyOfSameColumn(keys, key); !other.empty())
+                LogKeyLeftOut(key, category_, "its column " + column + " is already made by " + other);
+        }
     }
 
     // A join step with the rows of a statement.
@@ -163,7 +177,23 @@ void LogUnplacedKeys(const RunContext& run, const std::string& category) {
     if (!run.st().TableExists(category)) return;
     for (const std::string& key : run.keys.Keys(category))
         if (const std::string reason = UnplacedKeyReason(category, key); !reason.empty())
-            LogLine("The attribute " + key + " of " + category + " is left out: " + reason + ".");
+            LogKeyLeftOut(key, category, reason);
+}
+
+// The last word on the keys of each built category: one whose column (by the name rule) is not
+// in its table and that no step has named gets a line, so that no configured key goes silently.
+void LogKeysWithoutColumn(const RunContext& run) {
+    for (const std::string& category : attributes::AllCategoryNames()) {
+        if (!run.st().TableExists(category)) continue;
+        for (const std::string& key : run.keys.Keys(category)) {
+            if (KeyLeftOut(key, category)) continue;
+            const std::string column = ColumnOfKey(category, key);
+            if (run.st().ColumnExists(category, column)) continue;
+            std::string reason = UnbuiltKeyReason(category, key);
+            if (reason.empty()) reason = "no step of the run makes its column " + column;
+            LogKeyLeftOut(key, category, reason);
+        }
+    }
 }
 
 void Completion(RunContext& run, const std::string& category) {
@@ -210,9 +240,11 @@ void InlineCompPrun(RunContext& run) {
             const std::string left = IEquals(suffix, "_PipeRun") ? "piperun_sp_id" : "inlineComp_SP_Id";
             c.Add("t_status", suffix, left, std::string(suffix).substr(1) + "_SP_MODELITEMID");
         }
-    c.Add("T_InstrFunction", "_Instrument", "instrument_SP_ID", "SP_INSTRUMENTID");
+    // The t_instrument join drops its key instrument_SP_ID; the component's own reference
+    // to its instrument holds the same id and stays.
+    c.Add("T_InstrFunction", "_Instrument", "inlineComp_SP_INSTRUMENTID", "SP_INSTRUMENTID");
     c.Finish();
-    c.FailureColumns("instrument_SP_ID");
+    c.FailureColumns("inlineComp_SP_INSTRUMENTID");
     c.PointColumns("Inlinecomp_sp_id");
     StringTable(st, "InlineComp_Prun");
     Completion(run, "InlineComp_Prun");
@@ -478,6 +510,7 @@ void BuildCategories(RunContext& run) {
     if (run.keys.Has("InlineComp_Prun", "Others.NotConnectedRuns")) AddNotConnectedRuns(st);
     if (run.keys.Has("InlineComp_Prun", "Others.NumberOfLabels")) AddNumberOfLabels(st, run.attributeIni);
     DrawingsCategory(run);
+    LogKeysWithoutColumn(run);
     ClearWorkingTables(run);
 
     // Step 41.

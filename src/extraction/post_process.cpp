@@ -141,8 +141,7 @@ void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view 
     for (const KeyedColumn& c :
          GetPlantGroupColumns4Side(keys, category, suffix, ownerSide, TableColumns(store_, "T_PLANTGROUP"))) {
         if (store_.ColumnExists(current_, c.alias)) {
-            LogLine("The attribute " + c.key + " of " + std::string(category) + " is left out: the column " +
-                    c.alias + " is already taken.");
+            LogKeyLeftOut(c.key, category, "the column " + c.alias + " is already taken");
             continue;
         }
         store_.AddColumn(current_, {c.alias, store::ColumnType::Text(100)});

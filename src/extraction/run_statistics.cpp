@@ -8,6 +8,7 @@
 #include "common/error.h"
 #include "common/ini.h"
 #include "common/log.h"
+#include "extraction/attribute_keys.h"
 #include "common/text.h"
 #include "extraction/post_process.h"
 #include "shell/program_settings.h"
@@ -78,6 +79,11 @@ std::string NotConnectedRunsSql(std::string_view db, std::string_view tagFilter)
            "ORDER BY 1, 2";
 }
 
+// The configured key of a statistic that cannot be counted, named as the other unplaced keys are.
+void LogStatisticLeftOut(std::string_view column, std::string_view reason) {
+    LogKeyLeftOut("Others." + std::string(column), "InlineComp_Prun", reason);
+}
+
 }  // namespace
 
 fs::path NotConnectedScratchFile(const fs::path& folder) { return folder / "Tarnbrook-scratch.sqlite"; }
@@ -115,14 +121,17 @@ void AddNotConnectedRuns(store::Store& st, const fs::path& scratchFolder, bool r
     LogLine("Calculating NotConnectedRuns...");
     if (!st.TableExists("InlineComp_Prun")) {
         LogLine("Category InlineComp_Prun does not exist.");
+        LogStatisticLeftOut("NotConnectedRuns", "the category InlineComp_Prun does not exist");
         return;
     }
     if (!st.ColumnExists("InlineComp_Prun", "PipeRun_ITEMTAG")) {
         LogLine("Column PipeRun_ITEMTAG does not exist in the category InlineComp_Prun.");
+        LogStatisticLeftOut("NotConnectedRuns", "it counts by PipeRun_ITEMTAG, which InlineComp_Prun lacks");
         return;
     }
     if (!st.TableExists("Opcs")) {
         LogLine("Category Opcs does not exist.");
+        LogStatisticLeftOut("NotConnectedRuns", "it counts the OPCs, and the category OPCs is not built");
         return;
     }
     LoggedTrap("AddNotConnectedRuns", [&] {
@@ -211,11 +220,13 @@ void AddNumberOfLabels(store::Store& st, const fs::path& attributeIni) {
     LogLine("Calculating NumberOfLabels...");
     if (!st.TableExists("InlineComp_Prun")) {
         LogLine("Category InlineComp_Prun does not exist.");
+        LogStatisticLeftOut("NumberOfLabels", "the category InlineComp_Prun does not exist");
         return;
     }
     const std::vector<std::string> files = PipingLabelFiles(attributeIni);
     if (files.empty()) {
         LogLine("Piping label file name is not defined in the project configuration file " + attributeIni.string());
+        LogStatisticLeftOut("NumberOfLabels", "no piping label file is named in the configuration (Labels, Piping)");
         return;
     }
     LoggedTrap("AddNumberOfLabels", [&] {

@@ -2,10 +2,37 @@
 
 #include <gtest/gtest.h>
 
+#include "common/log.h"
 #include "support/test_support.h"
 
 namespace tb::extraction {
 namespace {
+
+class Lines final : public LogSink {
+public:
+    void Line(std::string_view text) override { lines.emplace_back(text); }
+    void Raw(std::string_view) override {}
+    void Status(std::string_view) override {}
+    std::vector<std::string> lines;
+};
+
+// A key named once as left out is not named again in its category, in any case; a run forgets.
+TEST(AttributeKeys, KeysLeftOutAreNamedOnce) {
+    Lines log;
+    SetLogSink(&log);
+    ForgetKeysLeftOut();
+    LogKeyLeftOut("Others.Quantity", "OPCs", "a reason");
+    LogKeyLeftOut("others.quantity", "opcs", "another reason");
+    LogKeyLeftOut("Others.Quantity", "DuctRuns", "a reason");
+    RememberKeyLeftOut("T_Note.Missing", "ItemNotes");
+    EXPECT_TRUE(KeyLeftOut("t_note.missing", "ItemNotes"));
+    EXPECT_FALSE(KeyLeftOut("T_Note.Missing", "Plantitems"));
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"The attribute Others.Quantity of OPCs is left out: a reason.",
+                                                   "The attribute Others.Quantity of DuctRuns is left out: a reason."}));
+    ForgetKeysLeftOut();
+    EXPECT_FALSE(KeyLeftOut("Others.Quantity", "OPCs"));
+    SetLogSink(nullptr);
+}
 
 // A key written twice in its section (in any case) is one attribute; other categories keep theirs.
 TEST(AttributeKeys, RepeatedKeysAreReadOnce) {

@@ -229,6 +229,65 @@ TEST(CategorySql, UnplacedKeyReason) {
         EXPECT_EQ(UnplacedKeyReason(c.category, c.key), c.reason) << c.category << " " << c.key;
 }
 
+TEST(CategorySql, UnbuiltKeyReason) {
+    struct Case {
+        const char* category;
+        const char* key;
+        const char* reason;
+    } cases[] = {
+        {"Drawings", "Others.LastRevision", ""},
+        {"Eqp_Nozzle", "Others.Last-1Revision", "the revision columns are computed for Drawings only"},
+        {"OPCs", "Others.FirstRevision", "the revision columns are computed for Drawings only"},
+        {"Eqp_Nozzle", "Others.Quantity", ""},
+        {"OPCs", "others.quantity", "Quantity is added to the chains' categories and Drawings only"},
+        {"Plantitems", "t_status.PlantItemGroup_RevisionNumber", ""},
+        {"ItemNotes", "t_status.PlantItemGroup_RevisionNumber",
+         "PlantItemGroup_RevisionNumber is added to Plantitems only"},
+        {"Eqp_Nozzle", "t_status.PlantItemGroup_RevisionNumber_Nozzle",
+         "PlantItemGroup_RevisionNumber is added to Plantitems only"},
+        {"DuctRuns", "t_status.Status_DuctRun", ""},
+        {"DuctRuns", "t_status.Status_InlineComp", "the status of DuctRuns' components is joined on a piping key"},
+        {"DuctRuns", "t_plantitem.TestSystem_Name_DuctRun", "no step of DuctRuns reads the group tables"},
+        {"InlineComp_Prun", "t_plantitem.Package_Name_PipeRun", ""},
+        {"Instruments", "t_plantitem.SafetyClass_Name_Instrument", ""},
+        {"Instruments", "t_plantitem.SafetyClass_Name_Instrloop", "the group tables are read for the side _Instrument only"},
+        {"Instruments", "t_status.Status_Instrloop", "t_status is read for the side _Instrument only"},
+        {"Instruments", "t_plantitem.LastModifiedUser_Instrloop",
+         "the history columns are made for the side _Instrument only"},
+        {"Instruments", "t_plantitem.ItemTag_Instrloop", ""},
+        {"Drawings", "T_Revision.SP_DrawingID",
+         "the revisions are joined on it, and the join drops it; Drawing_SP_ID holds the same id"},
+        {"Drawings", "T_Revision.SP_MajorRevisionNumber", ""},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(UnbuiltKeyReason(c.category, c.key), c.reason) << c.category << " " << c.key;
+    // The chains' own check gives the same reasons.
+    EXPECT_EQ(UnplacedKeyReason("ItemNotes", "t_status.PlantItemGroup_RevisionNumber"),
+              "PlantItemGroup_RevisionNumber is added to Plantitems only");
+}
+
+TEST(CategorySql, ColumnOfKeyAndSharedColumns) {
+    struct Case {
+        const char* category;
+        const char* key;
+        const char* column;
+    } cases[] = {
+        {"Plantitems", "t_plantitem.ItemTag", "ItemTag"},
+        {"Plantitems", "t_status.PlantItemGroup_RevisionNumber", "PlantItemGroup_RevisionNumber"},
+        {"Drawings", "t_revision.VersionAssociated", "VersionAssociated"},
+        {"InlineComp_Prun", "t_plantitem.ItemTag_PipeRun", "PipeRun_ItemTag"},
+        {"Instruments", "t_inlinecomp.NominalDiameter_Instrument", "Instrument_NominalDiameter"},
+        {"InlineComp_Prun", "Others.Quantity", "Quantity"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(ColumnOfKey(c.category, c.key), c.column) << c.key;
+    const std::vector<std::string> keys = {"t_instrument.NominalDiameter", "t_instrument.ItemTag",
+                                           "t_inlinecomp.NominalDiameter_Instrument",
+                                           "t_inlinecomp.NominalDiameter_Instrloop"};
+    EXPECT_EQ(KeyOfSameColumn(keys, "t_inlinecomp.NominalDiameter_Instrument"), "t_instrument.NominalDiameter");
+    EXPECT_EQ(KeyOfSameColumn(keys, "t_instrument.NominalDiameter"), "t_inlinecomp.NominalDiameter_Instrument");
+    EXPECT_EQ(KeyOfSameColumn(keys, "t_inlinecomp.NominalDiameter_Instrloop"), "");
+}
+
 TEST(CategorySql, DrawingColumnsAndFlags) {
     const auto keys =
         Keys({{"Drawings",

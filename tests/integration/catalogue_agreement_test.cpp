@@ -43,41 +43,9 @@ struct KnownFault {
     const char* fault;
 };
 const std::vector<KnownFault> kFailingToday = {
-    {"*", "Others.*Revision", Kind::NoColumn, "new: revision columns are built only in Drawings"},
-    {"DuctRuns", "Others.Quantity", Kind::NoColumn, "new: no Quantity in DuctRuns"},
-    {"OPCs", "Others.Quantity", Kind::NoColumn, "new: no Quantity in OPCs"},
-    {"*", "t_status.PlantItemGroup_RevisionNumber_*", Kind::NoColumn,
-     "new: PlantItemGroup_RevisionNumber is built only in Plantitems"},
-    {"ItemNotes", "t_status.PlantItemGroup_RevisionNumber", Kind::NoColumn,
-     "new: PlantItemGroup_RevisionNumber is built only in Plantitems"},
-    {"DuctRuns", "t_status.*_InlineComp", Kind::NoColumn,
-     "new: no status of DuctRuns' inline components"},
-    {"DuctRuns", "t_plantitem.Package_*", Kind::NoColumn, "new: no package columns in DuctRuns"},
-    {"DuctRuns", "t_plantitem.TestSystem_*", Kind::NoColumn,
-     "new: no test system columns in DuctRuns"},
-    {"Instruments", "t_status.*_Instrloop", Kind::NoColumn, "new: no status of loops"},
-    {"Instruments", "t_plantitem.Created*_Instrloop", Kind::NoColumn,
-     "new: no history columns of loops"},
-    {"Instruments", "t_plantitem.LastModified*_Instrloop", Kind::NoColumn,
-     "new: no history columns of loops"},
-    {"Instruments", "t_plantitem.Package_*_Instrloop", Kind::NoColumn,
-     "new: no group columns of loops"},
-    {"Instruments", "t_plantitem.TestSystem_*_Instrloop", Kind::NoColumn,
-     "new: no group columns of loops"},
-    {"Instruments", "t_plantitem.SafetyClass_*_Instrloop", Kind::NoColumn,
-     "new: no group columns of loops"},
-    {"InlineComp_Prun", "t_instrfunction.*", Kind::NoColumn,
-     "new: instrument functions not joined"},
-    {"InlineComp_Prun", "T_InstrFailMode.*", Kind::NoColumn, "new: failure actions not added"},
-    {"InlineComp_Prun", "Others.NotConnectedRuns", Kind::NoColumn,
-     "new: without OPCs the log gives the reason but not the key"},
-    {"InlineComp_Prun", "Others.NumberOfLabels", Kind::NoColumn,
-     "new: without label files the log gives the reason but not the key"},
-    {"Drawings", "t_revision.SP_DrawingID", Kind::NoColumn, "new: dropped silently"},
     {"Instruments", "t_inlinecomp.NominalDiameter_Instrument", Kind::SharedColumn,
-     "new: the catalogue offers two keys for Instrument_NominalDiameter"},
-    {"Instruments", "t_inlinecomp.NominalDiameter_Instrument", Kind::WrongValues,
-     "new: the column of t_instrument.NominalDiameter keeps its name, the second is dropped"},
+     "new: the catalogue offers two keys for Instrument_NominalDiameter (the run names the second "
+     "in its log)"},
 };
 
 // --- the plant's side ---------------------------------------------------------------------
@@ -241,6 +209,9 @@ std::string SuffixOf(const std::string& key) {
 // The column of the category table that holds the id of the item a key describes.
 std::string IdColumnOf(const std::string& category, const std::string& key) {
     const std::string suffix = SuffixOf(key);
+    // InlineComp_Prun keeps no instrument id of its own: the component names its instrument.
+    if (IEquals(category, "InlineComp_Prun") && IEquals(suffix, "_Instrument"))
+        return "InlineComp_SP_INSTRUMENTID";
     if (!suffix.empty()) return suffix.substr(1) + "_SP_ID";
     const std::string table = ToLowerAscii(key.substr(0, key.find('.')));
     if (IEquals(category, "Plantitems")) return "SP_ID";
@@ -501,6 +472,10 @@ class CatalogueAgreement : public ::testing::Test {
                              "no column " + column + " and no log line naming the key"});
                     continue;
                 }
+                // A key the log names as left out may stand beside the column another key made.
+                if (log.find("The attribute " + key + " of " + category + " is left out") !=
+                    std::string::npos)
+                    continue;
                 const auto expected = PlantValues(plant, category, key);
                 if (!expected) continue;
                 const auto id = table->second.At(expected->idColumn);
@@ -582,6 +557,10 @@ class CatalogueAgreement : public ::testing::Test {
                                     "PlantA", "/config", config.string()});
             ASSERT_EQ(r.exitCode, 0) << r.output;
             CheckRun(plant, groups[g], ReadExtract(mdb, groups[g]), r.output, failures, agreeing);
+            // The last check of the run names keys no step explains; every key of the catalogue
+            // has its column or a reason of its own.
+            EXPECT_EQ(r.output.find("no step of the run makes its column"), std::string::npos)
+                << r.output;
         }
         // The value checks really compared values of every family.
         for (const char* family : {"plant item", "model item", "type table", "group table",
