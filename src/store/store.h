@@ -134,6 +134,8 @@ class Store {
     // them). Values that do not convert raise an error naming table, column and value. A text
     // width too small for the values widens to fit.
     void AlterColumnType(std::string_view table, std::string_view column, const ColumnType& type);
+    // AlterColumnType for several columns of one table, with a single rebuild for all of them.
+    void AlterColumnTypes(std::string_view table, const std::vector<ColumnDef>& columns);
     // A rename that changes only the case goes through a temporary name.
     void RenameTable(std::string_view oldName, std::string_view newName);
     void RenameColumn(std::string_view table, std::string_view oldName, std::string_view newName);
@@ -164,6 +166,8 @@ class Store {
     // (Memo beyond 255 characters); a number column holding text becomes text. True when
     // anything changed. Call after rows arrive by SQL the store did not see.
     bool FitTypesToData(std::string_view table);
+    // The same for the named columns only: those whose values an expression or plain SQL made.
+    bool FitTypesToData(std::string_view table, const std::vector<std::string>& columns);
     // Takes a table made by plain SQL into the catalogue: types from the declarations (Jet's DDL
     // names are understood), text columns given the collation, declarations reduced to the four.
     void AdoptTable(std::string_view table);
@@ -189,7 +193,11 @@ class Store {
     void SetCatalogType(std::string_view table, std::string_view column,
                         const ColumnType& type) const;
     std::optional<ColumnType> CatalogType(std::string_view table, std::string_view column) const;
-    void ConvertValues(const std::string& table, const std::string& column, const ColumnType& type);
+    // Converts the values of the columns (stored names) to their new types: one rebuild for all
+    // whose storage changes, then Jet's checks; sets the catalogue.
+    void ConvertValues(const std::string& table, const std::vector<ColumnDef>& changes);
+    void ChangeTypes(std::string_view table, const std::vector<ColumnDef>& columns);
+    bool FitColumns(const std::string& table, const std::vector<ColumnDef>& columns);
 
     Connection db_;
     std::filesystem::path path_;

@@ -62,6 +62,22 @@ ColumnType TypeFromData(const ColumnStats& s) {
     return ColumnType::Text(255);  // nothing but Null
 }
 
+// Whether values of type `b` always fit the widest of `a` and `b`: the same type, two Text
+// widths, or two number types.
+bool SameKind(const ColumnType& a, const ColumnType& b) {
+    return a == b || (a.jet == JetType::Text && b.jet == JetType::Text) ||
+           (a.isNumber() && b.isNumber());
+}
+
+// Whether every value of a catalogued column of type `source` fits the hint `hint`: a text no
+// wider, or a number as SQLite writes it into text (at most 24 characters).
+bool FitsHint(const ColumnType& hint, const ColumnType& source) {
+    if (hint.jet == JetType::Memo) return true;
+    if (hint.jet != JetType::Text) return hint == source;
+    return (source.jet == JetType::Text && source.width <= hint.width) ||
+           (source.isNumber() && hint.width >= 32);
+}
+
 // A text column's type widened to hold texts of `length` characters.
 ColumnType WidenText(const ColumnType& t, std::int64_t length) {
     if (t.jet != JetType::Text || length <= t.width) return t;
@@ -176,69 +192,6 @@ void Store::AddCounterId(std::string_view table, std::string_view column) {
     });
 }
 
-void Store::ConvertValues(const std::string& table, const std::string& column,
-                          const ColumnType& type) {
-    const ColumnType old = TypeOf(table, column);
-    if (old.storage() != type.storage() || old.counter) {
-        std::vector<RebuildColumn> rebuilt;
-        for (const ColumnDef& d : Columns(table)) {
-            if (d.name == column)
-                rebuilt.push_back({d.name, type, ConversionExpression(d.name, type)});
-            else
-                rebuilt.push_back({d.name, d.type, QuoteName(d.name)});
-        }
-        Rebuild(table, rebuilt);
-    }
-    const std::string t = QuoteName(table), c = QuoteName(column);
-    const Storage storage = type.storage();
-    if (storage == Storage::Integer) {
-        Execute("UPDATE " + t + " SET " + c + " = jround(" + c + ") WHERE typeof(" + c +
-                ") = 'real'");
-        if (type.jet == JetType::Boolean && old.jet != JetType::Boolean)
-            Execute("UPDATE " + t + " SET " + c + " = CASE WHEN " + c +
-                    " <> 0 THEN -1 ELSE 0 END WHERE typeof(" + c + ") = 'integer'");
-    }
-    if (storage == Storage::Integer || storage == Storage::Real) {
-        const Value bad = QueryValue("SELECT " + c + " FROM " + t + " WHERE typeof(" + c +
-                                     ") NOT IN ('integer', 'real', 'null') LIMIT 1");
-        if (!bad.isNull())
-            throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table +
-                                              "' cannot become " + type.Name() + ": the value '" +
-                                              bad.ToText() + "' is not a number.");
-    }
-    if (storage == Storage::Integer) {
-        const auto [lo, hi] = IntegerRange(type.jet);
-        const Value bad = QueryValue(
-            "SELECT " + c + " FROM " + t + " WHERE " + c + " < ?1 OR " + c + " > ?2 LIMIT 1",
-            {lo, hi});
-        if (!bad.isNull())
-            throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table +
-                                              "' cannot become " + type.Name() + ": the value " +
-                                              bad.ToText() + " is out of its range.");
-    }
-    SetCatalogType(table, column, type);
-}
-
-void Store::AlterColumnType(std::string_view table, std::string_view column,
-                            const ColumnType& type) {
-    Trap("AlterColumnType", [&] {
-        const std::string t = RequireTable(table, {});
-        const std::string c = RequireColumn(t, column, {});
-        if (type.counter) throw Error(kErrInternal, "A counter column is made by AddCounterId.");
-        const ColumnType old = TypeOf(t, c);
-        Transaction tx(handle());
-        if (old.storage() == type.storage() && !old.counter && !type.isNumber())
-            SetCatalogType(t, c, type);
-        else
-            ConvertValues(t, c, type);
-        if (type.jet == JetType::Text) {
-            const ColumnStats s = Stats(*this, t, {c})[0];
-            SetCatalogType(t, c, WidenText(type, s.maxLength));
-        }
-        tx.Commit();
-    });
-}
-
 // Only what FitTypesToData acts on, in one scan: whether a number column holds text or bytes, and
 // the longest text of a text column. Far cheaper than the full statistics on a big table.
 namespace {
@@ -271,32 +224,142 @@ std::vector<ColumnStats> FitStats(const Store& store, const std::string& table, 
 }
 }  // namespace
 
+void Store::ConvertValues(const std::string& table, const std::vector<ColumnDef>& changes) {
+    // One rebuild for every column whose storage changes, then the checks column by column.
+    std::vector<ColumnType> olds;
+    bool rebuild = false;
+    for (const ColumnDef& ch : changes) {
+        olds.push_back(TypeOf(table, ch.name));
+        rebuild |= olds.back().storage() != ch.type.storage() || olds.back().counter;
+    }
+    if (rebuild) {
+        std::vector<RebuildColumn> rebuilt;
+        for (const ColumnDef& d : Columns(table)) {
+            const auto ch = std::find_if(changes.begin(), changes.end(),
+                                         [&](const ColumnDef& c) { return c.name == d.name; });
+            const std::size_t i = static_cast<std::size_t>(ch - changes.begin());
+            if (ch != changes.end() &&
+                (olds[i].storage() != ch->type.storage() || olds[i].counter))
+                rebuilt.push_back({d.name, ch->type, ConversionExpression(d.name, ch->type)});
+            else
+                rebuilt.push_back({d.name, d.type, QuoteName(d.name)});
+        }
+        Rebuild(table, rebuilt);
+    }
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        const std::string& column = changes[i].name;
+        const ColumnType& type = changes[i].type;
+        const ColumnType& old = olds[i];
+        const std::string t = QuoteName(table), c = QuoteName(column);
+        const Storage storage = type.storage();
+        if (storage == Storage::Integer) {
+            Execute("UPDATE " + t + " SET " + c + " = jround(" + c + ") WHERE typeof(" + c +
+                    ") = 'real'");
+            if (type.jet == JetType::Boolean && old.jet != JetType::Boolean)
+                Execute("UPDATE " + t + " SET " + c + " = CASE WHEN " + c +
+                        " <> 0 THEN -1 ELSE 0 END WHERE typeof(" + c + ") = 'integer'");
+        }
+        if (storage == Storage::Integer || storage == Storage::Real) {
+            const Value bad = QueryValue("SELECT " + c + " FROM " + t + " WHERE typeof(" + c +
+                                         ") NOT IN ('integer', 'real', 'null') LIMIT 1");
+            if (!bad.isNull())
+                throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table +
+                                                  "' cannot become " + type.Name() + ": the value '" +
+                                                  bad.ToText() + "' is not a number.");
+        }
+        if (storage == Storage::Integer) {
+            const auto [lo, hi] = IntegerRange(type.jet);
+            const Value bad = QueryValue(
+                "SELECT " + c + " FROM " + t + " WHERE " + c + " < ?1 OR " + c + " > ?2 LIMIT 1",
+                {lo, hi});
+            if (!bad.isNull())
+                throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table +
+                                                  "' cannot become " + type.Name() + ": the value " +
+                                                  bad.ToText() + " is out of its range.");
+        }
+        SetCatalogType(table, column, type);
+    }
+}
+
+void Store::AlterColumnType(std::string_view table, std::string_view column,
+                            const ColumnType& type) {
+    Trap("AlterColumnType", [&] { ChangeTypes(table, {{std::string(column), type}}); });
+}
+
+void Store::AlterColumnTypes(std::string_view table, const std::vector<ColumnDef>& columns) {
+    Trap("AlterColumnTypes", [&] { ChangeTypes(table, columns); });
+}
+
+void Store::ChangeTypes(std::string_view table, const std::vector<ColumnDef>& columns) {
+    const std::string t = RequireTable(table, {});
+    std::vector<ColumnDef> converted, texts;
+    Transaction tx(handle());
+    for (const ColumnDef& want : columns) {
+        const std::string c = RequireColumn(t, want.name, {});
+        if (want.type.counter) throw Error(kErrInternal, "A counter column is made by AddCounterId.");
+        const ColumnType old = TypeOf(t, c);
+        if (old.storage() == want.type.storage() && !old.counter && !want.type.isNumber())
+            SetCatalogType(t, c, want.type);
+        else
+            converted.push_back({c, want.type});
+        if (want.type.jet == JetType::Text) texts.push_back({c, want.type});
+    }
+    if (!converted.empty()) ConvertValues(t, converted);
+    const std::vector<ColumnStats> stats = FitStats(*this, t, texts);
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        SetCatalogType(t, texts[i].name, WidenText(texts[i].type, stats[i].maxLength));
+    tx.Commit();
+}
+
+
 bool Store::FitTypesToData(std::string_view table) {
     return Trap("FitTypesToData", [&] {
         const std::string t = RequireTable(table, {});
-        const std::vector<ColumnDef> cols = Columns(t);
-        const std::vector<ColumnStats> stats = FitStats(*this, t, cols);
-        Transaction tx(handle());
-        bool changed = false;
-        for (std::size_t i = 0; i < cols.size(); ++i) {
-            const ColumnDef& d = cols[i];
-            const Storage storage = d.type.storage();
-            if ((storage == Storage::Integer || storage == Storage::Real) &&
-                (stats[i].text || stats[i].blob)) {
-                // Text arrived where numbers stood (a decode without a type change first).
-                ConvertValues(t, d.name, ColumnType::Text(255));
-                SetCatalogType(
-                    t, d.name,
-                    WidenText(ColumnType::Text(255), Stats(*this, t, {d.name})[0].maxLength));
-                changed = true;
-            } else if (d.type.jet == JetType::Text && stats[i].maxLength > d.type.width) {
-                SetCatalogType(t, d.name, WidenText(d.type, stats[i].maxLength));
-                changed = true;
-            }
-        }
-        tx.Commit();
-        return changed;
+        return FitColumns(t, Columns(t));
     });
+}
+
+bool Store::FitTypesToData(std::string_view table, const std::vector<std::string>& columns) {
+    return Trap("FitTypesToData", [&] {
+        const std::string t = RequireTable(table, {});
+        std::vector<ColumnDef> chosen;
+        for (const ColumnDef& d : Columns(t))
+            for (const std::string& c : columns)
+                if (CompareIgnoringCase(c, d.name) == 0) {
+                    chosen.push_back(d);
+                    break;
+                }
+        return FitColumns(t, chosen);
+    });
+}
+
+bool Store::FitColumns(const std::string& t, const std::vector<ColumnDef>& cols) {
+    if (cols.empty()) return false;
+    const std::vector<ColumnStats> stats = FitStats(*this, t, cols);
+    Transaction tx(handle());
+    // Text arrived where numbers stood (a decode without a type change first): one rebuild.
+    std::vector<ColumnDef> toText;
+    bool changed = false;
+    for (std::size_t i = 0; i < cols.size(); ++i) {
+        const ColumnDef& d = cols[i];
+        const Storage storage = d.type.storage();
+        if ((storage == Storage::Integer || storage == Storage::Real) &&
+            (stats[i].text || stats[i].blob)) {
+            toText.push_back({d.name, ColumnType::Text(255)});
+            changed = true;
+        } else if (d.type.jet == JetType::Text && stats[i].maxLength > d.type.width) {
+            SetCatalogType(t, d.name, WidenText(d.type, stats[i].maxLength));
+            changed = true;
+        }
+    }
+    if (!toText.empty()) {
+        ConvertValues(t, toText);
+        const std::vector<ColumnStats> texts = FitStats(*this, t, toText);
+        for (std::size_t i = 0; i < toText.size(); ++i)
+            SetCatalogType(t, toText[i].name, WidenText(ColumnType::Text(255), texts[i].maxLength));
+    }
+    tx.Commit();
+    return changed;
 }
 
 void Store::SelectInto(std::string_view select, std::string_view target, const TypeHints& hints) {
@@ -306,6 +369,9 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
         std::vector<std::string> names;
         std::vector<std::optional<ColumnType>> types;
         std::vector<bool> hinted;
+        // Columns that copy catalogued columns of one kind in every branch: their values already
+        // fit the type, so only the others are scanned afterwards.
+        std::vector<bool> copied;
         {
             Statement st(handle(), select);
             const int n = st.ColumnCount();
@@ -321,6 +387,7 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
             }
             types.resize(names.size());
             hinted.resize(names.size());
+            copied.assign(names.size(), true);
             for (std::size_t i = 0; i < names.size(); ++i)
                 for (const ColumnDef& h : hints)
                     if (CompareIgnoringCase(h.name, names[i]) == 0) {
@@ -333,7 +400,6 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
             // branch of every UNION the column passes through.
             auto learn = [&](sqlite3_stmt* s) {
                 for (std::size_t i = 0; i < names.size(); ++i) {
-                    if (hinted[i]) continue;
                     const int k = static_cast<int>(i);
                     const char* tbl = sqlite3_column_table_name(s, k);
                     const char* col = sqlite3_column_origin_name(s, k);
@@ -341,26 +407,39 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
                     std::optional<ColumnType> t;
                     if (tbl && col && dbName && std::string_view(dbName) == "main")
                         t = CatalogType(tbl, col);
+                    if (hinted[i]) {
+                        if (!t || !FitsHint(*types[i], *t)) copied[i] = false;
+                        continue;
+                    }
                     if (!t) {
+                        copied[i] = false;
                         const char* decl = sqlite3_column_decltype(s, k);
                         if (decl) t = ColumnType::FromDeclaration(decl);
                     }
                     if (!t) continue;
                     t->counter = false;
+                    if (types[i] && !SameKind(*types[i], *t)) copied[i] = false;
                     types[i] = types[i] ? Widest(*types[i], *t) : *t;
                 }
             };
             learn(st.get());
-            if (const auto variants = CompoundVariants(select)) {
+            const auto variants = CompoundVariants(select);
+            bool everyBranch = variants.has_value();
+            if (variants) {
                 for (const std::string& v : *variants) {
                     try {
                         Statement vs(handle(), v);
-                        if (vs.ColumnCount() == n) learn(vs.get());
+                        if (vs.ColumnCount() == n)
+                            learn(vs.get());
+                        else
+                            everyBranch = false;
                     } catch (const Error&) {
                         // A rewritten branch that does not prepare on its own tells nothing.
+                        everyBranch = false;
                     }
                 }
             }
+            if (!everyBranch) copied.assign(names.size(), false);
         }
 
         Transaction tx(handle());
@@ -375,8 +454,12 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
         Execute("INSERT INTO " + QuoteName(tname) + " " + std::string(select));
 
         std::vector<std::string> unknown;
+        std::vector<bool> unknownAtFirst(names.size());
         for (std::size_t i = 0; i < names.size(); ++i)
-            if (!types[i]) unknown.push_back(names[i]);
+            if (!types[i]) {
+                unknown.push_back(names[i]);
+                unknownAtFirst[i] = true;
+            }
         if (!unknown.empty()) {
             const std::vector<ColumnStats> stats = Stats(*this, tname, unknown);
             std::vector<RebuildColumn> rebuilt;
@@ -392,7 +475,12 @@ void Store::SelectInto(std::string_view select, std::string_view target, const T
             Rebuild(tname, rebuilt);
         }
         for (std::size_t i = 0; i < names.size(); ++i) SetCatalogType(tname, names[i], *types[i]);
-        FitTypesToData(tname);
+        // Columns typed from their data fit already; hints narrower than their sources, types from
+        // a declaration and unions of several kinds may not hold their values.
+        std::vector<std::string> toFit;
+        for (std::size_t i = 0; i < names.size(); ++i)
+            if (!copied[i] && !unknownAtFirst[i]) toFit.push_back(names[i]);
+        FitTypesToData(tname, toFit);
         tx.Commit();
     });
 }

@@ -59,6 +59,8 @@ TEST(SelectInto, HintsCounterAndLongText) {
     s.AddCounterId("t");
     Fill(s, "t (name)", "('ab'), ('cd')");
     s.Execute("UPDATE t SET name = name || '" + std::string(300, 'x') + "' WHERE ID = 2");
+    // Whoever writes rows by plain SQL fits the types; SelectInto trusts the copied column's.
+    EXPECT_TRUE(s.FitTypesToData("t"));
     s.SelectInto("SELECT ID, name, ID * 2 AS twice FROM t", "u",
                  {{"twice", ColumnType::Integer()}});
     // A copied counter is a Long; the 305-character text made the column a Memo.
@@ -124,6 +126,67 @@ TEST(FitTypesToData, TextArrivingInNumbersAndLongTexts) {
     EXPECT_TRUE(s.FitTypesToData("t"));
     EXPECT_EQ(Types(s, "t"), "n:Text(255),s:Text(7)");
     EXPECT_EQ(Render(s, "SELECT n, typeof(n) FROM t ORDER BY _rowid_"), "Open|text;2|text");
+}
+
+TEST(AlterColumnTypes, SeveralColumnsInOneGo) {
+    Store s = Store::InMemory();
+    s.CreateTable("t", {{"a", ColumnType::Long()},
+                        {"b", ColumnType::Double()},
+                        {"c", ColumnType::Text(3)},
+                        {"d", ColumnType::Text(10)}});
+    s.IndexColumn("a", "t");
+    Fill(s, "t", "(3, 1.5, 'x', '12'), (NULL, 3.0, 'yy', NULL)");
+    s.AlterColumnTypes("t", {{"a", ColumnType::Text(255)},
+                             {"b", ColumnType::Text(1)},
+                             {"d", ColumnType::Long()}});
+    // Numbers become text as Access shows them ("3" for a REAL 3.0), a width too small widens,
+    // numeric text becomes a number; the untouched column and the index stay.
+    EXPECT_EQ(Types(s, "t"), "a:Text(255),b:Text(3),c:Text(3),d:Long");
+    EXPECT_EQ(Render(s, "SELECT a, b, typeof(b), c, d, typeof(d) FROM t ORDER BY _rowid_"),
+              "3|1.5|text|x|12|integer;<null>|3|text|yy|<null>|null");
+    EXPECT_EQ(IndexList(s, "t"), "a(a)");
+    // A value that does not convert leaves every column as it was.
+    EXPECT_EQ(Outcome([&] {
+                  s.AlterColumnTypes("t", {{"b", ColumnType::Double()}, {"c", ColumnType::Long()}});
+              }),
+              "error: Column 'c' of table 't' cannot become Long: the value 'x' is not a number.");
+    EXPECT_EQ(Types(s, "t"), "a:Text(255),b:Text(3),c:Text(3),d:Long");
+    EXPECT_EQ(Render(s, "SELECT b, typeof(b) FROM t ORDER BY _rowid_"), "1.5|text;3|text");
+}
+
+TEST(FitTypesToData, OnlyTheNamedColumns) {
+    Store s = Store::InMemory();
+    s.CreateTable("t", {{"n", ColumnType::Long()}, {"m", ColumnType::Long()},
+                        {"s", ColumnType::Text(2)}, {"u", ColumnType::Text(2)}});
+    Fill(s, "t", "(1, 1, 'a', 'a')");
+    s.Execute("UPDATE t SET n = 'Open', m = 'Shut', s = 'abc', u = 'abcd'");
+    EXPECT_TRUE(s.FitTypesToData("t", {"N", "s"}));
+    EXPECT_EQ(Types(s, "t"), "n:Text(255),m:Long,s:Text(3),u:Text(2)");
+    EXPECT_FALSE(s.FitTypesToData("t", {"n", "s"}));
+    EXPECT_TRUE(s.FitTypesToData("t"));
+    EXPECT_EQ(Types(s, "t"), "n:Text(255),m:Text(255),s:Text(3),u:Text(4)");
+}
+
+// SelectInto scans only the columns whose values may not fit the type it gave them.
+TEST(SelectInto, FitsWhatTheCatalogueDoesNotVouchFor) {
+    Store s = Store::InMemory();
+    s.CreateTable("t", {{"s", ColumnType::Text(4)}, {"n", ColumnType::Long()}});
+    Fill(s, "t", "('abcd', 7)");
+    s.Execute("CREATE TABLE plain (v varchar(2))");
+    s.Execute("INSERT INTO plain VALUES ('long text')");
+    // A hint too narrow, a union with a branch from a table the catalogue does not know, a union
+    // whose second branch is an expression, and a column of that table alone.
+    s.SelectInto("SELECT s AS h, s AS copy FROM t", "a", {{"h", ColumnType::Text(2)}});
+    EXPECT_EQ(Types(s, "a"), "h:Text(4),copy:Text(4)");
+    s.SelectInto("SELECT s AS x FROM t UNION ALL SELECT v FROM plain", "b");
+    EXPECT_EQ(Types(s, "b"), "x:Text(9)");
+    s.SelectInto("SELECT s AS x FROM t UNION ALL SELECT jcat(s, s, s) FROM t", "c");
+    EXPECT_EQ(Types(s, "c"), "x:Text(12)");
+    s.SelectInto("SELECT n AS x FROM t UNION ALL SELECT 'text' FROM t", "e");
+    EXPECT_EQ(Types(s, "e"), "x:Text(255)");
+    EXPECT_EQ(Render(s, "SELECT x, typeof(x) FROM e ORDER BY _rowid_"), "7|text;text|text");
+    s.SelectInto("SELECT v FROM plain", "f");
+    EXPECT_EQ(Types(s, "f"), "v:Text(9)");
 }
 
 TEST(Counter, DropAndOrder) {
