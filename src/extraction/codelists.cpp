@@ -225,6 +225,68 @@ void FillGlossary(store::Store& store) {
     });
 }
 
+std::string DecodeLookupSql() {
+    // Keys compare in binary, as the text of "'' & code" did: the columns are declared without
+    // the store's collation. Names compare through lcase, codes as text; the last row wins.
+    return "CREATE TABLE [__tb_decode] (a TEXT COLLATE BINARY, k TEXT COLLATE BINARY, txt TEXT); "
+           "INSERT INTO [__tb_decode] (a, k, txt) "
+           "SELECT lcase(ATTRIBUTE_NAME), jcat('', CODELIST_INDEX), CODELIST_TEXT "
+           "FROM [Codelist_cp] WHERE ATTRIBUTE_NAME IS NOT NULL AND _rowid_ IN "
+           "(SELECT max(_rowid_) FROM [Codelist_cp] WHERE ATTRIBUTE_NAME IS NOT NULL "
+           "GROUP BY lcase(ATTRIBUTE_NAME), jcat('', CODELIST_INDEX))";
+}
+
+std::string DecodeLookupIndexSql() {
+    return "CREATE UNIQUE INDEX [__tb_decode_ak] ON [__tb_decode](a, k)";
+}
+
+std::string DecodeUpdateSql(std::string_view table, const std::vector<DecodedColumn>& columns) {
+    if (columns.empty()) throw Error(kErrInternal, "DecodeUpdateSql: no column to decode.");
+    const std::string t = Bracket(table);
+    std::string sql = "UPDATE " + t + " SET ";
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const std::string c = t + "." + Bracket(columns[i].column);
+        // One probe: a found Null text comes back as the empty blob, which no code text is, and
+        // turns back into Null; a value that is itself the empty blob stays.
+        sql += (i ? ", " : "") + Bracket(columns[i].column) + " = CASE WHEN " + c +
+               " = X'' THEN " + c + " ELSE nullif(coalesce((SELECT ifnull(txt, X'') FROM "
+               "[__tb_decode] WHERE a = lcase(" + SqlLiteral(columns[i].attribute) +
+               ") AND k = jcat('', " + c + ")), " + c + "), X'') END";
+    }
+    return sql;
+}
+
+void MakeDecodeLookup(store::Store& store) {
+    DropDecodeLookup(store);
+    store.Execute(DecodeLookupSql());
+    store.Execute(DecodeLookupIndexSql());
+}
+
+void DropDecodeLookup(store::Store& store) {
+    store.Execute("DROP TABLE IF EXISTS [__tb_decode]");
+}
+
+void DecodeTable(store::Store& store, std::string_view table,
+                 const std::vector<DecodedColumn>& columns) {
+    Trap("DecodeTable", [&] {
+        if (columns.empty()) return;
+        const std::string t = *store.FindTable(table);
+        std::vector<store::ColumnDef> toText;
+        std::vector<std::string> names;
+        for (const DecodedColumn& d : columns) {
+            names.push_back(d.column);
+            if (!store.TypeOf(t, d.column).isText())
+                toText.push_back({d.column, store::ColumnType::Text(255)});
+        }
+        store::Transaction tx(store.handle());
+        if (!toText.empty()) store.AlterColumnTypes(t, toText);
+        store.Execute(DecodeUpdateSql(t, columns));
+        // Code texts longer than a column's width widen it.
+        store.FitTypesToData(t, names);
+        tx.Commit();
+    });
+}
+
 std::string DecodeAttributeName(std::string_view table, std::string_view column,
                                 const DecodeColumns& known) {
     if (IEquals(table, "PID") || IEquals(table, "Drawings")) {

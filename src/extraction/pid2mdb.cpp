@@ -700,34 +700,20 @@ void FirstHalf::Decode() {
     std::vector<std::string> tables = run_.decodeList;
     for (const char* t : {"T_CaseProcess", "T_CaseControl"})
         if (st_.TableExists(t) && !HasName(tables, t)) tables.emplace_back(t);
+    MakeDecodeLookup(st_);
     for (const std::string& table : tables) {
         if (!st_.TableExists(table)) continue;
-        bool decoded = false;
+        std::vector<DecodedColumn> coded;
         for (const store::ColumnDef& column : st_.Columns(table)) {
             const std::string& col = column.name;
             if (IEquals(col, "CASETYPE") || IEquals(col, "QUALITY") || IEquals(col, "CASECLASS")) continue;
-            const std::string name = DecodeAttributeName(table, col, known);
-            if (!HasName(listed, name)) continue;
-            if (!column.type.isText()) st_.AlterColumnType(table, col, store::ColumnType::Text(255));
-            // Codes compare as text, as Access's "'' & t.col = '' & tc.CODELIST_INDEX" does; the
-            // list goes into an indexed lookup table first, so each row costs one probe.
-            st_.Execute("DROP TABLE IF EXISTS [__tb_decode]");
-            st_.ExecuteCount("CREATE TABLE [__tb_decode] AS SELECT jcat('', CODELIST_INDEX) AS k, CODELIST_TEXT AS txt "
-                             "FROM [Codelist_cp] WHERE lcase(ATTRIBUTE_NAME)=lcase(?1) AND " +
-                                 store::LastRowsFilter("Codelist_cp", "jcat('', CODELIST_INDEX)",
-                                                       "lcase(ATTRIBUTE_NAME)=lcase(?1)"),
-                             {store::Value(name)});
-            st_.Execute("CREATE INDEX [__tb_decode_k] ON [__tb_decode](k)");
-            const std::string t = store::SqlName(table), c = store::SqlName(col);
-            st_.Execute("UPDATE " + t + " SET " + c + " = (SELECT txt FROM [__tb_decode] WHERE k = jcat('', " +
-                        t + "." + c + ")) WHERE jcat('', " + c + ") IN (SELECT k FROM [__tb_decode])");
-            st_.Execute("DROP TABLE [__tb_decode]");
-            decoded = true;
+            std::string name = DecodeAttributeName(table, col, known);
+            if (HasName(listed, name)) coded.push_back({col, std::move(name)});
         }
-        // Code texts longer than the column's width widen it; one scan for all decoded columns.
-        if (decoded) st_.FitTypesToData(table);
+        DecodeTable(st_, table, coded);
         run_.CheckCancel();
     }
+    DropDecodeLookup(st_);
 }
 
 void FirstHalf::PrepareTag() {

@@ -43,6 +43,48 @@ TEST(Codelists, FailureActionLowAndNoValueRows) {
     EXPECT_EQ(Render(store, "SELECT count(*) FROM Codelist_cp"), "12");
 }
 
+TEST(Codelists, DecodeUpdateSql) {
+    EXPECT_EQ(DecodeUpdateSql("t", {{"Fluid", "FluidCode"}, {"O'x", "it's"}}),
+              "UPDATE [t] SET [Fluid] = CASE WHEN [t].[Fluid] = X'' THEN [t].[Fluid] ELSE "
+              "nullif(coalesce((SELECT ifnull(txt, X'') FROM [__tb_decode] WHERE a = "
+              "lcase('FluidCode') AND k = jcat('', [t].[Fluid])), [t].[Fluid]), X'') END, "
+              "[O'x] = CASE WHEN [t].[O'x] = X'' THEN [t].[O'x] ELSE "
+              "nullif(coalesce((SELECT ifnull(txt, X'') FROM [__tb_decode] WHERE a = "
+              "lcase('it''s') AND k = jcat('', [t].[O'x])), [t].[O'x]), X'') END");
+    EXPECT_THROW(DecodeUpdateSql("t", {}), Error);
+}
+
+TEST(Codelists, DecodeTable) {
+    auto store = store::Store::InMemory();
+    MakeTable(store, "Codelist_cp", {"ATTRIBUTE_NAME", "CODELIST_INDEX:Long", "CODELIST_TEXT"},
+              "('FailureAction', 1, 'Open'), ('FailureAction', 2, 'Close'), "
+              "('failureaction', 2, 'Closed again'), ('Insulation', 1, NULL), "
+              "('Insulation', -1, NULL), ('Status', 1, 'A very long status text'), "
+              "('Status', NULL, 'Unset'), ('Status', 3, ''), (NULL, 7.5, 'orphan')");
+    MakeTable(store, "t", {"FailureAction:Double", "Insulation", "Status", "Other:Long"},
+              "(1, '1', '1', 10), (2.0, '-1', NULL, 20), (7.5, 'x', NULL, 2), "
+              "(NULL, NULL, '9', 1), (NULL, X'', '3', 0)");
+    store.AlterColumnType("t", "Insulation", store::ColumnType::Text(10));
+    store.AlterColumnType("t", "Status", store::ColumnType::Text(3));
+    MakeDecodeLookup(store);
+    DecodeTable(store, "T", {{"FailureAction", "FAILUREACTION"}, {"Insulation", "Insulation"},
+                             {"Status", "status"}});
+    DropDecodeLookup(store);
+    // The number column became text (2.0 is the code "2"; the last row of a repeated index wins,
+    // lists compare through lcase); a code whose text is Null gives Null; a Null code decodes
+    // only through a row with a Null index; codes not listed stay; the undecoded column is left.
+    EXPECT_EQ(Render(store, "SELECT * FROM t ORDER BY _rowid_"),
+              "Open|<null>|A very long status text|10;Closed again|<null>|Unset|20;"
+              "7.5|x|Unset|2;<null>|<null>|9|1;<null>|||0");
+    // An empty text decodes to the empty text; an empty blob (no code) stays a blob.
+    EXPECT_EQ(Render(store, "SELECT typeof(Insulation), typeof(Status) FROM t WHERE Other = 0"),
+              "blob|text");
+    EXPECT_EQ(Shape(store, "t"),
+              "FailureAction:Text(255),Insulation:Text(10),Status:Text(23),Other:Long");
+    EXPECT_EQ(Render(store, "SELECT count(*) FROM sqlite_schema WHERE name LIKE '__tb_decode%'"),
+              "0");
+}
+
 TEST(Codelists, GlossaryOwners) {
     struct Case {
         const char* column;
