@@ -270,7 +270,8 @@ void DecodeTable(store::Store& store, std::string_view table,
                  const std::vector<DecodedColumn>& columns) {
     Trap("DecodeTable", [&] {
         if (columns.empty()) return;
-        const std::string t = *store.FindTable(table);
+        // A missing table fails in the statements below, with its name.
+        const std::string t = store.FindTable(table).value_or(std::string(table));
         std::vector<store::ColumnDef> toText;
         std::vector<std::string> names;
         for (const DecodedColumn& d : columns) {
