@@ -51,28 +51,29 @@ std::string NotConnectedRunsSql(const NotConnectedInputs& in) {
     }
     runs += " GROUP BY Piperun_sp_id, PipeRun_ITEMTAG";
     // The run's neighbour items: the ends of its connectors, the far ends of connectors that end on
-    // it, and the tags of its off-page connectors.
-    auto ends = [](const char* end, const char* on) {
-        return std::string("SELECT r.run, r.tag, c.SP_CONNECTITEM") + end +
-               "ID AS cid FROM runs r INNER JOIN PID p ON r.run = p.SP_ID " + on;
-    };
-    std::string nb = ends("1", "LEFT JOIN t_connector c ON p.REPRESENTATION_ID = c.SP_ID") + " UNION ALL " +
-                     ends("2", "LEFT JOIN t_connector c ON p.REPRESENTATION_ID = c.SP_ID") + " UNION ALL " +
-                     ends("1", "INNER JOIN t_connector c ON c.SP_CONNECTITEM2ID = p.REPRESENTATION_ID") +
-                     " UNION ALL " +
-                     ends("2", "INNER JOIN t_connector c ON c.SP_CONNECTITEM1ID = p.REPRESENTATION_ID");
+    // it, and the tags of its off-page connectors. Its representations are looked up once.
+    const std::string reps =
+        "SELECT r.run, r.tag, p.REPRESENTATION_ID AS rep FROM runs r INNER JOIN PID p ON r.run = p.SP_ID";
+    const std::string own = "SELECT x.run, x.tag, c.SP_CONNECTITEM1ID AS c1, c.SP_CONNECTITEM2ID AS c2 FROM reps x "
+                            "LEFT JOIN t_connector c ON x.rep = c.SP_ID";
+    std::string nb = "SELECT run, tag, c1 AS cid FROM own UNION ALL SELECT run, tag, c2 FROM own UNION ALL "
+                     "SELECT x.run, x.tag, c.SP_CONNECTITEM1ID FROM reps x INNER JOIN t_connector c ON "
+                     "c.SP_CONNECTITEM2ID = x.rep UNION ALL SELECT x.run, x.tag, c.SP_CONNECTITEM2ID FROM reps x "
+                     "INNER JOIN t_connector c ON c.SP_CONNECTITEM1ID = x.rep";
     if (in.opcRun)
         nb += std::string(" UNION ALL SELECT r.run, r.tag, ") + (in.opcTag ? "o.Opc_opctag" : "NULL") +
               " AS cid FROM runs r INNER JOIN OPCs o ON r.run = o.Plantitem_SP_ID";
     // A (tag, item) pair that two runs of the tag share joins them; a run of a tag of two runs or
-    // more that joins no other counts.
-    return "WITH runs AS (" + runs + "), nb AS (SELECT DISTINCT run, tag, cid FROM (" + nb +
-           ")), shared AS (SELECT tag, cid FROM nb WHERE cid IS NOT NULL GROUP BY tag, cid HAVING count(*) >= 2), "
-           "joined AS (SELECT DISTINCT n.tag, n.run FROM nb n INNER JOIN shared s ON n.tag = s.tag AND n.cid = "
-           "s.cid), multi AS (SELECT tag FROM nb GROUP BY tag HAVING count(DISTINCT run) >= 2) "
-           "SELECT a.tag AS PipeRun_ITEMTAG, a.run AS Piperun_sp_id FROM (SELECT tag, run FROM nb GROUP BY tag, run) "
-           "a WHERE a.tag IN (" + ListedTagsSql(in.slaveColumn) + ") AND a.tag IN (SELECT tag FROM multi) AND "
-           "NOT EXISTS (SELECT 1 FROM joined j WHERE j.tag = a.tag AND j.run = a.run) ORDER BY 1, 2";
+    // more that joins no other counts. Windows over two sorts (by tag and item, by tag and run)
+    // instead of self-joins; the runs compare as text does everywhere, ignoring case.
+    const std::string coll = " COLLATE " + std::string(store::kTextCollation);
+    return "WITH runs AS (" + runs + "), reps AS (" + reps + "), own AS (" + own + "), nb AS (" + nb +
+           "), touch AS (SELECT tag, run, cid IS NOT NULL AND (min(run) OVER item)" + coll +
+           " <> max(run) OVER item AS joins FROM nb WINDOW item AS (PARTITION BY tag, cid)), "
+           "per_run AS (SELECT tag, run, max(joins) AS joined FROM touch GROUP BY tag, run), "
+           "counted AS (SELECT tag, run, joined, count(*) OVER (PARTITION BY tag) AS runs_of_tag FROM per_run) "
+           "SELECT tag AS PipeRun_ITEMTAG, run AS Piperun_sp_id FROM counted WHERE runs_of_tag >= 2 AND NOT joined "
+           "AND tag IN (" + ListedTagsSql(in.slaveColumn) + ") ORDER BY 1, 2";
 }
 
 NotConnectedInputs NotConnectedInputsOf(const store::Store& st, bool runClassInstrument) {
