@@ -291,6 +291,47 @@ TEST(ConnectedItems, PipingPointsGetTheirRuns) {
     EXPECT_FALSE(st.TableExists("t_c_r"));
 }
 
+// Where several connectors lead from one item, the greatest id wins, whatever order the plant
+// stores them in; the choice is made before the update and reads nothing of it.
+TEST(ConnectedItems, SeveralConnectorsTheGreatestIdWins) {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "Eqp_Nozzle", {"Nozzle_sp_id"}, "('N1'),('N2'),('N3'),('n1')");
+    MakeTable(st, "PID", {"SP_ID", "REPRESENTATION_ID"},
+              "('N1','rN1'),('N2','rN2'),('N3','rN3'),('K1','rk1'),('K2','rk2'),('K3','rk3'),('K4','rk4')");
+    // N1: rk2 on its end 1, rk1 and rk4 on end 2 (rk4 stored first); N2: rk3 only; N3: none.
+    MakeTable(st, "t_connector", {"SP_ID", "SP_CONNECTITEM1ID", "SP_CONNECTITEM2ID"},
+              "('rk4',NULL,'rN1'),('rk2','rN1',NULL),('rk1',NULL,'rN1'),('rk3','rN2',NULL)");
+    AddConnectedItemID(st, "Eqp_Nozzle", "");
+    EXPECT_EQ(Render(st, "SELECT Nozzle_sp_id, Nozzle_ConnectedItemID FROM Eqp_Nozzle"), "N1|K4;N2|K3;N3|<null>;n1|K4");
+}
+
+TEST(ConnectedItems, PipingPointOfTwoRunsTakesTheGreater) {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "PID", {"SP_ID", "REPRESENTATION_ID"}, "('V','rV'),('R1','rk1'),('R3','rk3'),('R2','rk2')");
+    // R3 and R1 both start at point 1 (R3 stored first).
+    MakeTable(st, "t_connector", {"SP_ID", "SP_CONNECTITEM1ID", "SP_CONNECTITEM2ID", "startobject:Long", "endobject:Long"},
+              "('rk3','rV',NULL,1,NULL),('rk1','rV',NULL,1,NULL),('rk2',NULL,'rV',NULL,3)");
+    MakeTable(st, "t_pipingpoint", {"sp_plantitemid", "pointindex:Long", "ConnectedPiperunID"},
+              "('V',1,NULL),('V',2,NULL),('V',3,NULL)");
+    AddConnectedPiperunID(st);
+    EXPECT_EQ(Render(st, "SELECT pointindex, ConnectedPiperunID FROM t_pipingpoint"), "1|R3;2|<null>;3|R2");
+}
+
+TEST(ConnectedItems, UpdateFromRowsChosenBeforehand) {
+    EXPECT_EQ(UpdateFromChosenSql("Instruments", "SELECT k, max(v) AS v FROM s GROUP BY k", "t.id = m.k",
+                                  {{"A", "m.v"}, {"B", "NULL"}}),
+              "WITH m AS MATERIALIZED (SELECT k, max(v) AS v FROM s GROUP BY k) UPDATE \"Instruments\" AS t SET "
+              "\"A\" = m.v, \"B\" = NULL FROM m WHERE t.id = m.k");
+    // One row per item: the statements group by the item and take the greatest id.
+    for (const char* table : {"Eqp_Nozzle", "instruments", "OPCs"}) {
+        const std::string sql = ConnectedItemSql(table);
+        EXPECT_NE(sql.find(" GROUP BY "), std::string::npos) << table;
+        EXPECT_EQ(sql.find("ORDER BY"), std::string::npos) << table;
+        EXPECT_NE(sql.find("max("), std::string::npos) << table;
+    }
+    EXPECT_EQ(ConnectedItemSql("Plantitems"), "");
+}
+
 // A cancel names the routine once in the error's source (its trap adds the name).
 TEST_F(NotConnected, CancelNamesTheRoutineOnce) {
     SetCancelRequested(true);
