@@ -19,13 +19,14 @@ using attributes::LoggedTrap;
 std::string Lower(std::string_view s) { return ToLowerAscii(s); }
 
 // One branch of the connector-end unions: the connectors whose end `end` (1 or 2) stands on a
-// row of `table`.
+// row of `table`. CROSS JOIN keeps the small table outside: without statistics SQLite would scan
+// every connector instead.
 std::string EndsOf(std::string_view table, std::string_view id, char end, std::string_view select,
                    std::string_view extra = {}) {
     const std::string t = "[" + std::string(table) + "]";
     const std::string item = std::string("c.SP_CONNECTITEM") + end + "ID";
-    return "SELECT " + std::string(select) + " FROM " + t + " INNER JOIN PID ON " + t + ".[" + std::string(id) +
-           "] = PID.SP_ID INNER JOIN t_connector c ON PID.REPRESENTATION_ID = " + item + " WHERE " + item +
+    return "SELECT " + std::string(select) + " FROM " + t + " CROSS JOIN PID ON " + t + ".[" + std::string(id) +
+           "] = PID.SP_ID CROSS JOIN t_connector c ON PID.REPRESENTATION_ID = " + item + " WHERE " + item +
            " IS NOT NULL" + std::string(extra);
 }
 
@@ -40,6 +41,12 @@ void Update(store::Store& st, std::string_view target, std::string source, std::
     u.set = std::move(set);
     u.where = std::move(where);
     st.UpdateFromJoin(u);
+}
+
+// Runs UpdateFromChosenSql.
+void UpdateFromChosen(store::Store& st, std::string_view target, std::string_view chosen, std::string_view on,
+                      const std::vector<store::Assignment>& set) {
+    st.ExecuteCount(UpdateFromChosenSql(target, chosen, on, set));
 }
 
 // Steps 4 to 16 of the Instruments chain: from the first neighbour to the item that counts.
@@ -82,21 +89,19 @@ void InstrumentChain(store::Store& st, ScratchTables& scratch, std::string_view 
         scratch.Drop("tempID");
     }
     // An instrument still without an item takes the item of the instrument at the avoid item of
-    // its connector.
-    st.SelectInto(
-        "SELECT * FROM (SELECT i.Instrument_sp_id, i1.Instrument_ConnectedItemID FROM Instruments i INNER JOIN PID "
-        "ON i.Instrument_sp_id = PID.SP_ID INNER JOIN t_connector c ON PID.REPRESENTATION_ID = c.SP_CONNECTITEM2ID "
-        "INNER JOIN PID AS PID_1 ON PID_1.REPRESENTATION_ID = c.SP_AVOIDITEM2ID INNER JOIN Instruments i1 ON "
-        "PID_1.SP_ID = i1.Instrument_sp_id WHERE i.Instrument_ConnectedItemID IS NULL AND "
-        "i1.Instrument_ConnectedItemID IS NOT NULL UNION "
-        "SELECT i.Instrument_sp_id, i1.Instrument_ConnectedItemID FROM Instruments i INNER JOIN PID "
-        "ON i.Instrument_sp_id = PID.SP_ID INNER JOIN t_connector c ON PID.REPRESENTATION_ID = c.SP_CONNECTITEM1ID "
-        "INNER JOIN PID AS PID_1 ON PID_1.REPRESENTATION_ID = c.SP_AVOIDITEM1ID INNER JOIN Instruments i1 ON "
-        "PID_1.SP_ID = i1.Instrument_sp_id WHERE i.Instrument_ConnectedItemID IS NULL AND "
-        "i1.Instrument_ConnectedItemID IS NOT NULL) ORDER BY 1, 2",
-        scratch.Claim("tempID"));
-    Update(st, "Instruments", "tempID s", "t.Instrument_sp_id = s.Instrument_sp_id", {{C, "s." + C}});
-    scratch.Drop("tempID");
+    // its connector; of several, the greatest.
+    auto avoid = [](char end) {
+        const std::string e(1, end);
+        return "SELECT i.Instrument_sp_id, i1.Instrument_ConnectedItemID FROM Instruments i CROSS JOIN PID ON "
+               "i.Instrument_sp_id = PID.SP_ID CROSS JOIN t_connector c ON PID.REPRESENTATION_ID = c.SP_CONNECTITEM" +
+               e + "ID CROSS JOIN PID AS PID_1 ON PID_1.REPRESENTATION_ID = c.SP_AVOIDITEM" + e +
+               "ID CROSS JOIN Instruments i1 ON PID_1.SP_ID = i1.Instrument_sp_id WHERE i.Instrument_ConnectedItemID "
+               "IS NULL AND i1.Instrument_ConnectedItemID IS NOT NULL";
+    };
+    UpdateFromChosen(st, "Instruments",
+                     "SELECT Instrument_sp_id, max(Instrument_ConnectedItemID) AS " + C + " FROM (" + avoid('2') +
+                         " UNION ALL " + avoid('1') + ") GROUP BY Instrument_sp_id",
+                     "t.Instrument_sp_id = m.Instrument_sp_id", {{C, "m." + C}});
     // A run of zero length (or of the configured type) between the instrument and a nozzle is
     // only a stub: the instrument counts as connected to the nozzle.
     if (!st.TableExists("t_piperun") || !st.TableExists("t_plantitem")) return;
@@ -111,12 +116,23 @@ void InstrumentChain(store::Store& st, ScratchTables& scratch, std::string_view 
                std::string(1, end) +
                "ID INNER JOIN t_plantitem ON t_plantitem.SP_ID = PID_1.SP_ID WHERE " + condition;
     };
-    st.SelectInto("SELECT * FROM (" + branch('1') + " UNION " + branch('2') + ") ORDER BY 1, 2",
-                  scratch.Claim("tempID"));
-    Update(st, "Instruments", "tempID s", "t." + C + " = s.sp_id", {{C, "s.cid"}});
+    UpdateFromChosen(st, "Instruments",
+                     "SELECT SP_ID AS sp_id, max(cid) AS cid FROM (" + branch('1') + " UNION ALL " + branch('2') +
+                         ") GROUP BY SP_ID",
+                     "t." + C + " = m.sp_id", {{C, "m.cid"}});
 }
 
 }  // namespace
+
+std::string UpdateFromChosenSql(std::string_view target, std::string_view chosen, std::string_view on,
+                                const std::vector<store::Assignment>& set) {
+    // Materialized first, so that a source that reads the target sees it as it was.
+    std::string sql = "WITH m AS MATERIALIZED (" + std::string(chosen) + ") UPDATE " + store::QuoteName(target) +
+                      " AS t SET ";
+    for (std::size_t i = 0; i < set.size(); ++i)
+        sql += (i ? ", " : "") + store::QuoteName(set[i].column) + " = " + set[i].expression;
+    return sql + " FROM m WHERE " + std::string(on);
+}
 
 ConnectedItemColumns ConnectedItemColumnsOf(std::string_view table) {
     const std::string t = Lower(table);
@@ -131,30 +147,30 @@ std::string ConnectedItemSql(std::string_view table) {
     const ConnectedItemColumns cols = ConnectedItemColumnsOf(table);
     const std::string C = "[" + cols.column + "]";
     if (t == "eqp_nozzle")
-        return "SELECT obj.SP_ID AS sp_id, connector.SP_ID AS " + C + " FROM PID obj, (" +
+        return "SELECT obj.SP_ID AS sp_id, max(connector.SP_ID) AS " + C + " FROM (" +
                EndsOf(table, cols.idColumn, '1', "c.SP_CONNECTITEM1ID AS object_id, c.SP_ID AS connector_id") +
-               " UNION " +
+               " UNION ALL " +
                EndsOf(table, cols.idColumn, '2', "c.SP_CONNECTITEM2ID AS object_id, c.SP_ID AS connector_id") +
-               ") c2, PID connector WHERE obj.REPRESENTATION_ID = c2.object_id AND connector.REPRESENTATION_ID = "
-               "c2.connector_id ORDER BY 1, 2";
+               ") c2 CROSS JOIN PID obj ON obj.REPRESENTATION_ID = c2.object_id CROSS JOIN PID connector ON "
+               "connector.REPRESENTATION_ID = c2.connector_id GROUP BY obj.SP_ID";
     if (t == "instruments")
-        return "SELECT c1.SP_ID AS sp_id, r.SP_ID AS " + C + " FROM PID c1, (" +
+        return "SELECT c1.SP_ID AS sp_id, max(r.SP_ID) AS " + C + " FROM (" +
                EndsOf(table, cols.idColumn, '1', "c.SP_CONNECTITEM1ID AS connected_rid, c.SP_CONNECTITEM2ID AS rid",
                       " AND c.Plantitemtype = 4") +
-               " UNION " +
+               " UNION ALL " +
                EndsOf(table, cols.idColumn, '2', "c.SP_CONNECTITEM2ID AS connected_rid, c.SP_CONNECTITEM1ID AS rid",
                       " AND c.Plantitemtype = 4") +
-               ") c2, PID r WHERE c1.REPRESENTATION_ID = c2.connected_rid AND r.REPRESENTATION_ID = c2.rid "
-               "ORDER BY 1, 2";
+               ") c2 CROSS JOIN PID c1 ON c1.REPRESENTATION_ID = c2.connected_rid CROSS JOIN PID r ON "
+               "r.REPRESENTATION_ID = c2.rid GROUP BY c1.SP_ID";
     if (t == "opcs") {
         auto branch = [](char end) {
-            return "SELECT PID.SP_ID, PID_1.SP_ID AS cid FROM opcs INNER JOIN PID ON opcs.Plantitem_SP_ID = PID.SP_ID "
-                   "INNER JOIN t_connector c ON PID.REPRESENTATION_ID = c.SP_ID INNER JOIN PID AS PID_1 ON "
+            return "SELECT PID.SP_ID, PID_1.SP_ID AS cid FROM opcs CROSS JOIN PID ON opcs.Plantitem_SP_ID = PID.SP_ID "
+                   "CROSS JOIN t_connector c ON PID.REPRESENTATION_ID = c.SP_ID CROSS JOIN PID AS PID_1 ON "
                    "PID_1.REPRESENTATION_ID = c.SP_CONNECTITEM" +
                    std::string(1, end) + "ID WHERE PID_1.SP_ID <> opcs.Opc_sp_id";
         };
-        return "SELECT t.sp_id, t.cid AS " + C + " FROM (" + branch('1') + " UNION " + branch('2') +
-               ") t ORDER BY 1, 2";
+        return "SELECT t.sp_id, max(t.cid) AS " + C + " FROM (" + branch('1') + " UNION ALL " + branch('2') +
+               ") t GROUP BY t.sp_id";
     }
     return {};
 }
@@ -166,10 +182,10 @@ void AddConnectedItemID(store::Store& st, std::string_view table, std::string_vi
         const ConnectedItemColumns cols = ConnectedItemColumnsOf(table);
         if (cols.column.empty() || !store::AdoColumnExists(st, table, cols.idColumn)) return;
         ScratchTables scratch(st);
-        const std::string tempID = scratch.Claim("tempID");
+        scratch.Claim("tempID");
         st.AddColumn(table, {cols.column, store::ColumnType::Text(64)});
-        st.SelectInto(ConnectedItemSql(table), tempID);
-        Update(st, table, "tempID s", "t.[" + cols.idColumn + "] = s.sp_id", {{cols.column, "s." + cols.column}});
+        UpdateFromChosen(st, table, ConnectedItemSql(table), "t.[" + cols.idColumn + "] = m.sp_id",
+                         {{cols.column, "m.[" + cols.column + "]"}});
         if (Lower(table) == "instruments") InstrumentChain(st, scratch, nozzleRunType);
     });
     LogLine("Done");
@@ -182,19 +198,18 @@ void AddConnectedItemID(store::Store& st, std::string_view table) {
 void AddConnectedPiperunID(store::Store& st) {
     LoggedTrap("AddConnectedPiperunID", [&] {
         if (!st.ColumnExists("t_pipingpoint", "ConnectedPiperunID")) return;
-        ScratchTables scratch(st);
-        // Start ends first, then end ends: where both name a point, the end's run stays.
+        // Start ends first, then end ends: where both name a point, the end's run stays. Of several
+        // runs at one end of a point, the greatest.
         for (const char* end : {"1", "2"}) {
             const std::string object = end == std::string("1") ? "startobject" : "endobject";
-            st.SelectInto("SELECT PID_1.SP_ID AS sp_plantitemid, PID.SP_ID AS ConnectedPiperunID, jcat('', c." +
-                              object +
-                              ") AS pointindex FROM t_connector c INNER JOIN PID ON c.SP_ID = PID.REPRESENTATION_ID "
-                              "INNER JOIN PID AS PID_1 ON PID_1.REPRESENTATION_ID = c.SP_CONNECTITEM" +
-                              end + "ID ORDER BY 1, 3, 2",
-                          scratch.Claim("t_c_r"));
-            Update(st, "t_pipingpoint", "t_c_r s", "t.sp_plantitemid = s.sp_plantitemid AND t.pointindex = s.pointindex",
-                   {{"ConnectedPiperunID", "s.ConnectedPiperunID"}});
-            scratch.Drop("t_c_r");
+            UpdateFromChosen(st, "t_pipingpoint",
+                             "SELECT PID_1.SP_ID AS sp_plantitemid, jcat('', c." + object +
+                                 ") AS pointindex, max(PID.SP_ID) AS ConnectedPiperunID FROM t_connector c INNER "
+                                 "JOIN PID ON c.SP_ID = PID.REPRESENTATION_ID INNER JOIN PID AS PID_1 ON "
+                                 "PID_1.REPRESENTATION_ID = c.SP_CONNECTITEM" +
+                                 end + "ID GROUP BY 1, 2",
+                             "t.sp_plantitemid = m.sp_plantitemid AND t.pointindex = m.pointindex",
+                             {{"ConnectedPiperunID", "m.ConnectedPiperunID"}});
         }
     });
 }

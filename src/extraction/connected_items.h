@@ -5,21 +5,29 @@
 // run (OPCs.ConnectedItemID), the run at each piping point (t_pipingpoint.ConnectedPiperunID), and
 // the OPCs category itself.
 //
-// Where several connectors match one item, the last row of the statement's order wins (the
-// update-over-join rule of the store); the statements order their rows by id, so every run of
-// the same plant gives the same answer.
+// Where several connectors match one item, the greatest of the ids they lead to wins (the last
+// row when the rows are ordered by item and id), so every run of the same plant gives the same
+// answer. The choice is made once per item by a grouped statement, and the update reads it.
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "extraction/attribute_keys.h"
 #include "store/store.h"
 
 namespace tb::extraction {
 
-// The SQLite text of the SELECT that makes tempID for "Eqp_Nozzle", "Instruments" or "OPCs"
-// (any case): columns sp_id and the new column; empty for any other table.
+// The SQLite text of the SELECT of the connected item chosen for each item of "Eqp_Nozzle",
+// "Instruments" or "OPCs" (any case): columns sp_id and the new column, one row per sp_id, the
+// greatest id where several match; empty for any other table.
 std::string ConnectedItemSql(std::string_view table);
+
+// "WITH m AS MATERIALIZED (<chosen>) UPDATE <target> AS t SET ... FROM m WHERE <on>": the update of
+// `target` (alias t) from rows chosen beforehand (alias m, at most one matching each target row).
+// The chosen rows are made in full before any row is written, so they may read the target.
+std::string UpdateFromChosenSql(std::string_view target, std::string_view chosen, std::string_view on,
+                                const std::vector<store::Assignment>& set);
 
 // The new column of `table` ("Nozzle_ConnectedItemID", "Instrument_ConnectedItemID",
 // "ConnectedItemID") and the table's id column; empty for any other table.

@@ -22,63 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 using attributes::LoggedTrap;
 
-constexpr std::string_view kScratch = "tb_scratch";
-
-// The scratch file attached to the store under kScratch for as long as the object lives; the file
-// goes with it.
-class ScratchDatabase {
-public:
-    ScratchDatabase(store::Store& st, fs::path file) : st_(st), file_(std::move(file)) {
-        std::error_code ec;
-        fs::remove(file_, ec);
-        st_.ExecuteCount("ATTACH DATABASE ?1 AS " + std::string(kScratch), {store::Value(file_.string())});
-    }
-    ~ScratchDatabase() {
-        try {
-            st_.Execute("DETACH DATABASE " + std::string(kScratch));
-        } catch (const Error& e) {
-            LogLine("The scratch database " + file_.string() + " could not be closed: " + e.description());
-        }
-        std::error_code ec;
-        fs::remove(file_, ec);
-    }
-    ScratchDatabase(const ScratchDatabase&) = delete;
-    ScratchDatabase& operator=(const ScratchDatabase&) = delete;
-
-    // A table of text columns that compare ignoring case, filled by `select`.
-    void Create(std::string_view table, const std::vector<std::string>& columns, std::string_view select) {
-        std::vector<std::string> defs;
-        for (const std::string& c : columns) defs.push_back("[" + c + "] TEXT COLLATE " + std::string(store::kTextCollation));
-        const std::string name = std::string(kScratch) + ".[" + std::string(table) + "]";
-        st_.Execute("CREATE TABLE " + name + " (" + Join(defs, ", ") + ")");
-        st_.ExecuteCount("INSERT INTO " + name + " SELECT * FROM (" + std::string(select) + ")");
-    }
-    void Index(std::string_view table, const std::vector<std::string>& columns) {
-        for (const std::string& c : columns)
-            st_.Execute("CREATE INDEX " + std::string(kScratch) + ".[" + std::string(table) + "__" + c + "] ON [" +
-                        std::string(table) + "] ([" + c + "])");
-    }
-
-private:
-    store::Store& st_;
-    fs::path file_;
-};
-
-// The runs of listed tags that touch no other run of their tag, for tags of two runs or more:
-// (tag, run) rows in the order of tag and run. A run touches another when one of its neighbour
-// items (cid) is a neighbour item of the other.
-std::string NotConnectedRunsSql(std::string_view db, std::string_view tagFilter) {
-    const std::string t = std::string(db) + ".t_not_connect";
-    return "SELECT a.PipeRun_ITEMTAG, a.Piperun_sp_id FROM (SELECT PipeRun_ITEMTAG, Piperun_sp_id FROM " + t +
-           " GROUP BY PipeRun_ITEMTAG, Piperun_sp_id) a WHERE " + std::string(tagFilter) +
-           "(SELECT count(DISTINCT b.Piperun_sp_id) FROM " + t +
-           " b WHERE b.PipeRun_ITEMTAG = a.PipeRun_ITEMTAG) >= 2 AND NOT EXISTS (SELECT 1 FROM " + t +
-           " t1 INNER JOIN " + t +
-           " t2 ON t1.cid = t2.cid WHERE t1.Piperun_sp_id = a.Piperun_sp_id AND t1.PipeRun_ITEMTAG = "
-           "a.PipeRun_ITEMTAG AND t2.PipeRun_ITEMTAG = a.PipeRun_ITEMTAG AND t2.Piperun_sp_id <> a.Piperun_sp_id) "
-           "ORDER BY 1, 2";
-}
-
 // The configured key of a statistic that cannot be counted, named as the other unplaced keys are.
 void LogStatisticLeftOut(std::string_view column, std::string_view reason) {
     LogKeyLeftOut("Others." + std::string(column), "InlineComp_Prun", reason);
@@ -88,26 +31,65 @@ void LogStatisticLeftOut(std::string_view column, std::string_view reason) {
 
 fs::path NotConnectedScratchFile(const fs::path& folder) { return folder / "Tarnbrook-scratch.sqlite"; }
 
-std::string NotConnectSql() {
-    const std::string head = "SELECT InlineComp_Prun.Piperun_sp_id, InlineComp_Prun.PipeRun_ITEMTAG, ";
-    const std::string fromRun =
-        " FROM InlineComp_Prun INNER JOIN PID ON InlineComp_Prun.Piperun_sp_id = PID.SP_ID ";
-    return head + "t_connector.SP_CONNECTITEM1ID AS cid, t_connector.SP_AVOIDITEM1ID AS caid, '' AS Piperun_piperunclass" +
-           fromRun + "LEFT JOIN t_connector ON PID.REPRESENTATION_ID = t_connector.SP_ID UNION " + head +
-           "t_connector.SP_CONNECTITEM2ID AS cid, t_connector.SP_AVOIDITEM2ID AS caid, '' AS Piperun_piperunclass" +
-           fromRun + "LEFT JOIN t_connector ON PID.REPRESENTATION_ID = t_connector.SP_ID UNION " + head +
-           "t_connector.SP_CONNECTITEM1ID AS cid, t_connector.SP_AVOIDITEM1ID AS caid, '' AS Piperun_piperunclass" +
-           fromRun + "INNER JOIN t_connector ON t_connector.SP_CONNECTITEM2ID = PID.REPRESENTATION_ID UNION " + head +
-           "t_connector.SP_CONNECTITEM2ID AS cid, t_connector.SP_AVOIDITEM2ID AS caid, '' AS Piperun_piperunclass" +
-           fromRun + "INNER JOIN t_connector ON t_connector.SP_CONNECTITEM1ID = PID.REPRESENTATION_ID UNION " + head +
-           "opcs.opc_opctag AS cid, '' AS caid, '' AS Piperun_piperunclass FROM InlineComp_Prun INNER JOIN opcs ON "
-           "InlineComp_Prun.Piperun_sp_id = opcs.Plantitem_SP_ID";
+std::string ListedTagsSql(bool slaveColumn) {
+    return "SELECT PipeRun_ITEMTAG FROM InlineComp_Prun" +
+           std::string(slaveColumn ? " WHERE lcase(jcat('', PipeRun_Slave)) <> 'true'" : "") +
+           " GROUP BY PipeRun_ITEMTAG";
 }
 
-int GetNotConnectedRunCount(const store::Store& st, std::string_view db, std::string_view tag) {
+std::string NotConnectedRunsSql(const NotConnectedInputs& in) {
+    // Each run once (InlineComp_Prun has a row per component); a Null tag or run never counts.
+    std::string runs =
+        "SELECT Piperun_sp_id AS run, PipeRun_ITEMTAG AS tag FROM InlineComp_Prun WHERE PipeRun_ITEMTAG IS NOT "
+        "NULL AND Piperun_sp_id IS NOT NULL";
+    if (in.pipingOnly) {
+        // A run's class is that of its last t_piperun row; a Null class passes, no row does not.
+        runs += in.runClass ? " AND Piperun_sp_id IN (SELECT Piperun_sp_id FROM t_piperun WHERE " +
+                                  store::LastRowsFilter("t_piperun", "Piperun_sp_id") +
+                                  " AND (lcase(Piperun_piperunclass) <> 'piping') IS NOT 1)"
+                            : " AND 0";
+    }
+    runs += " GROUP BY Piperun_sp_id, PipeRun_ITEMTAG";
+    // The run's neighbour items: the ends of its connectors, the far ends of connectors that end on
+    // it, and the tags of its off-page connectors. Its representations are looked up once.
+    const std::string reps =
+        "SELECT r.run, r.tag, p.REPRESENTATION_ID AS rep FROM runs r INNER JOIN PID p ON r.run = p.SP_ID";
+    const std::string own = "SELECT x.run, x.tag, c.SP_CONNECTITEM1ID AS c1, c.SP_CONNECTITEM2ID AS c2 FROM reps x "
+                            "LEFT JOIN t_connector c ON x.rep = c.SP_ID";
+    std::string nb = "SELECT run, tag, c1 AS cid FROM own UNION ALL SELECT run, tag, c2 FROM own UNION ALL "
+                     "SELECT x.run, x.tag, c.SP_CONNECTITEM1ID FROM reps x INNER JOIN t_connector c ON "
+                     "c.SP_CONNECTITEM2ID = x.rep UNION ALL SELECT x.run, x.tag, c.SP_CONNECTITEM2ID FROM reps x "
+                     "INNER JOIN t_connector c ON c.SP_CONNECTITEM1ID = x.rep";
+    if (in.opcRun)
+        nb += std::string(" UNION ALL SELECT r.run, r.tag, ") + (in.opcTag ? "o.Opc_opctag" : "NULL") +
+              " AS cid FROM runs r INNER JOIN OPCs o ON r.run = o.Plantitem_SP_ID";
+    // A (tag, item) pair that two runs of the tag share joins them; a run of a tag of two runs or
+    // more that joins no other counts. Windows over two sorts (by tag and item, by tag and run)
+    // instead of self-joins; the runs compare as text does everywhere, ignoring case.
+    const std::string coll = " COLLATE " + std::string(store::kTextCollation);
+    return "WITH runs AS (" + runs + "), reps AS (" + reps + "), own AS (" + own + "), nb AS (" + nb +
+           "), touch AS (SELECT tag, run, cid IS NOT NULL AND (min(run) OVER item)" + coll +
+           " <> max(run) OVER item AS joins FROM nb WINDOW item AS (PARTITION BY tag, cid)), "
+           "per_run AS (SELECT tag, run, max(joins) AS joined FROM touch GROUP BY tag, run), "
+           "counted AS (SELECT tag, run, joined, count(*) OVER (PARTITION BY tag) AS runs_of_tag FROM per_run) "
+           "SELECT tag AS PipeRun_ITEMTAG, run AS Piperun_sp_id FROM counted WHERE runs_of_tag >= 2 AND NOT joined "
+           "AND tag IN (" + ListedTagsSql(in.slaveColumn) + ") ORDER BY 1, 2";
+}
+
+NotConnectedInputs NotConnectedInputsOf(const store::Store& st, bool runClassInstrument) {
+    NotConnectedInputs in;
+    in.slaveColumn = st.ColumnExists("InlineComp_Prun", "PipeRun_Slave");
+    in.pipingOnly = !runClassInstrument;
+    in.runClass = st.ColumnExists("t_piperun", "Piperun_piperunclass");
+    in.opcRun = st.ColumnExists("OPCs", "Plantitem_SP_ID");
+    in.opcTag = st.ColumnExists("OPCs", "Opc_opctag");
+    return in;
+}
+
+int GetNotConnectedRunCount(const store::Store& st, std::string_view tag, const NotConnectedInputs& in) {
     return LoggedTrap("GetNotConnectedRunCount", [&] {
         int count = 0;
-        for (const store::Row& r : st.QueryRows("SELECT * FROM (" + NotConnectedRunsSql(db, "") +
+        for (const store::Row& r : st.QueryRows("SELECT * FROM (" + NotConnectedRunsSql(in) +
                                                     ") WHERE PipeRun_ITEMTAG = ?1",
                                                 {store::Value(std::string(tag))})) {
             LogLine(r[1].ToText());
@@ -117,7 +99,7 @@ int GetNotConnectedRunCount(const store::Store& st, std::string_view db, std::st
     });
 }
 
-void AddNotConnectedRuns(store::Store& st, const fs::path& scratchFolder, bool runClassInstrument) {
+void AddNotConnectedRuns(store::Store& st, const fs::path& /*scratchFolder*/, bool runClassInstrument) {
     LogLine("Calculating NotConnectedRuns...");
     if (!st.TableExists("InlineComp_Prun")) {
         LogLine("Category InlineComp_Prun does not exist.");
@@ -135,59 +117,18 @@ void AddNotConnectedRuns(store::Store& st, const fs::path& scratchFolder, bool r
         return;
     }
     LoggedTrap("AddNotConnectedRuns", [&] {
-        const bool slave = st.ColumnExists("InlineComp_Prun", "PipeRun_Slave");
-        const std::string listed =
-            "SELECT PipeRun_ITEMTAG FROM InlineComp_Prun" +
-            std::string(slave ? " WHERE lcase(jcat('', PipeRun_Slave)) <> 'true'" : "") +
-            " GROUP BY PipeRun_ITEMTAG";
+        const NotConnectedInputs in = NotConnectedInputsOf(st, runClassInstrument);
         std::vector<std::string> tags;
-        for (const store::Row& r : st.QueryRows(listed))
+        for (const store::Row& r : st.QueryRows(ListedTagsSql(in.slaveColumn)))
             if (!r[0].isNull()) tags.push_back(r[0].ToText());
         if (tags.empty()) return;
         st.AddColumn("InlineComp_Prun", {"NotConnectedRuns", store::ColumnType::Long()});
         st.ExecuteCount("UPDATE InlineComp_Prun SET NotConnectedRuns = 0");
-
-        ScratchDatabase scratch(st, NotConnectedScratchFile(scratchFolder));
-        // Only the columns the neighbour table reads are copied.
-        const bool withClass = !runClassInstrument && st.ColumnExists("t_piperun", "Piperun_piperunclass");
-        scratch.Create("InlineComp_Prun", {"Piperun_sp_id", "PipeRun_ITEMTAG"},
-                       "SELECT Piperun_sp_id, PipeRun_ITEMTAG FROM main.InlineComp_Prun");
-        scratch.Create("t_connector",
-                       {"SP_ID", "SP_CONNECTITEM1ID", "SP_CONNECTITEM2ID", "SP_AVOIDITEM1ID", "SP_AVOIDITEM2ID"},
-                       "SELECT SP_ID, SP_CONNECTITEM1ID, SP_CONNECTITEM2ID, SP_AVOIDITEM1ID, SP_AVOIDITEM2ID FROM "
-                       "main.t_connector");
-        scratch.Create("PID", {"SP_ID", "REPRESENTATION_ID"}, "SELECT SP_ID, REPRESENTATION_ID FROM main.PID");
-        scratch.Create("opcs", {"Plantitem_SP_ID", "opc_opctag"},
-                       std::string("SELECT ") +
-                           (st.ColumnExists("OPCs", "Plantitem_SP_ID") ? "Plantitem_SP_ID" : "NULL") + ", " +
-                           (st.ColumnExists("OPCs", "Opc_opctag") ? "Opc_opctag" : "NULL") + " FROM main.OPCs");
-        if (withClass)
-            scratch.Create("t_piperun", {"Piperun_sp_id", "Piperun_piperunclass"},
-                           "SELECT Piperun_sp_id, Piperun_piperunclass FROM main.t_piperun");
-        scratch.Index("InlineComp_Prun", {"Piperun_sp_id", "PipeRun_ITEMTAG"});
-        scratch.Index("t_connector", {"SP_CONNECTITEM1ID", "SP_CONNECTITEM2ID", "SP_ID"});
-        scratch.Index("PID", {"SP_ID", "REPRESENTATION_ID"});
-        scratch.Index("opcs", {"Plantitem_SP_ID"});
-        const std::string s(kScratch);
-        std::string branches = NotConnectSql();
-        for (const char* t : {"InlineComp_Prun", "t_connector", "PID", "opcs"})
-            branches = ReplaceAll(branches, std::string(" ") + t + " ", " " + s + "." + t + " ");
-        scratch.Create("t_not_connect", {"Piperun_sp_id", "PipeRun_ITEMTAG", "cid", "caid", "Piperun_piperunclass"},
-                       branches);
-        scratch.Index("t_not_connect", {"Piperun_sp_id", "PipeRun_ITEMTAG", "cid", "caid"});
-        if (!runClassInstrument) {
-            if (withClass)
-                st.ExecuteCount("UPDATE " + s + ".t_not_connect AS t SET Piperun_piperunclass = r.Piperun_piperunclass "
-                                "FROM (SELECT Piperun_sp_id, Piperun_piperunclass FROM " + s +
-                                ".t_piperun WHERE rowid IN (SELECT max(rowid) FROM " + s +
-                                ".t_piperun GROUP BY Piperun_sp_id)) r WHERE t.Piperun_sp_id = r.Piperun_sp_id");
-            st.ExecuteCount("DELETE FROM " + s + ".t_not_connect WHERE lcase(Piperun_piperunclass) <> 'piping'");
-        }
         // The runs that count, for every listed tag at once; the log names each tag and run.
-        const std::string filter = "a.PipeRun_ITEMTAG IN (" + listed + ") AND ";
-        st.Execute("CREATE TABLE " + s + ".t_loose AS " + NotConnectedRunsSql(s, filter));
+        ScratchTables scratch(st);
+        st.SelectInto(NotConnectedRunsSql(in), scratch.Claim("t_loose"));
         std::map<std::string, std::vector<std::string>> loose;
-        for (const store::Row& r : st.QueryRows("SELECT PipeRun_ITEMTAG, Piperun_sp_id FROM " + s + ".t_loose"))
+        for (const store::Row& r : st.QueryRows("SELECT PipeRun_ITEMTAG, Piperun_sp_id FROM t_loose"))
             loose[store::ToLowerUnicode(r[0].ToText())].push_back(r[1].ToText());
         for (const std::string& tag : tags) {
             LogLine(tag + "...");
@@ -196,7 +137,7 @@ void AddNotConnectedRuns(store::Store& st, const fs::path& scratchFolder, bool r
             CheckCancelled();
         }
         st.ExecuteCount("UPDATE InlineComp_Prun SET NotConnectedRuns = m.n FROM (SELECT PipeRun_ITEMTAG AS tag, "
-                        "count(*) AS n FROM " + s + ".t_loose GROUP BY PipeRun_ITEMTAG) m WHERE "
+                        "count(*) AS n FROM t_loose GROUP BY PipeRun_ITEMTAG) m WHERE "
                         "InlineComp_Prun.PipeRun_ITEMTAG = m.tag");
         LogLine("done");
     });

@@ -13,24 +13,39 @@
 
 namespace tb::extraction {
 
-// The scratch database of AddNotConnectedRuns: "<folder>/Tarnbrook-scratch.sqlite".
+// "<folder>/Tarnbrook-scratch.sqlite": where an earlier version of AddNotConnectedRuns kept its
+// scratch database. Nothing is written there now.
 std::filesystem::path NotConnectedScratchFile(const std::filesystem::path& folder);
 
-// The branches of the neighbour table t_not_connect (run, tag, cid, caid), joined by " UNION ".
-std::string NotConnectSql();
+// What the NotConnectedRuns statement may read, from the tables as they are.
+struct NotConnectedInputs {
+    bool slaveColumn = false;  // InlineComp_Prun.PipeRun_Slave: tags of slave rows only are not listed
+    bool pipingOnly = true;    // only runs of class "piping" count ("RunClassInstrument" off)
+    bool runClass = false;     // t_piperun.Piperun_piperunclass is there (without it no run is piping)
+    bool opcRun = false;       // OPCs.Plantitem_SP_ID: the off-page connectors of a run
+    bool opcTag = false;       // OPCs.Opc_opctag: their tags join runs
+};
+NotConnectedInputs NotConnectedInputsOf(const store::Store& store, bool runClassInstrument);
 
-// NotConnectedRuns of InlineComp_Prun. The work happens in a scratch SQLite file attached to the
-// store (made anew in `scratchFolder`, removed afterwards) that holds copies of the five input
-// tables with their indexes. With `runClassInstrument` instrument runs count too.
+// The tags that are counted: those of InlineComp_Prun rows that are not slaves.
+std::string ListedTagsSql(bool slaveColumn);
+
+// The runs of listed tags that touch no other run of their tag, for tags of two runs or more:
+// (PipeRun_ITEMTAG, Piperun_sp_id) rows in the order of tag and run, from the store's own tables
+// (InlineComp_Prun, PID, t_connector, OPCs, t_piperun). A run touches another when they share a
+// neighbour item: an end of a connector of the run, the far end of a connector that ends on the
+// run, or an off-page connector's tag.
+std::string NotConnectedRunsSql(const NotConnectedInputs& inputs);
+
+// NotConnectedRuns of InlineComp_Prun, counted inside the store. `scratchFolder` is not used.
+// With `runClassInstrument` instrument runs count too.
 void AddNotConnectedRuns(store::Store& store, const std::filesystem::path& scratchFolder, bool runClassInstrument);
-// The same with the session's temporary folder and "RunClassInstrument" of section
-// "NotConnectedRuns" of the program ini.
+// The same with "RunClassInstrument" of section "NotConnectedRuns" of the program ini.
 void AddNotConnectedRuns(store::Store& store);
 
-// The number of runs of `tag` that touch no other run of the tag, over t_not_connect of the
-// database `db` names ("main" or an attached schema); 0 for a tag of fewer than two runs. Each
-// such run is logged.
-int GetNotConnectedRunCount(const store::Store& store, std::string_view db, std::string_view tag);
+// The number of runs of `tag` that touch no other run of the tag; 0 for a tag of fewer than two
+// runs. Each such run is logged.
+int GetNotConnectedRunCount(const store::Store& store, std::string_view tag, const NotConnectedInputs& inputs);
 
 // The label file names of section "Labels", key "Piping" of the attribute configuration, split
 // at ";", lower case, blanks around them taken off, empty ones left out.

@@ -72,7 +72,8 @@ struct JoinUpdate {
     std::string on;  // the join condition
     std::vector<Assignment> set;
     std::string where;  // further condition on the joined rows; empty for none
-    // The insertion order of the source rows. Empty: "<alias>._rowid_" of a one-table source.
+    // The insertion order of the source rows, "a._rowid_, b._rowid_" for a join; the last row in
+    // that order wins. Empty: "<alias>._rowid_" of a one-table source.
     std::string order;
     bool leftJoin = false;
 };

@@ -125,6 +125,43 @@ std::string SingleTableAlias(std::string_view source) {
     return {};
 }
 
+// The reverse of an ORDER BY list: every term's direction turned, not only the last one's, so
+// that the last row of a join in (a, b) order comes first. Commas inside parentheses or quotes
+// belong to their term.
+std::string ReversedOrder(std::string_view order) {
+    std::vector<std::string> terms(1);
+    int depth = 0;
+    char quote = 0;
+    for (const char ch : order) {
+        if (quote) {
+            if (ch == quote) quote = 0;
+        } else if (ch == '\'' || ch == '"' || ch == '[') {
+            quote = ch == '[' ? ']' : ch;
+        } else if (ch == '(') {
+            ++depth;
+        } else if (ch == ')') {
+            --depth;
+        } else if (ch == ',' && depth == 0) {
+            terms.emplace_back();
+            continue;
+        }
+        terms.back() += ch;
+    }
+    std::string out;
+    for (const std::string& raw : terms) {
+        std::string term(TrimSpace(raw));
+        const std::string upper = ToUpperAscii(term);
+        if (upper.size() > 5 && upper.ends_with(" DESC"))
+            term = std::string(TrimSpace(term.substr(0, term.size() - 5)));
+        else if (upper.size() > 4 && upper.ends_with(" ASC"))
+            term = std::string(TrimSpace(term.substr(0, term.size() - 4))) + " DESC";
+        else
+            term += " DESC";
+        out += (out.empty() ? "" : ", ") + term;
+    }
+    return out;
+}
+
 }  // namespace
 
 void Store::Rebuild(const std::string& table, const std::vector<RebuildColumn>& columns) {
@@ -562,7 +599,7 @@ std::string UpdateFromJoinSql(const JoinUpdate& u) {
     for (std::size_t i = 0; i < u.set.size(); ++i)
         sql += ", (" + u.set[i].expression + ") AS v" + std::to_string(i);
     sql += ", row_number() OVER (PARTITION BY " + alias + "." + std::string(kRowid) + " ORDER BY " +
-           order + " DESC) AS match_rank FROM " + target;
+           ReversedOrder(order) + ") AS match_rank FROM " + target;
     if (!u.targetAlias.empty()) sql += " AS " + u.targetAlias;
     if (u.leftJoin) {
         // Parentheses around several tables would hide their rowids: one table or one subquery.

@@ -115,6 +115,52 @@ TEST_F(NotConnected, MissingInputsAreNoFailure) {
     EXPECT_FALSE(st_.ColumnExists("InlineComp_Prun", "NotConnectedRuns"));
 }
 
+// Several component rows per run, a tag written in two cases, a run whose last t_piperun row is
+// an instrument (an earlier row says piping), a run of Null class and one without t_piperun row.
+TEST_F(NotConnected, RunsOnceEachWithTheirLastClass) {
+    st_.Execute("INSERT INTO InlineComp_Prun VALUES ('R1','T-1',NULL),('R3','t-1',NULL),('R9','T-5',NULL),"
+                "('R10','T-5',NULL),('R11','T-5',NULL),('R12','T-5',NULL),('R13','T-5',NULL)");
+    st_.Execute("INSERT INTO PID VALUES ('R9','c9'),('R10','c10'),('R11','c11'),('R12','c12'),('R13','c13')");
+    st_.Execute("INSERT INTO t_connector VALUES ('c9','a',NULL,NULL,NULL),('c10','b',NULL,NULL,NULL),"
+                "('c11','c',NULL,NULL,NULL),('c12','d',NULL,NULL,NULL),('c13','A',NULL,NULL,NULL)");
+    // R9 and R13 share an item that differs only in case; R10 was piping, then instrument; R11 has
+    // a Null class; R12 has no t_piperun row.
+    st_.Execute("INSERT INTO t_piperun VALUES ('R9','Piping'),('R10','Piping'),('R10','Instrument'),"
+                "('R11',NULL),('R13','PIPING')");
+    AddNotConnectedRuns(st_, dir_.path(), false);
+    EXPECT_EQ(Render(st_, "SELECT DISTINCT Piperun_sp_id, NotConnectedRuns FROM InlineComp_Prun WHERE "
+                          "PipeRun_ITEMTAG IN ('T-1','T-5')"),
+              "R1|1;R2|1;R3|1;R9|1;R10|1;R11|1;R12|1;R13|1");
+    EXPECT_FALSE(st_.TableExists("t_loose"));
+    const NotConnectedInputs in = NotConnectedInputsOf(st_, false);
+    EXPECT_EQ(GetNotConnectedRunCount(st_, "t-5", in), 1);
+    EXPECT_EQ(GetNotConnectedRunCount(st_, "T-2", in), 0);
+}
+
+TEST(NotConnectedSql, WhatTheStatementReads) {
+    NotConnectedInputs in;
+    in.runClass = true;
+    in.opcRun = true;
+    const std::string all = NotConnectedRunsSql(in);
+    EXPECT_NE(all.find("Piperun_sp_id IN (SELECT Piperun_sp_id FROM t_piperun WHERE \"t_piperun\"._rowid_ IN "
+                       "(SELECT max(_rowid_) FROM \"t_piperun\" GROUP BY Piperun_sp_id) AND "
+                       "(lcase(Piperun_piperunclass) <> 'piping') IS NOT 1)"),
+              std::string::npos)
+        << all;
+    // Off-page connectors without a tag column still make their run a neighbour row.
+    EXPECT_NE(all.find("SELECT r.run, r.tag, NULL AS cid FROM runs r INNER JOIN OPCs o"), std::string::npos);
+    EXPECT_EQ(all.find("PipeRun_Slave"), std::string::npos);
+    in.slaveColumn = true;
+    in.opcRun = false;
+    in.runClass = false;
+    const std::string none = NotConnectedRunsSql(in);
+    EXPECT_NE(none.find("IS NOT NULL AND 0 GROUP BY"), std::string::npos) << none;
+    EXPECT_EQ(none.find("OPCs"), std::string::npos);
+    EXPECT_NE(none.find("WHERE lcase(jcat('', PipeRun_Slave)) <> 'true'"), std::string::npos);
+    in.pipingOnly = false;
+    EXPECT_EQ(NotConnectedRunsSql(in).find("t_piperun"), std::string::npos);
+}
+
 TEST(RunStatistics, LabelCountsAndTheirNulls) {
     tb::test::TempDir dir;
     store::Store st = store::Store::InMemory();
@@ -243,6 +289,47 @@ TEST(ConnectedItems, PipingPointsGetTheirRuns) {
     AddConnectedPiperunID(st);
     EXPECT_EQ(Render(st, "SELECT pointindex, ConnectedPiperunID FROM t_pipingpoint"), "1|R1;2|R2;3|<null>");
     EXPECT_FALSE(st.TableExists("t_c_r"));
+}
+
+// Where several connectors lead from one item, the greatest id wins, whatever order the plant
+// stores them in; the choice is made before the update and reads nothing of it.
+TEST(ConnectedItems, SeveralConnectorsTheGreatestIdWins) {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "Eqp_Nozzle", {"Nozzle_sp_id"}, "('N1'),('N2'),('N3'),('n1')");
+    MakeTable(st, "PID", {"SP_ID", "REPRESENTATION_ID"},
+              "('N1','rN1'),('N2','rN2'),('N3','rN3'),('K1','rk1'),('K2','rk2'),('K3','rk3'),('K4','rk4')");
+    // N1: rk2 on its end 1, rk1 and rk4 on end 2 (rk4 stored first); N2: rk3 only; N3: none.
+    MakeTable(st, "t_connector", {"SP_ID", "SP_CONNECTITEM1ID", "SP_CONNECTITEM2ID"},
+              "('rk4',NULL,'rN1'),('rk2','rN1',NULL),('rk1',NULL,'rN1'),('rk3','rN2',NULL)");
+    AddConnectedItemID(st, "Eqp_Nozzle", "");
+    EXPECT_EQ(Render(st, "SELECT Nozzle_sp_id, Nozzle_ConnectedItemID FROM Eqp_Nozzle"), "N1|K4;N2|K3;N3|<null>;n1|K4");
+}
+
+TEST(ConnectedItems, PipingPointOfTwoRunsTakesTheGreater) {
+    store::Store st = store::Store::InMemory();
+    MakeTable(st, "PID", {"SP_ID", "REPRESENTATION_ID"}, "('V','rV'),('R1','rk1'),('R3','rk3'),('R2','rk2')");
+    // R3 and R1 both start at point 1 (R3 stored first).
+    MakeTable(st, "t_connector", {"SP_ID", "SP_CONNECTITEM1ID", "SP_CONNECTITEM2ID", "startobject:Long", "endobject:Long"},
+              "('rk3','rV',NULL,1,NULL),('rk1','rV',NULL,1,NULL),('rk2',NULL,'rV',NULL,3)");
+    MakeTable(st, "t_pipingpoint", {"sp_plantitemid", "pointindex:Long", "ConnectedPiperunID"},
+              "('V',1,NULL),('V',2,NULL),('V',3,NULL)");
+    AddConnectedPiperunID(st);
+    EXPECT_EQ(Render(st, "SELECT pointindex, ConnectedPiperunID FROM t_pipingpoint"), "1|R3;2|<null>;3|R2");
+}
+
+TEST(ConnectedItems, UpdateFromRowsChosenBeforehand) {
+    EXPECT_EQ(UpdateFromChosenSql("Instruments", "SELECT k, max(v) AS v FROM s GROUP BY k", "t.id = m.k",
+                                  {{"A", "m.v"}, {"B", "NULL"}}),
+              "WITH m AS MATERIALIZED (SELECT k, max(v) AS v FROM s GROUP BY k) UPDATE \"Instruments\" AS t SET "
+              "\"A\" = m.v, \"B\" = NULL FROM m WHERE t.id = m.k");
+    // One row per item: the statements group by the item and take the greatest id.
+    for (const char* table : {"Eqp_Nozzle", "instruments", "OPCs"}) {
+        const std::string sql = ConnectedItemSql(table);
+        EXPECT_NE(sql.find(" GROUP BY "), std::string::npos) << table;
+        EXPECT_EQ(sql.find("ORDER BY"), std::string::npos) << table;
+        EXPECT_NE(sql.find("max("), std::string::npos) << table;
+    }
+    EXPECT_EQ(ConnectedItemSql("Plantitems"), "");
 }
 
 // A cancel names the routine once in the error's source (its trap adds the name).

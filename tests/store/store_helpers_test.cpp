@@ -317,6 +317,39 @@ TEST(UpdateFromJoin, SeveralSourcesAndFilters) {
         "error: UpdateFromJoin on 't_connector': a source of several tables needs its order.");
 }
 
+// With a source of two tables the last row of the join in (a, b) order wins: every term of the
+// order is reversed, not only the last.
+TEST(UpdateFromJoin, LastRowOfATwoTableJoin) {
+    Store s = Store::InMemory();
+    s.CreateTable("target", {{"k", ColumnType::Text(5)}, {"v", ColumnType::Text(20)}});
+    s.CreateTable("a", {{"k", ColumnType::Text(5)}, {"j", ColumnType::Text(5)}});
+    s.CreateTable("b", {{"j", ColumnType::Text(5)}, {"v", ColumnType::Text(20)}});
+    Fill(s, "target", "('x', NULL), ('y', NULL)");
+    Fill(s, "a", "('x', '1'), ('x', '2'), ('y', '1')");
+    Fill(s, "b", "('1', 'a1 b1'), ('1', 'a1 b2'), ('2', 'a2 b1')");
+    JoinUpdate u;
+    u.target = "target";
+    u.targetAlias = "t";
+    u.source = "a, b";
+    u.on = "t.k = a.k AND a.j = b.j";
+    u.set = {{"v", "b.v"}};
+    u.order = "a._rowid_, b._rowid_";
+    EXPECT_EQ(s.UpdateFromJoin(u), 2);
+    EXPECT_EQ(Render(s, "SELECT k, v FROM target ORDER BY k"), "x|a2 b1;y|a1 b2");
+}
+
+TEST(UpdateFromJoin, OrderTermsAreEachReversed) {
+    JoinUpdate u;
+    u.target = "t";
+    u.source = "a, b";
+    u.on = "t.k = a.k";
+    u.set = {{"v", "b.v"}};
+    u.order = "a._rowid_, coalesce(b.x, ','), b.y DESC, b.z asc";
+    const std::string sql = UpdateFromJoinSql(u);
+    EXPECT_NE(sql.find("ORDER BY a._rowid_ DESC, coalesce(b.x, ',') DESC, b.y, b.z DESC)"), std::string::npos)
+        << sql;
+}
+
 TEST(FirstLast, RowsOfEachGroupInInsertionOrder) {
     Store s = Store::InMemory();
     s.CreateTable("t_lastrevision",
