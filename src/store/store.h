@@ -173,7 +173,8 @@ class Store {
     // names are understood), text columns given the collation, declarations reduced to the four.
     void AdoptTable(std::string_view table);
 
-    // Runs a JoinUpdate; returns the number of target rows written.
+    // Runs a JoinUpdate and fits the set columns to their new values; returns the number of
+    // target rows written.
     std::int64_t UpdateFromJoin(const JoinUpdate& update);
 
   private:

@@ -622,8 +622,16 @@ std::int64_t Store::UpdateFromJoin(const JoinUpdate& update) {
     return Trap("UpdateFromJoin", [&] {
         JoinUpdate u = update;
         u.target = RequireTable(update.target, {});
-        for (Assignment& a : u.set) a.column = RequireColumn(u.target, a.column, {});
-        return ExecuteCount(UpdateFromJoinSql(u));
+        std::vector<std::string> columns;
+        for (Assignment& a : u.set) {
+            a.column = RequireColumn(u.target, a.column, {});
+            columns.push_back(a.column);
+        }
+        const std::int64_t changed = ExecuteCount(UpdateFromJoinSql(u));
+        // The values come from other tables and may be longer (or of another kind) than the
+        // target's columns: SelectInto trusts the catalogue of what it copies later.
+        if (changed > 0) FitTypesToData(u.target, columns);
+        return changed;
     });
 }
 

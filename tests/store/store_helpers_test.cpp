@@ -338,6 +338,19 @@ TEST(UpdateFromJoin, LastRowOfATwoTableJoin) {
     EXPECT_EQ(Render(s, "SELECT k, v FROM target ORDER BY k"), "x|a2 b1;y|a1 b2");
 }
 
+// Values from another table may not fit the target's column: the column follows them, since a
+// later copy of the table trusts the catalogue.
+TEST(UpdateFromJoin, SetColumnsFitTheirNewValues) {
+    Store s = Store::InMemory();
+    s.CreateTable("target", {{"k", ColumnType::Text(5)}, {"v", ColumnType::Text(3)}, {"n", ColumnType::Long()}});
+    s.CreateTable("src", {{"k", ColumnType::Text(5)}, {"v", ColumnType::Text(40)}, {"n", ColumnType::Text(10)}});
+    Fill(s, "target", "('x', 'abc', 1)");
+    Fill(s, "src", "('x', 'a longer value', 'n/a')");
+    JoinUpdate u{"target", "t", "src", "t.k = src.k", {{"v", "src.v"}, {"n", "src.n"}}, "", "", false};
+    EXPECT_EQ(s.UpdateFromJoin(u), 1);
+    EXPECT_EQ(Types(s, "target"), "k:Text(5),v:Text(14),n:Text(255)");
+}
+
 TEST(UpdateFromJoin, OrderTermsAreEachReversed) {
     JoinUpdate u;
     u.target = "t";
