@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Extracts the sample plants of the given sizes with two builds and compares the extracts table by
-# table (mdb-export of every table; _Info left out, it holds the run's times). Exit 1 on a difference.
+# table (mdb-export of every table; _Info left out, it holds the run's times) and their schemas
+# (mdb-schema: column types and widths, keys). Exit 1 on a difference.
 #
 #   bench/extraction/compare.sh OLD_BUILD NEW_BUILD [SIZES...]    (default sizes: 4 40 400)
 #
@@ -24,12 +25,13 @@ for n in "${sizes[@]}"; do
         HOME="$run/home" XDG_CONFIG_HOME="$run/home/.config" TEMP="$run/tmp" TARNBROOK_HOME="$work/app" \
             "$build/tarnbrook" /output "$run/x.mdb" /site "$plant/SmartPlantv4.ini" /plant PlantA >"$run/out.txt" 2>&1 ||
             { echo "$n drawings: the $side build failed (see $run/out.txt)"; status=1; continue 2; }
+        mdb-schema "$run/x.mdb" >"$run/csv/schema.sql"
         mdb-tables -1 "$run/x.mdb" | while IFS= read -r t; do
             [[ -z "$t" || "$t" == _Info ]] || mdb-export "$run/x.mdb" "$t" >"$run/csv/$t.csv"
         done
     done
     if diff -rq "$work/run-$n-old/csv" "$work/run-$n-new/csv" >/dev/null; then
-        echo "$n drawings: $(ls "$work/run-$n-new/csv" | wc -l) tables identical"
+        echo "$n drawings: $(($(ls "$work/run-$n-new/csv" | wc -l) - 1)) tables and the schema identical"
     else
         echo "$n drawings: DIFFERENT:"; diff -rq "$work/run-$n-old/csv" "$work/run-$n-new/csv" | sed 's/^/  /'
         status=1
