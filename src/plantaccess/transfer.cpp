@@ -281,9 +281,10 @@ struct ReadGuard {
     ReadGuard& operator=(const ReadGuard&) = delete;
 };
 
+// Keeps the window alive during a long copy and stops the copy at a cancel (error 18).
 int PumpEvents(void*) {
     DoEvents();
-    return 0;
+    return store::CancelProgress(nullptr);
 }
 
 std::string StripStatementEnd(std::string_view sql) {
