@@ -498,7 +498,10 @@ TransferResult CopyCursorToStore(RowCursor& cursor, store::Store& st, std::strin
                     BindCell(insert, i, targets[k], guessed[k], cursor.Get(i), scratch[k], seen[k], name, names[k]);
                 }
                 insert.Run();
-                if (++rows % 20000 == 0) DoEvents();
+                if (++rows % 20000 == 0) {
+                    DoEvents();
+                    if (CancelRequested()) throw Error(kErrCancelled, "Cancelled.");
+                }
             }
             insert = store::Statement();
             tx.Commit();
