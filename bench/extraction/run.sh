@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # The extraction run on sample plants of several sizes: wall and processor seconds, peak memory and
-# rows written, beside the time the sqlite3 shell needs to copy the plant tables that the run reads
-# (the floor of any run that reads them), measured in the same invocation.
+# rows written, beside two floors measured in the same invocation: the copy of the three plant files
+# the run reads (sqlite3 "VACUUM INTO" of TBSITE.db, PLANTAPID.db and PLANTAPIDD.db, timed together)
+# and the sqlite3 shell's copy of the plant tables the run reads. Ends with the time of the largest
+# plant against the time of the 200-drawing plant.
 #
-#   bench/extraction/run.sh [--build DIR] [--work DIR] [SIZES...]      (default sizes: 40 400 2000)
+#   bench/extraction/run.sh [--build DIR] [--work DIR] [SIZES...]      (default sizes: 40 200 400 2000)
 #
 # Plants are generated into WORK/plant-<N> unless one is there already (default WORK: /tmp/tb-bench-extraction).
 set -euo pipefail
@@ -16,11 +18,11 @@ while (($#)); do
     case "$1" in
         --build) build=$(realpath "$2"); shift 2 ;;
         --work) work="$2"; shift 2 ;;
-        -h|--help) sed -n '2,9p' "$0"; exit 0 ;;
+        -h|--help) sed -n '2,11p' "$0"; exit 0 ;;
         *) sizes+=("$1"); shift ;;
     esac
 done
-((${#sizes[@]})) || sizes=(40 400 2000)
+((${#sizes[@]})) || sizes=(40 200 400 2000)
 for tool in "$build/tarnbrook" "$build/tarnbrook-sampleplant" /usr/bin/time /usr/bin/sqlite3; do
     [[ -x "$tool" ]] || { echo "missing: $tool (build the project, install the 'time' and 'sqlite3' packages)" >&2; exit 1; }
 done
@@ -48,11 +50,25 @@ shell_copy() {  # plant folder -> seconds the sqlite3 shell needs for the copy
     awk -v a="$start" -v b="$(date +%s.%N)" 'BEGIN {print b - a}'
 }
 
-printf '| Drawings | Plant rows read | Rows written | Run wall | Run CPU | Peak memory | sqlite3 copy | Run / copy |\n'
-printf '|---:|---:|---:|---:|---:|---:|---:|---:|\n'
+file_copy() {  # plant folder -> seconds for "VACUUM INTO" copies of the three files the run reads
+    local plant=$1 f
+    rm -rf "$work/file-copy"
+    mkdir -p "$work/file-copy"
+    local start=$(date +%s.%N)
+    for f in TBSITE.db PLANTAPID.db PLANTAPIDD.db; do
+        sqlite3 "$plant/$f" "VACUUM INTO '$work/file-copy/$f'"
+    done
+    awk -v a="$start" -v b="$(date +%s.%N)" 'BEGIN {print b - a}'
+    rm -rf "$work/file-copy"
+}
+
+printf '| Drawings | Plant rows read | Rows written | Run wall | Run CPU | Peak memory | File copy | Run / file copy | Table copy | Run / table copy |\n'
+printf '|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n'
+declare -A walls
 for n in "${sizes[@]}"; do
     plant="$work/plant-$n"
     [[ -f "$plant/SmartPlantv4.ini" ]] || "$build/tarnbrook-sampleplant" --out "$plant" --drawings "$n" >/dev/null
+    files=$(file_copy "$plant")
     copy=$(shell_copy "$plant")
     plantRows=$(sqlite3 "$work/shell.db" "$(for t in $pid_tables $dict_tables; do printf 'SELECT count(*) FROM %s UNION ALL ' "$t"; done; echo 'SELECT 0')" | awk '{s += $1} END {print s}')
     rm -f "$work/out-$n.mdb"
@@ -64,7 +80,14 @@ for n in "${sizes[@]}"; do
     cpu=$(awk -F': ' '/User time/ {u=$2} /System time/ {s=$2} END {print u+s}' "$work/time-$n.txt")
     peak=$(awk -F': ' '/Maximum resident set size/ {printf "%.0f MB", $2/1024}' "$work/time-$n.txt")
     rows=$(sed -n 's/.*Tables written: [0-9]*, rows: \([0-9]*\).*/\1/p' "$work/run-$n.log" | tail -1)
-    printf '| %s | %s | %s | %.1f s | %.1f s | %s | %.2f s | %.1f |\n' "$n" "$plantRows" "$rows" "$wall" "$cpu" "$peak" \
+    walls[$n]=$wall
+    printf '| %s | %s | %s | %.1f s | %.1f s | %s | %.2f s | %.1f | %.2f s | %.1f |\n' "$n" "$plantRows" "$rows" "$wall" \
+        "$cpu" "$peak" "$files" "$(awk -v a="$wall" -v b="$files" 'BEGIN {print a / b}')" \
         "$copy" "$(awk -v a="$wall" -v b="$copy" 'BEGIN {print a / b}')"
 done
 rm -f "$work/shell.db"
+largest=$(printf "%s\n" "${sizes[@]}" | sort -n | tail -1)
+if [[ -n "${walls[200]:-}" && "$largest" != 200 ]]; then
+    printf '\n%s against 200 drawings: %.1f times the wall time\n' "$largest" \
+        "$(awk -v a="${walls[$largest]}" -v b="${walls[200]}" 'BEGIN {print a / b}')"
+fi

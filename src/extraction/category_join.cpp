@@ -140,6 +140,7 @@ void ExtendUserColumns(store::Store& store, const std::filesystem::path& attribu
             for (const std::string& t : store.TableNames())
                 if (NeedsAdoption(store, t)) store.AdoptTable(t);
         } catch (const Error& e) {
+            if (e.number() == kErrCancelled) throw;  // a cancel inside the statement ends the run
             LogLine(sql);
             LogLine("ExtendUserColumns:" + e.description());
         }
@@ -149,6 +150,7 @@ void ExtendUserColumns(store::Store& store, const std::filesystem::path& attribu
         try {
             store.FitTypesToData(t);
         } catch (const Error& e) {
+            if (e.number() == kErrCancelled) throw;
             LogLine("ExtendUserColumns:" + e.description());
         }
     }

@@ -134,7 +134,7 @@ std::unique_ptr<Recordset> AdoWrite(std::string_view sql, const ConnectionPtr& c
         try {
             RethrowChained("AdoWrite");
         } catch (const Error& e) {
-            if (raiseOnError) throw;
+            if (raiseOnError || e.number() == kErrCancelled) throw;  // a cancel is never swallowed
             if (!silent) LogLine(e.source() + ":" + e.description());
         }
         return nullptr;

@@ -281,9 +281,10 @@ struct ReadGuard {
     ReadGuard& operator=(const ReadGuard&) = delete;
 };
 
+// Keeps the window alive during a long copy and stops the copy at a cancel (error 18).
 int PumpEvents(void*) {
     DoEvents();
-    return 0;
+    return store::CancelProgress(nullptr);
 }
 
 std::string StripStatementEnd(std::string_view sql) {
@@ -497,7 +498,10 @@ TransferResult CopyCursorToStore(RowCursor& cursor, store::Store& st, std::strin
                     BindCell(insert, i, targets[k], guessed[k], cursor.Get(i), scratch[k], seen[k], name, names[k]);
                 }
                 insert.Run();
-                if (++rows % 20000 == 0) DoEvents();
+                if (++rows % 20000 == 0) {
+                    DoEvents();
+                    if (CancelRequested()) throw Error(kErrCancelled, "Cancelled.");
+                }
             }
             insert = store::Statement();
             tx.Commit();

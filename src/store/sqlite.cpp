@@ -77,10 +77,31 @@ double Value::ToDouble() const {
     WrongKind("a number");
 }
 
-void RaiseSqliteError(sqlite3* db, std::string_view sql) {
-    std::string message = db ? sqlite3_errmsg(db) : "out of memory";
+namespace {
+
+[[noreturn]] void Raise(int rc, std::string message, std::string_view sql) {
+    // Only our progress handler interrupts, and only on a cancel; the flag is checked again so that
+    // an interruption from anywhere else stays a database error.
+    if ((rc & 0xff) == SQLITE_INTERRUPT && CancelRequested()) throw Error(kErrCancelled, "Cancelled.");
     if (!sql.empty()) message += " (statement: " + Excerpt(sql) + ")";
     throw Error(kErrDatabase, message);
+}
+
+// Virtual machine steps between two looks at the cancel flag: a few microseconds of work, so the
+// look costs nothing measurable and a cancel lands within milliseconds.
+constexpr int kStepsBetweenCancelChecks = 10000;
+
+}  // namespace
+
+void RaiseSqliteError(sqlite3* db, std::string_view sql) {
+    if (!db) Raise(SQLITE_NOMEM, "out of memory", sql);
+    Raise(sqlite3_errcode(db), sqlite3_errmsg(db), sql);
+}
+
+int CancelProgress(void*) { return CancelRequested() ? 1 : 0; }
+
+void StopOnCancel(sqlite3* db) {
+    sqlite3_progress_handler(db, kStepsBetweenCancelChecks, CancelProgress, nullptr);
 }
 
 std::string QuoteName(std::string_view name) { return QuoteIdentifier(name, '"', '"'); }
@@ -180,7 +201,7 @@ bool Statement::Step() {
     sqlite3* db = sqlite3_db_handle(stmt_);
     std::string message = sqlite3_errmsg(db);
     sqlite3_reset(stmt_);
-    throw Error(kErrDatabase, message + " (statement: " + Excerpt(sql_) + ")");
+    Raise(rc, std::move(message), sql_);
 }
 
 void Statement::Run() {
@@ -285,10 +306,10 @@ Connection& Connection::operator=(Connection&& other) noexcept {
 void Execute(sqlite3* db, std::string_view sql) {
     std::string text(sql);
     char* message = nullptr;
-    if (sqlite3_exec(db, text.c_str(), nullptr, nullptr, &message) != SQLITE_OK) {
+    if (const int rc = sqlite3_exec(db, text.c_str(), nullptr, nullptr, &message); rc != SQLITE_OK) {
         std::string m = message ? message : sqlite3_errmsg(db);
         sqlite3_free(message);
-        throw Error(kErrDatabase, m + " (statement: " + Excerpt(sql) + ")");
+        Raise(rc, std::move(m), sql);
     }
 }
 

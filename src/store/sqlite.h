@@ -52,8 +52,16 @@ class Value {
 
 using Row = std::vector<Value>;
 
-// Raises the connection's last error as a tb::Error that names the statement.
+// Raises the connection's last error as a tb::Error that names the statement; a statement that
+// StopOnCancel interrupted raises error 18, "Cancelled.", as the run's own cancel checks do.
 [[noreturn]] void RaiseSqliteError(sqlite3* db, std::string_view sql);
+
+// Makes every statement on the connection (its attached databases included) stop within a few
+// milliseconds once the user asks the run to stop (CancelRequested), so that a cancel lands inside
+// a long statement too. Replaces any progress handler the connection had.
+void StopOnCancel(sqlite3* db);
+// The progress handler StopOnCancel installs, for a handler that does more: nonzero on a cancel.
+int CancelProgress(void*);
 
 // "name" with embedded quotes doubled: the way the store's own helpers write names.
 std::string QuoteName(std::string_view name);

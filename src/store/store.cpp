@@ -115,6 +115,7 @@ void Store::Setup() {
     sqlite3* db = handle();
     RegisterStoreSql(db);
     sqlite3_busy_timeout(db, 5000);
+    StopOnCancel(db);
     // A working file: a crash loses the run anyway, so no journal on disk and no syncs. The
     // journal stays in memory so that a failed helper still rolls back.
     tb::store::Execute(db,

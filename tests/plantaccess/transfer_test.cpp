@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "common/error.h"
+#include "common/log.h"
 #include "plant_fixture.h"
 #include "plantaccess/ado.h"
 #include "plantaccess/sqlite_plant.h"
@@ -199,6 +200,34 @@ TEST_F(TransferTest, PlantStatementsNeverReadStoreTables) {
     EXPECT_EQ(Column("T_Y", "V"), (std::vector<std::string>{"plant"}));
     // The plant file is as it was.
     EXPECT_EQ(GetDBvalue(AdoRead("SELECT count(*) FROM T_Y", plant)->Field(0)), "1");
+}
+
+TEST_F(TransferTest, ACancelStopsBothPathsAndLeavesNoTable) {
+    const std::string sql =
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200000) SELECT i AS N FROM n";
+    auto rowPath = [&] {
+        auto cursor = plant->Query(sql);
+        CopyCursorToStore(*cursor, *st, "T_N");
+    };
+    auto sqlitePath = [&] { CopyQueryToStore(*plant, sql, *st, "T_N"); };
+    struct Cancel {  // the flag is the process's: cleared whatever happens
+        Cancel() { SetCancelRequested(true); }
+        ~Cancel() { SetCancelRequested(false); }
+    };
+    {
+        Cancel cancel;
+        for (const auto& copy : {std::function<void()>(rowPath), std::function<void()>(sqlitePath)}) {
+            try {
+                copy();
+                ADD_FAILURE() << "no error";
+            } catch (const Error& e) {
+                EXPECT_EQ(e.number(), kErrCancelled) << e.description();
+                EXPECT_EQ(e.description(), "Cancelled.");
+            }
+            EXPECT_FALSE(st->TableExists("T_N"));
+        }
+    }
+    EXPECT_EQ(CopyQueryToStore(*plant, sql, *st, "T_N").rows, 200000);
 }
 
 TEST_F(TransferTest, StoresInMemoryAndRecordsets) {

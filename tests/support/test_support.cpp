@@ -94,16 +94,19 @@ ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>
     ProcessResult result;
     char buf[4096];
     bool interrupted = interruptWhen.empty();
+    std::chrono::steady_clock::time_point signalled;
     for (ssize_t n; (n = ::read(pipefd[0], buf, sizeof buf)) > 0;) {
         result.output.append(buf, n);
         if (!interrupted && result.output.find(interruptWhen) != std::string::npos) {
             ::kill(pid, signal);
+            signalled = std::chrono::steady_clock::now();
             interrupted = true;
         }
     }
     ::close(pipefd[0]);
     int status = 0;
     ::waitpid(pid, &status, 0);
+    if (!interruptWhen.empty() && interrupted) result.signalToExit = std::chrono::steady_clock::now() - signalled;
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
 }

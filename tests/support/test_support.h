@@ -2,6 +2,7 @@
 // Helpers for tests: temporary folders, files, and running the built executables in a sandbox of
 // their own (HOME, XDG_CONFIG_HOME, TEMP, TARNBROOK_HOME), so tests can run in parallel.
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <map>
@@ -41,6 +42,8 @@ fs::path CorpusDir();
 struct ProcessResult {
     int exitCode = -1;
     std::string output;  // standard output and standard error, interleaved
+    // From sending the signal to the program's end (steady clock); zero when none was sent.
+    std::chrono::steady_clock::duration signalToExit{};
 };
 
 // Runs a program with exactly the given environment (no inheritance) and waits. With
