@@ -243,31 +243,7 @@ void FirstHalf::History() {
     std::string sql = "select sp_modelitemid, timestamp, actor, eventtype from " + T("t_history");
     if (const std::string clause = Clause("t_history"); !clause.empty()) sql = AppendSelectionClause(sql, clause);
     CopyStep("t_history", sql + " ORDER BY timestamp", "t_history", false, false);
-    struct Column {
-        bool wanted;
-        const char* name;
-        store::ColumnType type;
-        const char* value;
-        int event;
-    } columns[] = {
-        {flags.createdDate, "CreatedDate", store::ColumnType::DateTime(), "h.[timestamp]", 3},
-        {flags.createdUser, "CreatedUser", store::ColumnType::Text(40), "h.[actor]", 3},
-        {flags.modifiedDate, "LastModifiedDate", store::ColumnType::DateTime(), "h.[timestamp]", 2},
-        {flags.modifiedUser, "LastModifiedUser", store::ColumnType::Text(40), "h.[actor]", 2},
-    };
-    for (const Column& c : columns) {
-        if (!c.wanted) continue;
-        st_.AddColumn("t_plantitem", {c.name, c.type});
-        store::JoinUpdate u;
-        u.target = "t_plantitem";
-        u.source = "t_history h";
-        u.on = "t_plantitem.sp_id=h.sp_modelitemid";
-        u.set = {{c.name, c.value}};
-        u.where = "h.eventtype=" + std::to_string(c.event);
-        st_.UpdateFromJoin(u);
-        if (c.type.jet == store::JetType::DateTime) ConvertDate2Text(st_, "t_plantitem", c.name);
-    }
-    st_.DropTable("t_history");
+    AddPlantItemHistory(st_, flags);
 }
 
 void FirstHalf::GroupTables() {

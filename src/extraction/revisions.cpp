@@ -145,6 +145,67 @@ void AddRevision2Drawings(store::Store& store, const AttributeKeys& keys) {
     });
 }
 
+std::string LastHistoryEventsSql(std::string_view history, bool created, bool modified) {
+    const std::string h = "[" + std::string(history) + "]";
+    // The rowid orders the rows as stored: the largest one of a kind is the row an update in
+    // stored order would have written last.
+    std::string rows = "SELECT [sp_modelitemid]";
+    std::string select = "SELECT g.[sp_modelitemid] AS [item]";
+    std::string from = " FROM (";
+    std::string joins;
+    std::string kinds;
+    auto event = [&](const char* name, int type) {
+        const std::string t = std::to_string(type);
+        rows += ", max(CASE WHEN [eventtype]=" + t + " THEN _rowid_ END) AS [" + name + "_row]";
+        select += std::string(", ") + name + ".[timestamp] AS [" + name + "_timestamp], " + name +
+                  ".[actor] AS [" + name + "_actor]";
+        joins +=
+            " LEFT JOIN " + h + " AS " + name + " ON " + name + "._rowid_=g.[" + name + "_row]";
+        kinds += (kinds.empty() ? "" : ",") + t;
+    };
+    if (created) event("created", 3);
+    if (modified) event("modified", 2);
+    return select + from + rows + " FROM " + h + " WHERE [eventtype] IN (" + kinds +
+           ") GROUP BY [sp_modelitemid]) AS g" + joins;
+}
+
+void AddPlantItemHistory(store::Store& store, const HistoryFlags& flags) {
+    Trap("AddPlantItemHistory", [&] {
+        if (!flags.any()) return;
+        struct Column {
+            bool wanted;
+            const char* name;
+            ColumnType type;
+            const char* value;
+        } columns[] = {
+            {flags.createdDate, "CreatedDate", ColumnType::DateTime(), "h.[created_timestamp]"},
+            {flags.createdUser, "CreatedUser", ColumnType::Text(40), "h.[created_actor]"},
+            {flags.modifiedDate, "LastModifiedDate", ColumnType::DateTime(),
+             "h.[modified_timestamp]"},
+            {flags.modifiedUser, "LastModifiedUser", ColumnType::Text(40), "h.[modified_actor]"},
+        };
+        store::JoinUpdate u;
+        u.target = "t_plantitem";
+        u.source = "(" +
+                   LastHistoryEventsSql("t_history", flags.createdDate || flags.createdUser,
+                                        flags.modifiedDate || flags.modifiedUser) +
+                   ") AS h";
+        u.on = "t_plantitem.sp_id=h.[item]";
+        u.order = "h.[item]";  // one row per item: any order
+        std::vector<store::ColumnDef> dates;
+        for (const Column& c : columns) {
+            if (!c.wanted) continue;
+            store.AddColumn("t_plantitem", {c.name, c.type});
+            u.set.push_back({c.name, c.value});
+            if (c.type.jet == store::JetType::DateTime)
+                dates.push_back({c.name, ColumnType::Text(50)});
+        }
+        store.UpdateFromJoin(u);
+        if (!dates.empty()) store.AlterColumnTypes("t_plantitem", dates);
+        store.DropTable("t_history");
+    });
+}
+
 void AddDrawingLastModified(store::Store& store, const AttributeKeys& keys, bool date, bool user) {
     Trap("AddDrawingLastModified", [&] {
         const auto history = store.FindTable("t_history");

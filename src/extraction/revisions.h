@@ -44,6 +44,19 @@ void AddVersionAssociated(store::Store& store);
 // drawing. Drops the working tables.
 void AddRevision2Drawings(store::Store& store, const AttributeKeys& keys);
 
+// The newest creating (eventtype 3) and modifying (eventtype 2) event of each item of the table
+// `history` (sp_modelitemid, timestamp, actor, eventtype), one row per item: item,
+// created_timestamp, created_actor, modified_timestamp, modified_actor. "Newest" is the last row
+// in stored order, as the history is stored ordered by timestamp. An event not asked for gives
+// no columns.
+std::string LastHistoryEventsSql(std::string_view history, bool created, bool modified);
+
+// Adds to t_plantitem the history columns `flags` asks for (CreatedDate, CreatedUser,
+// LastModifiedDate, LastModifiedUser) from the table t_history, in one update, with the dates
+// as text; t_history is dropped.
+struct HistoryFlags;
+void AddPlantItemHistory(store::Store& store, const HistoryFlags& flags);
+
 // The time and user of each drawing's last change, from the working table t_history
 // (sp_drawingid, and timestamp and actor as flagged), into PID and, as far as its category asks,
 // into Drawings (whose date then becomes text). Where a drawing has several history rows, the

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "common/error.h"
+#include "extraction/category_sql.h"
 #include "extraction/codelists.h"
 #include "extraction/revisions.h"
 #include "store_fixture.h"
@@ -280,6 +281,63 @@ TEST(Revisions, DrawingLastModified) {
               "D1|2024-03-01 10:00:00;D2|2024-01-02 09:00:00;D3|<null>");
     EXPECT_FALSE(store.TableExists("t_history"));
     EXPECT_THROW(AddDrawingLastModified(store, keys, true, false), Error);  // no t_history
+}
+
+TEST(Revisions, LastHistoryEventsSql) {
+    EXPECT_EQ(
+        LastHistoryEventsSql("t_history", false, true),
+        "SELECT g.[sp_modelitemid] AS [item], modified.[timestamp] AS [modified_timestamp], "
+        "modified.[actor] AS [modified_actor] FROM (SELECT [sp_modelitemid], max(CASE WHEN "
+        "[eventtype]=2 THEN _rowid_ END) AS [modified_row] FROM [t_history] WHERE [eventtype] "
+        "IN (2) GROUP BY [sp_modelitemid]) AS g LEFT JOIN [t_history] AS modified ON "
+        "modified._rowid_=g.[modified_row]");
+}
+
+void MakeHistory(store::Store& store) {
+    MakeTable(store, "t_plantitem", {"sp_id", "name"},
+              "('A', 'a'), ('B', 'b'), ('C', 'c'), ('A', 'a2')");
+    // Stored ordered by timestamp; equal timestamps keep their stored order, and the last row of a
+    // kind wins. C has no events; B only a modification; Z is no plant item.
+    MakeTable(store, "t_history",
+              {"sp_modelitemid", "timestamp:DateTime", "actor", "eventtype:Long"},
+              "('A', '2024-01-01 08:00:00', 'ann', 3), ('B', '2024-01-01 09:00:00', 'bob', 2), "
+              "('A', '2024-01-02 08:00:00', 'cy', 2), ('A', '2024-01-02 08:00:00', 'dee', 2), "
+              "('A', '2024-01-03 08:00:00', 'eve', 1), ('A', '2024-01-03 08:00:00', 'fay', 3), "
+              "('Z', '2024-01-04 08:00:00', 'gus', 2), ('A', '2024-01-05 08:00:00', "
+              "'a-very-long-user-name-that-is-over-forty-chars', 2)");
+}
+
+TEST(Revisions, PlantItemHistoryAllColumns) {
+    auto store = store::Store::InMemory();
+    MakeHistory(store);
+    HistoryFlags flags;
+    flags.createdDate = flags.createdUser = flags.modifiedDate = flags.modifiedUser = true;
+    AddPlantItemHistory(store, flags);
+    EXPECT_EQ(Render(store, "SELECT * FROM t_plantitem ORDER BY _rowid_"),
+              "A|a|2024-01-03 08:00:00|fay|2024-01-05 "
+              "08:00:00|a-very-long-user-name-that-is-over-forty-chars;"
+              "B|b|<null>|<null>|2024-01-01 09:00:00|bob;C|c|<null>|<null>|<null>|<null>;"
+              "A|a2|2024-01-03 08:00:00|fay|2024-01-05 "
+              "08:00:00|a-very-long-user-name-that-is-over-forty-chars");
+    EXPECT_EQ(Shape(store, "t_plantitem"),
+              "sp_id:Text(255),name:Text(255),CreatedDate:Text(50),CreatedUser:Text(40),"
+              "LastModifiedDate:Text(50),LastModifiedUser:Text(46)");
+    EXPECT_FALSE(store.TableExists("t_history"));
+}
+
+TEST(Revisions, PlantItemHistorySomeColumns) {
+    auto store = store::Store::InMemory();
+    MakeHistory(store);
+    // Equal timestamps of one kind: the later stored row (dee) wins over cy.
+    store.Execute("DELETE FROM t_history WHERE actor LIKE 'a-very%'");
+    HistoryFlags flags;
+    flags.createdDate = flags.modifiedUser = true;
+    AddPlantItemHistory(store, flags);
+    EXPECT_EQ(Render(store, "SELECT * FROM t_plantitem ORDER BY _rowid_"),
+              "A|a|2024-01-03 08:00:00|dee;B|b|<null>|bob;C|c|<null>|<null>;A|a2|2024-01-03 "
+              "08:00:00|dee");
+    EXPECT_EQ(Shape(store, "t_plantitem"),
+              "sp_id:Text(255),name:Text(255),CreatedDate:Text(50),LastModifiedUser:Text(40)");
 }
 
 }  // namespace
