@@ -45,6 +45,16 @@ void SaveAttributes2Ini(std::string_view project, std::string_view table,
     });
 }
 
+namespace {
+
+// Whether a configuration names any category: without one it configures nothing.
+bool HoldsACategory(const IniDocument& doc) {
+    return std::any_of(AllCategoryNames().begin(), AllCategoryNames().end(),
+                       [&](const std::string& category) { return doc.HasSection(category); });
+}
+
+}  // namespace
+
 void InitProjectConfig(std::string_view project) {
     Trap("InitProjectConfig", [&] {
         const fs::path file = GetProjectIniPath(project);
@@ -52,21 +62,15 @@ void InitProjectConfig(std::string_view project) {
         // is taken in memory (AllLoops reads as 0 when missing); without any category it is no
         // attribute configuration at all.
         if (const fs::path& given = shell::GetAttributeConfigFile(); !given.empty()) {
-            const auto sections = GetIniSectionNames(given);
-            for (const auto& category : AllCategoryNames())
-                for (const auto& s : sections)
-                    if (IEquals(s, category)) return;
+            if (HoldsACategory(IniDocument::Load(given))) return;
             Raise("Config Ini " + given.string() +
                   " holds no attribute configuration: none of the sections " +
                   Join(AllCategoryNames(), ", ") + " is in it.");
         }
-        if (!IniDocument::Load(file).Get("General", "AllLoops"))
+        const IniDocument current = IniDocument::Load(file);
+        if (!current.Get("General", "AllLoops"))
             IniWrite(file, "General", std::string("AllLoops"), std::string("0"));
-
-        const auto sections = GetIniSectionNames(file);
-        for (const auto& category : AllCategoryNames())
-            for (const auto& s : sections)
-                if (IEquals(s, category)) return;
+        if (HoldsACategory(current)) return;
 
         // Not configured yet: the last plant's file, else the shipped defaults.
         const fs::path user = shell::GetUserConfigFile();

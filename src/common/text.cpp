@@ -176,6 +176,22 @@ std::size_t IFind(std::string_view text, std::string_view needle, std::size_t fr
     return std::string_view::npos;
 }
 
+std::string ReplaceLineBreaks(std::string_view text, std::string_view with) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\r') {
+            if (i + 1 < text.size() && text[i + 1] == '\n') ++i;
+            out += with;
+        } else if (text[i] == '\n') {
+            out += with;
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
 std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to) {
     if (from.empty()) return std::string(text);
     std::string out;

@@ -22,6 +22,8 @@ bool IEndsWith(std::string_view text, std::string_view suffix);
 std::size_t IFind(std::string_view text, std::string_view needle, std::size_t from = 0);
 
 std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to);
+// Each line break (CR LF, CR or LF) replaced by `with`.
+std::string ReplaceLineBreaks(std::string_view text, std::string_view with);
 std::string ReplaceAllI(std::string_view text, std::string_view from, std::string_view to);
 
 // Splits at every occurrence of `sep`; an empty text gives an empty list (as VB's Split).

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/error.h"
+#include "common/file_in_place.h"
 
 namespace tb {
 namespace {
@@ -99,14 +100,6 @@ void CheckWriteTarget(const fs::path& path, RunPathRole as, std::string_view wha
         Raise("Cannot write " + std::string(what) + " " + path.string() + ": " + *why + ".");
 }
 
-fs::path ResolveWriteTarget(const fs::path& path) {
-    std::error_code ec;
-    const fs::path abs = fs::absolute(path, ec);
-    if (fs::is_symlink(fs::symlink_status(abs, ec))) {
-        const fs::path real = fs::canonical(abs, ec);
-        if (!ec) return real;
-    }
-    return abs;
-}
+fs::path ResolveWriteTarget(const fs::path& path) { return FollowLinks(path); }
 
 }  // namespace tb

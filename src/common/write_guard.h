@@ -36,8 +36,9 @@ std::optional<std::string> WhyNotWritable(const std::filesystem::path& path, Run
 // Raises error 1, "Cannot write <what> <path>: <reason>.", when WhyNotWritable gives a reason.
 void CheckWriteTarget(const std::filesystem::path& path, RunPathRole as, std::string_view what);
 
-// The file a write to `path` should replace: a symbolic link is followed to the file it names
-// (so a link to a shared extract keeps being a link); any other path as it stands, absolute.
+// The file a write to `path` should replace: symbolic links are followed to the file they name
+// (so a link to a shared extract keeps being a link), as ini writes follow them (FollowLinks);
+// any other path as it stands, absolute.
 std::filesystem::path ResolveWriteTarget(const std::filesystem::path& path);
 
 }  // namespace tb

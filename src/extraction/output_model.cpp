@@ -38,20 +38,7 @@ std::string HostName() {
 }
 
 // Line breaks as the two characters "\n", as the info dialog keeps them.
-std::string EscapeLineBreaks(std::string_view text) {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\r') {
-            if (i + 1 < text.size() && text[i + 1] == '\n') ++i;
-            out += "\\n";
-        } else if (text[i] == '\n') {
-            out += "\\n";
-        } else {
-            out += text[i];
-        }
-    }
-    return out;
-}
+std::string EscapeLineBreaks(std::string_view text) { return ReplaceLineBreaks(text, "\\n"); }
 
 store::Value TextOrNull(std::string_view text) {
     return text.empty() ? store::Value() : store::Value(text);
@@ -59,20 +46,7 @@ store::Value TextOrNull(std::string_view text) {
 
 }  // namespace
 
-std::string LineBreaksAsMarker(std::string_view text) {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\r') {
-            if (i + 1 < text.size() && text[i + 1] == '\n') ++i;
-            out += '\x03';
-        } else if (text[i] == '\n') {
-            out += '\x03';
-        } else {
-            out += text[i];
-        }
-    }
-    return out;
-}
+std::string LineBreaksAsMarker(std::string_view text) { return ReplaceLineBreaks(text, "\x03"); }
 
 plantaccess::TransferResult Rs2Access(plantaccess::Connection& source, std::string_view sql,
                                       store::Store& store, std::string_view table,
