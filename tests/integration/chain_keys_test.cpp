@@ -6,7 +6,7 @@
 #include <map>
 
 #include "common/text.h"
-#include "plant_generator.h"
+#include "shared_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -45,11 +45,6 @@ struct Table {
 class ChainKeys : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        plant_ = new test::TempDir;
-        sampleplant::Options options;
-        options.out = plant_->path() / "plant";
-        options.drawings = sampleplant::kShowcaseDrawings;
-        sampleplant::GeneratePlant(options);
         box_ = new Sandbox;
         fs::create_directories(box_->app() / "config");
         fs::copy_file(test::SourceDir() / "config" / "default", box_->app() / "config" / "default");
@@ -57,16 +52,14 @@ protected:
         test::WriteFile(box_->app() / "tarnbrook.ini", "[Settings]\r\nDuctRuns=1\r\nPIDVersion=09.00\r\n");
         test::WriteFile(box_->root() / "c.ini", kConfig);
         run_ = new test::ProcessResult(box_->Run({"/output", Mdb().string(), "/site",
-                                                  (plant_->path() / "plant" / "SmartPlantv4.ini").string(), "/plant",
+                                                  (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant",
                                                   "PlantA", "/config", (box_->root() / "c.ini").string()}));
     }
     static void TearDownTestSuite() {
         delete run_;
         delete box_;
-        delete plant_;
         run_ = nullptr;
         box_ = nullptr;
-        plant_ = nullptr;
     }
     static fs::path Mdb() { return box_->root() / "x.mdb"; }
     static Table Read(const std::string& table) {
@@ -83,12 +76,10 @@ protected:
         return out;
     }
 
-    static test::TempDir* plant_;
     static Sandbox* box_;
     static test::ProcessResult* run_;
 };
 
-test::TempDir* ChainKeys::plant_ = nullptr;
 Sandbox* ChainKeys::box_ = nullptr;
 test::ProcessResult* ChainKeys::run_ = nullptr;
 
@@ -189,7 +180,7 @@ TEST_F(ChainKeys, LeftOutKeysAreNamedOnce) {
                     "t_status.Status_InlineComp=\r\nOthers.Quantity=\r\n"
                     "[Drawings]\r\nT_Drawing.Name=\r\nT_Revision.SP_DrawingID=\r\nT_Revision.SP_MajorRevisionNumber=\r\n");
     const fs::path mdb = box_->root() / "left.mdb";
-    const auto r = box_->Run({"/output", mdb.string(), "/site", (plant_->path() / "plant" / "SmartPlantv4.ini").string(),
+    const auto r = box_->Run({"/output", mdb.string(), "/site", (test::TinyPlant() / "SmartPlantv4.ini").string(),
                               "/plant", "PlantA", "/config", (box_->root() / "left.ini").string()});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     const char* lines[] = {

@@ -9,7 +9,7 @@
 #include "common/ini.h"
 #include "common/text.h"
 #include "mdb/mdb_reader.h"
-#include "plant_generator.h"
+#include "shared_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -21,17 +21,6 @@ using test::Sandbox;
 
 class ExtractionRun : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        plant_ = new test::TempDir;
-        sampleplant::Options options;
-        options.out = plant_->path() / "plant";
-        options.drawings = sampleplant::kShowcaseDrawings;
-        sampleplant::GeneratePlant(options);
-    }
-    static void TearDownTestSuite() {
-        delete plant_;
-        plant_ = nullptr;
-    }
 
     // The shipped configuration in the sandbox's application folder.
     static void PrepareApp(const Sandbox& box) {
@@ -41,7 +30,7 @@ protected:
     test::ProcessResult Extract(const Sandbox& box, std::vector<std::string> more = {}) const {
         PrepareApp(box);
         std::vector<std::string> args = {"/output", (box.root() / "x.mdb").string(), "/site",
-                                         (plant_->path() / "plant" / "SmartPlantv4.ini").string()};
+                                         (test::TinyPlant() / "SmartPlantv4.ini").string()};
         if (std::find(more.begin(), more.end(), "/plant") == more.end()) args.insert(args.end(), {"/plant", "PlantA"});
         args.insert(args.end(), more.begin(), more.end());
         return box.Run(args);
@@ -64,10 +53,8 @@ protected:
         return Split(r.output.substr(0, r.output.find('\n')), "|");
     }
 
-    static test::TempDir* plant_;
 };
 
-test::TempDir* ExtractionRun::plant_ = nullptr;
 
 TEST_F(ExtractionRun, TinyPlantTableByTable) {
     Sandbox box;
@@ -244,7 +231,7 @@ TEST_F(ExtractionRun, InterruptCancelsTheRun) {
     Sandbox box;
     PrepareApp(box);
     const auto r = box.Run({"/output", (box.root() / "x.mdb").string(), "/site",
-                            (plant_->path() / "plant" / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
+                            (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
                            "Extracting t_plantitem...");
     EXPECT_EQ(r.exitCode, 1) << r.output;
     EXPECT_NE(r.output.find("Cancelled."), std::string::npos) << r.output;
@@ -297,7 +284,7 @@ TEST_F(ExtractionRun, BrokenPlantsLeaveNoExtract) {
         Sandbox box;
         PrepareApp(box);
         const fs::path plant = box.root() / "plant";
-        fs::copy(plant_->path() / "plant", plant, fs::copy_options::recursive);
+        fs::copy(test::TinyPlant(), plant, fs::copy_options::recursive);
         IniWrite(plant / "SmartPlantv4.ini", "SITESCHEMA", std::string("DBSERVER"), plant.string());
         c.damage(plant);
         std::set<fs::path> before;

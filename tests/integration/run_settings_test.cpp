@@ -8,7 +8,7 @@
 #include "common/ini.h"
 #include "common/text.h"
 #include "mdb/mdb_reader.h"
-#include "plant_generator.h"
+#include "shared_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -19,18 +19,7 @@ using test::Sandbox;
 
 class RunSettings : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        plant_ = new test::TempDir;
-        sampleplant::Options options;
-        options.out = plant_->path() / "plant";
-        options.drawings = sampleplant::kShowcaseDrawings;
-        sampleplant::GeneratePlant(options);
-    }
-    static void TearDownTestSuite() {
-        delete plant_;
-        plant_ = nullptr;
-    }
-    static fs::path Site() { return plant_->path() / "plant" / "SmartPlantv4.ini"; }
+    static fs::path Site() { return test::TinyPlant() / "SmartPlantv4.ini"; }
 
     // A run with `config` as its /config file.
     static test::ProcessResult Extract(const Sandbox& box, const std::string& config,
@@ -81,10 +70,8 @@ protected:
         return settings;
     }
 
-    static test::TempDir* plant_;
 };
 
-test::TempDir* RunSettings::plant_ = nullptr;
 
 // Others.Drawing_LastModifiedDate/User come from each drawing's newest change in t_history
 // (PID-11-01: 2021-04-04 10:00:00 by o'brien; PID-12-01: 2021-02-19 13:21:52 by PLANTADMIN),

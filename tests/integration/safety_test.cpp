@@ -13,6 +13,7 @@
 #include "common/temp_file.h"
 #include "common/text.h"
 #include "plant_generator.h"
+#include "shared_plant.h"
 #include "store/sqlite.h"
 #include "support/test_support.h"
 
@@ -77,18 +78,7 @@ bool AnyFileNamed(const fs::path& folder, const std::string& name) {
 
 class Safety : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        plant_ = new test::TempDir;
-        sampleplant::Options options;
-        options.out = plant_->path() / "plant";
-        options.drawings = sampleplant::kShowcaseDrawings;
-        sampleplant::GeneratePlant(options);
-    }
-    static void TearDownTestSuite() {
-        delete plant_;
-        plant_ = nullptr;
-    }
-    static fs::path Plant() { return plant_->path() / "plant"; }
+    static fs::path Plant() { return test::TinyPlant(); }
 
     // The shipped configuration in the application folder, the program ini, and the window's
     // drawing files box when asked.
@@ -114,10 +104,8 @@ protected:
         return box.Run(Args(Plant(), output, std::move(more)), signalWhen, signal);
     }
 
-    static test::TempDir* plant_;
 };
 
-test::TempDir* Safety::plant_ = nullptr;
 
 // --- inputs are never the target ---
 
