@@ -274,8 +274,7 @@ void AddOPCs(store::Store& st, const AttributeKeys& keys) {
                    std::string("NOT (t.") + c + " IS NULL OR t." + c + " = '')");
         TableGrower g(st, scratch, "OPCs", "AddOPCs", 3);
         g.StartJoin("LEFT", "t_opc", "Opc_sp_id", "temp2", "MID_a");
-        st.DropColumn(g.Current(), "MID_a");
-        scratch.Drop("temp2");
+        g.DropColumn("MID_a");
         // Each end's run: its plant item columns and its t_piperun columns, named per end.
         const std::string plantItems =
             GetSQL4AddCols4DiffTypes(keys, "t_plantitem", "OPCs", "", TableColumns(st, "t_plantitem"));
@@ -286,11 +285,11 @@ void AddOPCs(store::Store& st, const AttributeKeys& keys) {
                 g.Extend(ReplaceAllI(plantItems, "AS [Plantitem_", "AS [" + connector + "_"), left,
                          connector + "_SP_ID", "LEFT", "t_plantitem", true);
             if (!runs.empty() && st.TableExists("t_piperun")) {
-                scratch.Drop("temp_prun");
-                st.SelectInto(runs, "temp_prun");
-                RenameAllCols(st, "temp_prun", "", std::string("_") + n);
-                g.ExtendTable("temp_prun", left, std::string("Piperun_SP_ID_") + n, "LEFT", "t_piperun", true);
-                scratch.Drop("temp_prun");
+                // Read by the grown table until it is finished.
+                const std::string prun = scratch.Claim(std::string("temp_prun") + n);
+                st.SelectInto(runs, prun);
+                RenameAllCols(st, prun, "", std::string("_") + n);
+                g.ExtendTable(prun, left, std::string("Piperun_SP_ID_") + n, "LEFT", "t_piperun", true);
             }
             // The run's cases; the connector column names the run whether or not t_piperun
             // columns are wanted.
@@ -300,6 +299,7 @@ void AddOPCs(store::Store& st, const AttributeKeys& keys) {
                  "Opc_SP_ID", "Modelitem_SP_ID", "LEFT", "t_modelitem");
         // The two ends folded into one column each.
         const std::string before = g.Current();
+        scratch.Drop("temp2");
         g.Start("SELECT " + FoldedOpcColumns(TableColumns(st, before)) + " FROM [" + before + "]");
         scratch.Drop(before);
         g.Extend(GetSQL4OthersCols(keys, "OPCs", TableColumns(st, "PID")), "Opc_SP_ID", "Others_SP_ID", "INNER",

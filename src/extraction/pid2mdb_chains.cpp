@@ -32,13 +32,16 @@ namespace fs = std::filesystem;
 class Chain {
 public:
     Chain(RunContext& run, std::string category)
-        : run_(run), st_(run.st()), category_(std::move(category)), grower_(st_, scratch_, category_, "") {}
-
-    std::string Current() const { return grower_.Current(); }
-    bool Started() const { return started_; }
+        : run_(run), st_(run.st()), category_(std::move(category)), grower_(st_, scratch_, category_, "", 0, run.sharedSources) {}
 
     void Start(const std::string& select) {
         grower_.Start(select);
+        started_ = true;
+    }
+
+    // The table itself as the start (it stays as it is until Finish).
+    void StartTable(const std::string& table) {
+        grower_.StartTable(table);
         started_ = true;
     }
 
@@ -60,7 +63,7 @@ public:
         for (const std::string& key : keys) {
             if (!IStartsWith(key, std::string(source) + ".") || (!suffix.empty() && !IEndsWith(key, suffix))) continue;
             const std::string column = GetColumnAlias(key);
-            if (!st_.ColumnExists(Current(), column)) continue;
+            if (!grower_.HasColumn(column)) continue;
             if (const std::string other = KeyOfSameColumn(keys, key); !other.empty())
                 LogKeyLeftOut(key, category_, "its column " + column + " is already made by " + other);
         }
@@ -69,7 +72,8 @@ public:
     // A join step with the rows of a statement.
     bool AddSql(const std::string& query, std::string_view leftKey, std::string_view rightKey, std::string_view kind,
                 std::string_view source) {
-        return started_ && grower_.Extend(query, leftKey, rightKey, kind, source);
+        // The grouped PID rows are alike in several chains: made once.
+        return started_ && grower_.Extend(query, leftKey, rightKey, kind, source, false, IEquals(source, "PID"));
     }
 
     // A join step with a whole table.
@@ -208,14 +212,13 @@ void InlineCompPrun(RunContext& run) {
     run.step = 32;
     ShowProgress("Preparing InlineComp_prun...");
     Chain c(run, "InlineComp_Prun");
-    c.Start("SELECT * FROM [t_inlinecomp]");
+    c.StartTable("t_inlinecomp");
     if (st.TableExists("t_piperun")) {
         const std::vector<std::string> runColumns = run.StoreColumns("t_piperun");
         if (!GetSQL4AddCols4DiffTypes(run.keys, "t_piperun", "OPCs", "", runColumns).empty()) {
             const std::string query = GetSQL4AddCols4DiffTypes(run.keys, "t_piperun", "InlineComp_Prun", "", runColumns);
             st.SelectInto(query.empty() ? "SELECT [Piperun_sp_id] FROM [t_piperun]" : query, "temp_piperun");
             c.AddTable("temp_piperun", "inlineComp_SP_piperunid", "piperun_SP_ID", "RIGHT", true);
-            st.DropTable("temp_piperun");
         } else {
             c.AddTable("t_piperun", "inlineComp_SP_piperunid", "piperun_SP_ID", "RIGHT", true);
         }
@@ -244,6 +247,7 @@ void InlineCompPrun(RunContext& run) {
     // to its instrument holds the same id and stays.
     c.Add("T_InstrFunction", "_Instrument", "inlineComp_SP_INSTRUMENTID", "SP_INSTRUMENTID");
     c.Finish();
+    if (st.TableExists("temp_piperun")) st.DropTable("temp_piperun");
     c.FailureColumns("inlineComp_SP_INSTRUMENTID");
     c.PointColumns("Inlinecomp_sp_id");
     StringTable(st, "InlineComp_Prun");
@@ -267,7 +271,7 @@ void EqpNozzle(RunContext& run) {
         st.UpdateFromJoin(u);
     }
     Chain c(run, "Eqp_Nozzle");
-    c.Start(equipment ? "SELECT * FROM [t_equipment]" : "SELECT * FROM [t_nozzle]");
+    c.StartTable(equipment ? "t_equipment" : "t_nozzle");
     if (equipment && nozzle) c.AddTable("t_nozzle", "Equipment_SP_ID", "nozzle_SP_EQUIPMENTID", "LEFT", true);
     for (const char* t : {"t_vessel", "t_mechanical", "t_exchanger", "t_equipmentother", "t_equipcomponent"}) {
         const std::string name(t);
@@ -329,7 +333,7 @@ void Plantitems(RunContext& run) {
     }
     if (st.TableExists("t_symbol")) {
         Chain s(run, "Plantitems");
-        s.Start("SELECT * FROM [Plantitems]");
+        s.StartTable("Plantitems");
         s.Add("t_symbol", "", "SP_ID", "Symbol_sp_plantitemid");
         s.Finish();
     }
@@ -346,7 +350,7 @@ void Instruments(RunContext& run) {
     }
     ShowProgress("Preparing Instruments...");
     Chain c(run, "Instruments");
-    c.Start("SELECT * FROM [T_Instrument1]");
+    c.StartTable("T_Instrument1");
     if (st.TableExists("T_InstrLoop")) {
         for (const std::string& column : run.StoreColumns("T_InstrLoop"))
             if (!IEquals(column, "SP_PLANTITEMID")) RenameColumn(st, "T_InstrLoop", column, "InstrLoop_" + column);
@@ -400,7 +404,7 @@ void ItemNotes(RunContext& run) {
     if (!st.TableExists("t_note")) return;
     ShowProgress("Preparing ItemNotes...");
     Chain c(run, "ItemNotes");
-    c.Start("SELECT * FROM [t_note]");
+    c.StartTable("t_note");
     c.Add("t_modelitem", "", "Note_SP_ID", "Modelitem_sp_id");
     c.AddSql(GetSQL4OthersCols(run.keys, "ItemNotes", run.StoreColumns("PID")), "Note_SP_ID", "Others_SP_ID", "INNER",
              "PID");
@@ -495,16 +499,21 @@ std::string SaveRunParameters(RunContext& run, const std::vector<std::string>& t
 
 void BuildCategories(RunContext& run) {
     store::Store& st = run.st();
-    InlineCompPrun(run);
-    run.step = 33;
-    if (run.ductRuns) {
-        AddDuctRuns(st, run.keys, plantaccess::UseCopyPlantDatabase());
-        LogUnplacedKeys(run, "DuctRuns");
+    {
+        SharedJoinSources shared(st);
+        run.sharedSources = &shared;
+        InlineCompPrun(run);
+        run.step = 33;
+        if (run.ductRuns) {
+            AddDuctRuns(st, run.keys, plantaccess::UseCopyPlantDatabase());
+            LogUnplacedKeys(run, "DuctRuns");
+        }
+        EqpNozzle(run);
+        Plantitems(run);
+        Instruments(run);
+        ItemNotes(run);
+        run.sharedSources = nullptr;
     }
-    EqpNozzle(run);
-    Plantitems(run);
-    Instruments(run);
-    ItemNotes(run);
     run.step = 38;
     if (run.keys.AnyLike("OPCs", "t_opc.*")) AddOPCs(st, run.keys);
     if (run.keys.Has("InlineComp_Prun", "Others.NotConnectedRuns")) AddNotConnectedRuns(st);

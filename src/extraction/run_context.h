@@ -12,6 +12,7 @@
 #include "extraction/category_sql.h"
 #include "extraction/pid2mdb.h"
 #include "extraction/plant_sql.h"
+#include "extraction/post_process.h"
 #include "extraction/run_targets.h"
 #include "store/store.h"
 
@@ -45,6 +46,8 @@ struct RunContext {
 
     // Tables the copy steps made, in order: the decode walks them.
     std::vector<std::string> decodeList;
+    // While the category chains run: the rows several chains join alike, made once.
+    SharedJoinSources* sharedSources = nullptr;
 
     explicit RunContext(const PID2MDBArguments& a) : args(a) {}
 
