@@ -247,7 +247,7 @@ std::string FoldedOpcColumns(const std::vector<std::string>& columns) {
     return Join(list, ", ");
 }
 
-void AddOPCs(store::Store& st, const AttributeKeys& keys) {
+void AddOPCs(store::Store& st, const AttributeKeys& keys, SharedJoinSources* shared) {
     LoggedTrap("AddOPCs", [&] {
         if (!st.TableExists("t_opc")) return;
         ScratchTables scratch(st);
@@ -272,7 +272,7 @@ void AddOPCs(store::Store& st, const AttributeKeys& keys) {
         for (const char* c : {"connector1", "connector2"})
             Update(st, "temp2", "PID s", std::string("t.") + c + " = s.Representation_ID", {{c, "s.SP_ID"}},
                    std::string("NOT (t.") + c + " IS NULL OR t." + c + " = '')");
-        TableGrower g(st, scratch, "OPCs", "AddOPCs", 3);
+        TableGrower g(st, scratch, "OPCs", "AddOPCs", 3, shared);
         g.StartJoin("LEFT", "t_opc", "Opc_sp_id", "temp2", "MID_a");
         g.DropColumn("MID_a");
         // Each end's run: its plant item columns and its t_piperun columns, named per end.
@@ -303,7 +303,7 @@ void AddOPCs(store::Store& st, const AttributeKeys& keys) {
         g.Start("SELECT " + FoldedOpcColumns(TableColumns(st, before)) + " FROM [" + before + "]");
         scratch.Drop(before);
         g.Extend(GetSQL4OthersCols(keys, "OPCs", TableColumns(st, "PID")), "Opc_SP_ID", "Others_SP_ID", "INNER",
-                 "PID");
+                 "PID", false, true);
         g.Extend(GetSQL4AddCols4DiffTypes(keys, "t_symbol", "OPCs", "", TableColumns(st, "t_symbol")), "Opc_SP_ID",
                  "Symbol_SP_PLANTITEMID", "LEFT", "t_symbol");
         g.Finish();

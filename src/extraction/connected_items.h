@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "extraction/attribute_keys.h"
+#include "extraction/post_process.h"
 #include "store/store.h"
 
 namespace tb::extraction {
@@ -57,6 +58,7 @@ std::string FoldedOpcColumns(const std::vector<std::string>& columns);
 // Builds the table "OPCs" (one row per off-page connector with the two connectors' runs and their
 // attributes, folded) and adds its ConnectedItemID and its counter ID. Nothing happens without
 // t_opc.
-void AddOPCs(store::Store& store, const AttributeKeys& keys);
+// `shared`: the grouped PID rows the category chains made, when they are still there.
+void AddOPCs(store::Store& store, const AttributeKeys& keys, SharedJoinSources* shared = nullptr);
 
 }  // namespace tb::extraction

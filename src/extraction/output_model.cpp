@@ -96,11 +96,11 @@ void AddQuantityColumn(store::Store& store, std::string_view table, const Attrib
     Trap("AddQuantityColumn", [&] {
         const std::string t = RequireTable(store, table);
         try {
-            store.AddColumn(t, {"Quantity", ColumnType::Long()});
+            store.AddColumn(t, {"Quantity", ColumnType::Long()}, 1);
         } catch (const Error& e) {
             LogLine("AddQuantityColumn:" + e.description());
+            store.Execute("UPDATE " + Bracket(t) + " SET [Quantity]=1");
         }
-        store.Execute("UPDATE " + Bracket(t) + " SET [Quantity]=1");
     });
 }
 

@@ -600,6 +600,7 @@ void FirstHalf::Symbols() {
         u.source = "pid b";
         u.on = "a.sp_id=b.REPRESENTATION_ID";
         u.set = {{"sp_plantitemid", "b.sp_id"}};
+        u.uniqueKeys = {{"pid", "REPRESENTATION_ID"}};
         st_.UpdateFromJoin(u);
     };
     if (!columns.empty()) {

@@ -320,8 +320,11 @@ void Plantitems(RunContext& run) {
     }
     c.PlantGroupColumns("SP_ID", "", true);
     if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "", "SP_ID", "Status_sp_modelitemid");
+    // The symbol columns come after the area break's revision when there is one.
+    const bool areaBreaks = st.TableExists("T_AREABREAKATTRIBUTE");
+    if (!areaBreaks && st.TableExists("t_symbol")) c.Add("t_symbol", "", "SP_ID", "Symbol_sp_plantitemid");
     c.Finish();
-    if (st.TableExists("T_AREABREAKATTRIBUTE")) {
+    if (areaBreaks) {
         st.AddColumn("Plantitems", {"PlantItemGroup_RevisionNumber", store::ColumnType::Text(100)});
         store::JoinUpdate u;
         u.target = "Plantitems";
@@ -331,7 +334,7 @@ void Plantitems(RunContext& run) {
         u.set = {{"PlantItemGroup_RevisionNumber", "b.PlantItemGroup_RevisionNumber"}};
         st.UpdateFromJoin(u);
     }
-    if (st.TableExists("t_symbol")) {
+    if (areaBreaks && st.TableExists("t_symbol")) {
         Chain s(run, "Plantitems");
         s.StartTable("Plantitems");
         s.Add("t_symbol", "", "SP_ID", "Symbol_sp_plantitemid");
@@ -513,9 +516,9 @@ void BuildCategories(RunContext& run) {
         Instruments(run);
         ItemNotes(run);
         run.sharedSources = nullptr;
+        run.step = 38;
+        if (run.keys.AnyLike("OPCs", "t_opc.*")) AddOPCs(st, run.keys, &shared);
     }
-    run.step = 38;
-    if (run.keys.AnyLike("OPCs", "t_opc.*")) AddOPCs(st, run.keys);
     if (run.keys.Has("InlineComp_Prun", "Others.NotConnectedRuns")) AddNotConnectedRuns(st);
     if (run.keys.Has("InlineComp_Prun", "Others.NumberOfLabels")) AddNumberOfLabels(st, run.attributeIni);
     DrawingsCategory(run);

@@ -192,6 +192,7 @@ void AddPlantItemHistory(store::Store& store, const HistoryFlags& flags) {
                    ") AS h";
         u.on = "t_plantitem.sp_id=h.[item]";
         u.order = "h.[item]";  // one row per item: any order
+        u.oneMatch = true;
         std::vector<store::ColumnDef> dates;
         for (const Column& c : columns) {
             if (!c.wanted) continue;
@@ -224,6 +225,7 @@ void AddDrawingLastModified(store::Store& store, const AttributeKeys& keys, bool
             u.target = table;
             u.source = "[t_history]";
             u.on = "[" + table + "].[drawing_sp_id]=[t_history].[sp_drawingid]";
+            u.oneMatch = true;  // one history row per drawing is left
             if (withDate) {
                 store.AddColumn(table, {"Drawing_LastModifiedDate", ColumnType::DateTime()});
                 u.set.push_back({"Drawing_LastModifiedDate", "[t_history].[timestamp]"});

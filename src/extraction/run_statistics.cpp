@@ -50,6 +50,9 @@ std::string NotConnectedRunsSql(const NotConnectedInputs& in) {
                             : " AND 0";
     }
     runs += " GROUP BY Piperun_sp_id, PipeRun_ITEMTAG";
+    // Only a tag of two runs or more can count: the others go before the joins.
+    runs = "SELECT run, tag FROM (SELECT run, tag, count(*) OVER (PARTITION BY tag) AS n FROM (" + runs +
+           ")) WHERE n >= 2";
     // The run's neighbour items: the ends of its connectors, the far ends of connectors that end on
     // it, and the tags of its off-page connectors. Its representations are looked up once.
     const std::string reps =

@@ -277,17 +277,20 @@ void Store::CreateTable(std::string_view name, const std::vector<ColumnDef>& col
     });
 }
 
-void Store::AddColumn(std::string_view table, const ColumnDef& column) {
+void Store::AddColumn(std::string_view table, const ColumnDef& column, std::optional<std::int64_t> everyRow) {
     Trap("AddColumn", [&] {
         if (column.type.counter) return AddCounterId(table, column.name);
+        if (everyRow && column.type.storage() != Storage::Integer)
+            Raise("AddColumn: a number for every row needs a number column.");
         const std::string t = RequireTable(table, {});
         CheckAccessName(t, column.name);
         if (FindColumn(t, column.name))
             Raise("Field '" + column.name + "' already exists in table '" + t + "'.");
         CheckColumnCount(t, Columns(t).size() + 1);
         Transaction tx(handle());
+        // A default fills the rows without writing them.
         Execute("ALTER TABLE " + QuoteName(t) + " ADD COLUMN " + QuoteName(column.name) + " " +
-                Declaration(column.type));
+                Declaration(column.type) + (everyRow ? " DEFAULT " + std::to_string(*everyRow) : ""));
         SetCatalogType(t, column.name, column.type);
         tx.Commit();
     });

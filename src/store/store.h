@@ -76,6 +76,12 @@ struct JoinUpdate {
     // that order wins. Empty: "<alias>._rowid_" of a one-table source.
     std::string order;
     bool leftJoin = false;
+    // Each target row matches one source row at most (a source grouped by the joined column):
+    // the update needs no ranking of matches.
+    bool oneMatch = false;
+    // Source columns (table, column) that `on` matches, each on its own table: when none of
+    // them holds a value twice (case ignored), each target row matches one source row at most.
+    std::vector<std::pair<std::string, std::string>> uniqueKeys;
 };
 
 // Types given for SelectInto's result columns, by name, in place of those of the sources.
@@ -122,7 +128,8 @@ class Store {
     // --- Making and reshaping tables ---
     void CreateTable(std::string_view name, const std::vector<ColumnDef>& columns);
     // A Counter column goes through AddCounterId.
-    void AddColumn(std::string_view table, const ColumnDef& column);
+    // With `everyRow`, every row holds that number in the new column.
+    void AddColumn(std::string_view table, const ColumnDef& column, std::optional<std::int64_t> everyRow = {});
     void DropTable(std::string_view name);
     // SELECT ... INTO: creates `target` from the statement's result. Each column's type comes
     // from the catalogue types of its sources (the widest over every branch of a UNION), else

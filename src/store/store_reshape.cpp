@@ -589,6 +589,15 @@ std::string UpdateFromJoinSql(const JoinUpdate& u) {
                                           "': a source of several tables needs its order.");
         order = sourceAlias + "." + std::string(kRowid);
     }
+    if (u.oneMatch && !u.leftJoin) {
+        // One match at most: SQLite's own UPDATE ... FROM, without ranking the pairs.
+        std::string sql = "UPDATE " + target + (u.targetAlias.empty() ? "" : " AS " + u.targetAlias) + " SET ";
+        for (std::size_t i = 0; i < u.set.size(); ++i)
+            sql += (i ? ", " : "") + QuoteName(u.set[i].column) + " = (" + u.set[i].expression + ")";
+        sql += " FROM " + u.source + " WHERE (" + u.on + ")";
+        if (!u.where.empty()) sql += " AND (" + u.where + ")";
+        return sql;
+    }
     const std::string m = QuoteName(std::string(kInternalPrefix) + "m");
     std::string sql = "UPDATE " + target + " SET ";
     for (std::size_t i = 0; i < u.set.size(); ++i)
@@ -626,6 +635,16 @@ std::int64_t Store::UpdateFromJoin(const JoinUpdate& update) {
         for (Assignment& a : u.set) {
             a.column = RequireColumn(u.target, a.column, {});
             columns.push_back(a.column);
+        }
+        if (!u.oneMatch && !u.uniqueKeys.empty()) {
+            u.oneMatch = true;
+            for (const auto& [table, column] : u.uniqueKeys) {
+                const std::string t = RequireTable(table, {}), c = QuoteName(RequireColumn(t, column, {}));
+                if (!QueryValue("SELECT 1 FROM " + QuoteName(t) + " WHERE " + c + " IS NOT NULL GROUP BY " + c +
+                                " COLLATE " + std::string(kTextCollation) + " HAVING count(*) > 1 LIMIT 1")
+                         .isNull())
+                    u.oneMatch = false;
+            }
         }
         const std::int64_t changed = ExecuteCount(UpdateFromJoinSql(u));
         // The values come from other tables and may be longer (or of another kind) than the

@@ -305,7 +305,9 @@ TEST(UpdateFromJoin, SeveralSourcesAndFilters) {
                  {{"Plantitemtype", "length(p.sp_id)"}},
                  "c.sp_id <> 'r1'",
                  "",
-                 true};
+                 true,
+                 false,
+                 {}};
     EXPECT_EQ(s.UpdateFromJoin(l), 2);
     EXPECT_EQ(Render(s, "SELECT sp_id, Plantitemtype FROM t_connector ORDER BY sp_id"),
               "r1|4;r2|2;r3|<null>");
@@ -346,7 +348,7 @@ TEST(UpdateFromJoin, SetColumnsFitTheirNewValues) {
     s.CreateTable("src", {{"k", ColumnType::Text(5)}, {"v", ColumnType::Text(40)}, {"n", ColumnType::Text(10)}});
     Fill(s, "target", "('x', 'abc', 1)");
     Fill(s, "src", "('x', 'a longer value', 'n/a')");
-    JoinUpdate u{"target", "t", "src", "t.k = src.k", {{"v", "src.v"}, {"n", "src.n"}}, "", "", false};
+    JoinUpdate u{"target", "t", "src", "t.k = src.k", {{"v", "src.v"}, {"n", "src.n"}}, "", "", false, false, {}};
     EXPECT_EQ(s.UpdateFromJoin(u), 1);
     EXPECT_EQ(Types(s, "target"), "k:Text(5),v:Text(14),n:Text(255)");
 }
