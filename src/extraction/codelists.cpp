@@ -1,5 +1,7 @@
 #include "extraction/codelists.h"
 
+#include <memory>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -10,6 +12,7 @@
 #include "extraction/output_model.h"
 #include "plantaccess/store_connection.h"
 #include "store/access_text.h"
+#include "store/sql_functions.h"
 #include "store/sqlite.h"
 
 namespace tb::extraction {
@@ -244,26 +247,30 @@ std::string DecodeUpdateSql(std::string_view table, const std::vector<DecodedCol
     if (columns.empty()) throw Error(kErrInternal, "DecodeUpdateSql: no column to decode.");
     const std::string t = Bracket(table);
     std::string sql = "UPDATE " + t + " SET ";
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        const std::string c = t + "." + Bracket(columns[i].column);
-        // One probe: a found Null text comes back as the empty blob, which no code text is, and
-        // turns back into Null; a value that is itself the empty blob stays.
-        sql += (i ? ", " : "") + Bracket(columns[i].column) + " = CASE WHEN " + c +
-               " = X'' THEN " + c + " ELSE nullif(coalesce((SELECT ifnull(txt, X'') FROM "
-               "[__tb_decode] WHERE a = lcase(" + SqlLiteral(columns[i].attribute) +
-               ") AND k = jcat('', " + c + ")), " + c + "), X'') END";
-    }
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        sql += (i ? ", " : "") + Bracket(columns[i].column) + " = tb_decode(lcase(" +
+               SqlLiteral(columns[i].attribute) + "), " + t + "." + Bracket(columns[i].column) + ")";
     return sql;
 }
 
 void MakeDecodeLookup(store::Store& store) {
     DropDecodeLookup(store);
     store.Execute(DecodeLookupSql());
-    store.Execute(DecodeLookupIndexSql());
+    // Read once into memory: a probe per cell is a hash lookup, not a statement.
+    auto texts = std::make_shared<store::CodeTexts>();
+    for (const store::Row& r : store.QueryRows("SELECT a, k, txt FROM [__tb_decode]")) {
+        // A found text of Null, or of the empty blob, decodes to Null.
+        std::optional<std::string> text;
+        if (!r[2].isNull() && !(r[2].isBlob() && r[2].ToText().empty())) text = r[2].ToText();
+        texts->lists[r[0].ToText()].emplace(r[1].ToText(), std::move(text));
+    }
+    store.Execute("DROP TABLE [__tb_decode]");
+    store::RegisterDecode(store.handle(), std::move(texts));
 }
 
 void DropDecodeLookup(store::Store& store) {
     store.Execute("DROP TABLE IF EXISTS [__tb_decode]");
+    store::RegisterDecode(store.handle(), nullptr);
 }
 
 void DecodeTable(store::Store& store, std::string_view table,

@@ -258,6 +258,27 @@ void Like(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     });
 }
 
+// The user data is a shared pointer to the texts, released by SQLite with the function.
+void Decode(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    Guard(ctx, [&] {
+        const CodeTexts& texts = **static_cast<const std::shared_ptr<const CodeTexts>*>(sqlite3_user_data(ctx));
+        sqlite3_value* value = argv[1];
+        if (sqlite3_value_type(argv[0]) == SQLITE_NULL) return sqlite3_result_value(ctx, value);
+        if (sqlite3_value_type(value) == SQLITE_BLOB && sqlite3_value_bytes(value) == 0)
+            return sqlite3_result_value(ctx, value);
+        const auto list = texts.lists.find(std::string(RawText(argv[0])));
+        if (list == texts.lists.end()) return sqlite3_result_value(ctx, value);
+        const auto code = list->second.find(AccessText(value));
+        if (code == list->second.end()) return sqlite3_result_value(ctx, value);
+        if (!code->second) return sqlite3_result_null(ctx);
+        ResultText(ctx, *code->second);
+    });
+}
+
+void ReleaseCodeTexts(void* p) {
+    delete static_cast<std::shared_ptr<const CodeTexts>*>(p);
+}
+
 int Collate(void*, int na, const void* a, int nb, const void* b) {
     const std::string_view sa(static_cast<const char*>(a), static_cast<std::size_t>(na));
     const std::string_view sb(static_cast<const char*>(b), static_cast<std::size_t>(nb));
@@ -294,6 +315,14 @@ void RegisterFunctions(sqlite3* db) {
     Create(db, "jround", 2, Jround);
     Create(db, "instr", 3, Instr);
     Create(db, "instr", 4, Instr);
+}
+
+void RegisterDecode(sqlite3* db, std::shared_ptr<const CodeTexts> texts) {
+    // SQLite calls ReleaseCodeTexts when the function is replaced or removed, even on failure.
+    auto* data = texts ? new std::shared_ptr<const CodeTexts>(std::move(texts)) : nullptr;
+    if (sqlite3_create_function_v2(db, "tb_decode", 2, kFlags, data, data ? Decode : nullptr, nullptr, nullptr,
+                                   data ? ReleaseCodeTexts : nullptr) != SQLITE_OK)
+        throw Error(kErrInternal, std::string("Cannot register tb_decode: ") + sqlite3_errmsg(db));
 }
 
 void RegisterCollation(sqlite3* db) {

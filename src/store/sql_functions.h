@@ -5,7 +5,11 @@
 
 #include <sqlite3.h>
 
+#include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <unordered_map>
 
 namespace tb::store {
 
@@ -23,5 +27,14 @@ void RegisterCollation(sqlite3* db);
 void RegisterAccessLike(sqlite3* db);
 // All of the above: what a store connection gets.
 void RegisterStoreSql(sqlite3* db);
+
+// Code texts by list and code, for tb_decode(list, value): the text of the value's code (its text
+// as jcat makes it) in the list, Null where that text is Null, the value itself where the list has
+// no such code; an empty blob stays. Lists and codes compare exactly: the caller folds them.
+struct CodeTexts {
+    std::unordered_map<std::string, std::unordered_map<std::string, std::optional<std::string>>> lists;
+};
+// Makes tb_decode read `texts`; without texts, tb_decode is gone.
+void RegisterDecode(sqlite3* db, std::shared_ptr<const CodeTexts> texts);
 
 }  // namespace tb::store

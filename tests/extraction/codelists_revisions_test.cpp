@@ -46,12 +46,8 @@ TEST(Codelists, FailureActionLowAndNoValueRows) {
 
 TEST(Codelists, DecodeUpdateSql) {
     EXPECT_EQ(DecodeUpdateSql("t", {{"Fluid", "FluidCode"}, {"O'x", "it's"}}),
-              "UPDATE [t] SET [Fluid] = CASE WHEN [t].[Fluid] = X'' THEN [t].[Fluid] ELSE "
-              "nullif(coalesce((SELECT ifnull(txt, X'') FROM [__tb_decode] WHERE a = "
-              "lcase('FluidCode') AND k = jcat('', [t].[Fluid])), [t].[Fluid]), X'') END, "
-              "[O'x] = CASE WHEN [t].[O'x] = X'' THEN [t].[O'x] ELSE "
-              "nullif(coalesce((SELECT ifnull(txt, X'') FROM [__tb_decode] WHERE a = "
-              "lcase('it''s') AND k = jcat('', [t].[O'x])), [t].[O'x]), X'') END");
+              "UPDATE [t] SET [Fluid] = tb_decode(lcase('FluidCode'), [t].[Fluid]), "
+              "[O'x] = tb_decode(lcase('it''s'), [t].[O'x])");
     EXPECT_THROW(DecodeUpdateSql("t", {}), Error);
 }
 
