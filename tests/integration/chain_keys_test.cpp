@@ -45,16 +45,21 @@ struct Table {
 class ChainKeys : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        box_ = new Sandbox;
-        fs::create_directories(box_->app() / "config");
-        fs::copy_file(test::SourceDir() / "config" / "default", box_->app() / "config" / "default");
-        // DuctRuns are built only with the setting and a client version that has them.
-        test::WriteFile(box_->app() / "tarnbrook.ini", "[Settings]\r\nDuctRuns=1\r\nPIDVersion=09.00\r\n");
-        test::WriteFile(box_->root() / "c.ini", kConfig);
-        run_ = new test::ProcessResult(box_->Run({"/output", Mdb().string(), "/site",
-                                                  (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant",
-                                                  "PlantA", "/config", (box_->root() / "c.ini").string()}));
+        shared_.Run([] {
+            box_ = new Sandbox;
+            fs::create_directories(box_->app() / "config");
+            fs::copy_file(test::SourceDir() / "config" / "default", box_->app() / "config" / "default");
+            // DuctRuns are built only with the setting and a client version that has them.
+            test::WriteFile(box_->app() / "tarnbrook.ini", "[Settings]\r\nDuctRuns=1\r\nPIDVersion=09.00\r\n");
+            test::WriteFile(box_->root() / "c.ini", kConfig);
+            run_ = new test::ProcessResult(box_->Run({"/output", Mdb().string(), "/site",
+                                                      (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant",
+                                                      "PlantA", "/config", (box_->root() / "c.ini").string()}));
+        });
     }
+    // A failed shared set-up fails each test instead of leaving them skipped.
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
+    static inline tb::test::SharedSetUp shared_;
     static void TearDownTestSuite() {
         delete run_;
         delete box_;

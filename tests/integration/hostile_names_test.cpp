@@ -64,35 +64,40 @@ const Hostile kHostile[] = {
 class HostileNames : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        plant_ = new test::TempDir;
-        sampleplant::Options options;
-        options.out = plant_->path() / "plant";
-        options.drawings = sampleplant::kShowcaseDrawings;
-        sampleplant::GeneratePlant(options);
+        shared_.Run([] {
+            plant_ = new test::TempDir;
+            sampleplant::Options options;
+            options.out = plant_->path() / "plant";
+            options.drawings = sampleplant::kShowcaseDrawings;
+            sampleplant::GeneratePlant(options);
 
-        store::Connection pid((options.out / "PLANTAPID.db").string(), SQLITE_OPEN_READWRITE);
-        std::set<std::string> added;
-        auto add = [&](const std::string& table, const std::string& column, const std::string& type,
-                       const std::string& value) {
-            if (!added.insert(table + "." + column).second) return;
-            const std::string c = store::QuoteName(column);
-            store::Execute(pid.get(), "ALTER TABLE " + table + " ADD COLUMN " + c + " " + type + "; UPDATE " + table +
-                                          " SET " + c + " = " + value);
-        };
-        for (const Hostile& h : kHostile) add(h.table, h.column, "VARCHAR(40)", SqlLiteral(h.prefix) + " || SP_ID");
-        // A column Access cannot name: configured, it is left out; in t_status, which is copied
-        // whole, it stays behind.
-        add("T_Equipment", "Evil]Col", "VARCHAR(40)", "'br-' || SP_ID");
-        add("T_Status", "Stat]X", "VARCHAR(40)", "'sx'");
-        // A code-listed column: its numbers become the texts of the equipment types.
-        add("T_Equipment", "Coded Type", "INTEGER", "EquipmentType");
-        store::Connection dictionary((options.out / "PLANTAPIDD.db").string(), SQLITE_OPEN_READWRITE);
-        store::Execute(dictionary.get(),
-                       "INSERT INTO ATTRIBUTES (ATTRIBUTE_NUMBER, ATTRIBUTE_NAME, ATTRIBUTE_DATATYPE, "
-                       "ATTRIBUTE_CODELISTED, ENTITY_NUMBER, TABLENAME, COLUMNNAME) SELECT 9901, 'Coded Type', "
-                       "ATTRIBUTE_DATATYPE, 'T', ENTITY_NUMBER, TABLENAME, 'Coded Type' FROM ATTRIBUTES "
-                       "WHERE ATTRIBUTE_NAME = 'EquipmentType'");
+            store::Connection pid((options.out / "PLANTAPID.db").string(), SQLITE_OPEN_READWRITE);
+            std::set<std::string> added;
+            auto add = [&](const std::string& table, const std::string& column, const std::string& type,
+                           const std::string& value) {
+                if (!added.insert(table + "." + column).second) return;
+                const std::string c = store::QuoteName(column);
+                store::Execute(pid.get(), "ALTER TABLE " + table + " ADD COLUMN " + c + " " + type + "; UPDATE " + table +
+                                              " SET " + c + " = " + value);
+            };
+            for (const Hostile& h : kHostile) add(h.table, h.column, "VARCHAR(40)", SqlLiteral(h.prefix) + " || SP_ID");
+            // A column Access cannot name: configured, it is left out; in t_status, which is copied
+            // whole, it stays behind.
+            add("T_Equipment", "Evil]Col", "VARCHAR(40)", "'br-' || SP_ID");
+            add("T_Status", "Stat]X", "VARCHAR(40)", "'sx'");
+            // A code-listed column: its numbers become the texts of the equipment types.
+            add("T_Equipment", "Coded Type", "INTEGER", "EquipmentType");
+            store::Connection dictionary((options.out / "PLANTAPIDD.db").string(), SQLITE_OPEN_READWRITE);
+            store::Execute(dictionary.get(),
+                           "INSERT INTO ATTRIBUTES (ATTRIBUTE_NUMBER, ATTRIBUTE_NAME, ATTRIBUTE_DATATYPE, "
+                           "ATTRIBUTE_CODELISTED, ENTITY_NUMBER, TABLENAME, COLUMNNAME) SELECT 9901, 'Coded Type', "
+                           "ATTRIBUTE_DATATYPE, 'T', ENTITY_NUMBER, TABLENAME, 'Coded Type' FROM ATTRIBUTES "
+                           "WHERE ATTRIBUTE_NAME = 'EquipmentType'");
+        });
     }
+    // A failed shared set-up fails each test instead of leaving them skipped.
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
+    static inline tb::test::SharedSetUp shared_;
     static void TearDownTestSuite() {
         delete plant_;
         plant_ = nullptr;

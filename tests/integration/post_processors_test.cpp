@@ -23,14 +23,19 @@ using Table = std::vector<Row>;
 class PostProcessors : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        plant_ = new test::TempDir;
-        sampleplant::Options options;
-        options.out = plant_->path() / "plant";
-        options.drawings = sampleplant::kShowcaseDrawings;
-        sampleplant::GeneratePlant(options);
-        box_ = new Sandbox;
-        run_ = new test::ProcessResult(Extract(*box_, plant_->path() / "plant"));
+        shared_.Run([] {
+            plant_ = new test::TempDir;
+            sampleplant::Options options;
+            options.out = plant_->path() / "plant";
+            options.drawings = sampleplant::kShowcaseDrawings;
+            sampleplant::GeneratePlant(options);
+            box_ = new Sandbox;
+            run_ = new test::ProcessResult(Extract(*box_, plant_->path() / "plant"));
+        });
     }
+    // A failed shared set-up fails each test instead of leaving them skipped.
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
+    static inline tb::test::SharedSetUp shared_;
     static void TearDownTestSuite() {
         delete run_;
         delete box_;

@@ -194,18 +194,23 @@ std::string FromHex(const std::string& hex) {
 class JetRoundTrip : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
-        dir_ = new TempDir;
-        file_ = new fs::path(dir_->path() / "all.mdb");
-        std::vector<TableData> tables;
-        for (const TypeCases& t : AllTypeCases()) {
-            TableData data{{t.table, {{"ID", JetType::Long}, t.column}}, {}};
-            for (std::size_t i = 0; i < t.cases.size(); ++i) {
-                data.rows.push_back({std::int64_t(i), t.cases[i].value});
+        shared_.Run([] {
+            dir_ = new TempDir;
+            file_ = new fs::path(dir_->path() / "all.mdb");
+            std::vector<TableData> tables;
+            for (const TypeCases& t : AllTypeCases()) {
+                TableData data{{t.table, {{"ID", JetType::Long}, t.column}}, {}};
+                for (std::size_t i = 0; i < t.cases.size(); ++i) {
+                    data.rows.push_back({std::int64_t(i), t.cases[i].value});
+                }
+                tables.push_back(std::move(data));
             }
-            tables.push_back(std::move(data));
-        }
-        WriteDatabase(*file_, tables);
+            WriteDatabase(*file_, tables);
+        });
     }
+    // A failed shared set-up fails each test instead of leaving them skipped.
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
+    static inline tb::test::SharedSetUp shared_;
     static void TearDownTestSuite() {
         delete file_;
         delete dir_;

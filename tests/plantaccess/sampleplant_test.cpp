@@ -20,12 +20,17 @@ namespace {
 class SamplePlantTest : public PlantAccessTest {
 protected:
     static void SetUpTestSuite() {
-        folder_ = new tb::test::TempDir;
-        sampleplant::Options options;
-        options.out = folder_->path() / "plant";
-        options.drawings = sampleplant::kShowcaseDrawings;
-        sampleplant::GeneratePlant(options);
+        shared_.Run([] {
+            folder_ = new tb::test::TempDir;
+            sampleplant::Options options;
+            options.out = folder_->path() / "plant";
+            options.drawings = sampleplant::kShowcaseDrawings;
+            sampleplant::GeneratePlant(options);
+        });
     }
+    // A failed shared set-up fails each test instead of leaving them skipped.
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
+    static inline tb::test::SharedSetUp shared_;
     static void TearDownTestSuite() {
         delete folder_;
         folder_ = nullptr;

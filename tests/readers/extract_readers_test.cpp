@@ -28,12 +28,17 @@ std::string Joined(const std::vector<std::string>& lines) {
 class SamplePlantExtract : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
-        plant_ = new test::TempDir;
-        sampleplant::Options options;
-        options.out = plant_->path() / "plant";
-        options.drawings = sampleplant::kShowcaseDrawings;
-        sampleplant::GeneratePlant(options);
+        shared_.Run([] {
+            plant_ = new test::TempDir;
+            sampleplant::Options options;
+            options.out = plant_->path() / "plant";
+            options.drawings = sampleplant::kShowcaseDrawings;
+            sampleplant::GeneratePlant(options);
+        });
     }
+    // A failed shared set-up fails each test instead of leaving them skipped.
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
+    static inline tb::test::SharedSetUp shared_;
     static void TearDownTestSuite() {
         delete plant_;
         plant_ = nullptr;

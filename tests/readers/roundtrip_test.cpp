@@ -222,16 +222,21 @@ Table Big() {
 class RoundTrip : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
-        dir_ = new test::TempDir;
-        file_ = (*dir_ / "roundtrip.mdb").string();
-        tables_ = {AllTypes(), LongValues(), Wide(), NearLimit(), PageFill(), Big()};
-        mdb::JetWriter writer(file_);
-        for (auto& t : tables_) {
-            mdb::VectorRowSource source(t.rows);
-            writer.AddTable(t.def, source);
-        }
-        writer.Commit();
+        shared_.Run([] {
+            dir_ = new test::TempDir;
+            file_ = (*dir_ / "roundtrip.mdb").string();
+            tables_ = {AllTypes(), LongValues(), Wide(), NearLimit(), PageFill(), Big()};
+            mdb::JetWriter writer(file_);
+            for (auto& t : tables_) {
+                mdb::VectorRowSource source(t.rows);
+                writer.AddTable(t.def, source);
+            }
+            writer.Commit();
+        });
     }
+    // A failed shared set-up fails each test instead of leaving them skipped.
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
+    static inline tb::test::SharedSetUp shared_;
     static void TearDownTestSuite() {
         delete dir_;
         dir_ = nullptr;

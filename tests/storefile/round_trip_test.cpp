@@ -231,13 +231,18 @@ mdb::WriterOptions FixedClock() {
 class RoundTrip : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
-        dir_ = new tb::test::TempDir();
-        store_ = new store::Store(MakeStore());
-        WriteOptions options;
-        options.jet = FixedClock();
-        WriteStoreFile(*store_, *dir_ / "extract.mdb", options);
-        WriteStoreFile(*store_, *dir_ / "extract.sqlite", options);
+        shared_.Run([] {
+            dir_ = new tb::test::TempDir();
+            store_ = new store::Store(MakeStore());
+            WriteOptions options;
+            options.jet = FixedClock();
+            WriteStoreFile(*store_, *dir_ / "extract.mdb", options);
+            WriteStoreFile(*store_, *dir_ / "extract.sqlite", options);
+        });
     }
+    // A failed shared set-up fails each test instead of leaving them skipped.
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
+    static inline tb::test::SharedSetUp shared_;
     static void TearDownTestSuite() {
         delete store_;
         delete dir_;

@@ -1,5 +1,8 @@
 #include "support/test_support.h"
 
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -124,6 +127,32 @@ Sandbox::Sandbox() {
 ProcessResult Sandbox::Run(const std::vector<std::string>& args, const std::string& interruptWhen,
                            int signal) const {
     return RunProcess(BuildDir() / "tarnbrook", args, env_, root(), interruptWhen, signal);
+}
+
+void SharedSetUp::Run(const std::function<void()>& setUp) {
+    ::testing::TestPartResultArray results;
+    failure_.clear();
+    {
+        const ::testing::ScopedFakeTestPartResultReporter reporter(
+            ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &results);
+        try {
+            setUp();
+        } catch (const std::exception& e) {
+            failure_ = std::string("exception: ") + e.what() + "\n";
+        } catch (...) {
+            failure_ = "an exception of unknown type\n";
+        }
+    }
+    for (int i = 0; i < results.size(); ++i) {
+        const ::testing::TestPartResult& r = results.GetTestPartResult(i);
+        if (r.failed())
+            failure_ += std::string(r.file_name() ? r.file_name() : "?") + ":" + std::to_string(r.line_number()) +
+                        ": " + r.message() + "\n";
+    }
+}
+
+void SharedSetUp::Check() const {
+    if (!failure_.empty()) FAIL() << "the shared set-up of this suite failed:\n" << failure_;
 }
 
 }  // namespace tb::test

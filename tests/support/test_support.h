@@ -4,7 +4,9 @@
 
 #include <chrono>
 #include <csignal>
+#include <exception>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -73,6 +75,21 @@ public:
 private:
     TempDir dir_;
     std::map<std::string, std::string> env_;
+};
+
+// A suite's shared set-up (SetUpTestSuite) whose failure fails each test of the suite. Left to
+// itself, gtest skips the tests after a failed shared set-up, and ctest counts a skip as no
+// failure: a broken fixture would pass. Run the set-up through Run, and call Check at the start of
+// each test's SetUp (ASSERT_NO_FATAL_FAILURE(shared.Check())).
+class SharedSetUp {
+public:
+    // Runs `setUp`, keeping its failed assertions and any exception instead of reporting them.
+    void Run(const std::function<void()>& setUp);
+    // Fails the current test with what went wrong in the shared set-up, if anything did.
+    void Check() const;
+
+private:
+    std::string failure_;
 };
 
 }  // namespace tb::test
