@@ -26,6 +26,21 @@ TEST(Ini, LookupIgnoresCaseAndKeepsOrderAndCase) {
     EXPECT_TRUE(doc.Keys("missing").empty());
 }
 
+TEST(Ini, EnclosingQuotesOnly) {
+    struct Case {
+        const char* value;
+        const char* read;
+    } cases[] = {
+        {"\"\"", ""},        {"''", ""},           {"\"a\"", "a"},    {"'a b'", "a b"},
+        {"\"", "\""},        {"\"a'", "\"a'"},       {"a\"", "a\""},    {"\"a\"b\"", "a\"b"},
+    };
+    for (const Case& c : cases) {
+        const auto doc = IniDocument::Parse(std::string("[S]\r\nk=") + c.value + "\r\n");
+        EXPECT_EQ(doc.Get("S", "k"), c.read) << c.value;
+        EXPECT_EQ(doc.Entries("S").at(0).second, c.read) << c.value;
+    }
+}
+
 TEST(Ini, WritesKeepLayoutAndDeleteByNull) {
     TempDir dir;
     const auto file = dir / "a.ini";
