@@ -11,7 +11,7 @@ deps:
 
 configure: deps
 	@if [ -f $(BUILD)/CMakeCache.txt ]; then cmake -S . -B $(BUILD); \
-	 else cmake -S . -B $(BUILD) -G Ninja; fi
+	 else cmake -S . -B $(BUILD) -G Ninja -DTB_WERROR=ON; fi
 
 build: configure
 	cmake --build $(BUILD) -j $(JOBS)
