@@ -2,7 +2,7 @@
 BUILD := build
 JOBS  ?= $(shell nproc)
 
-.PHONY: all deps configure build demo test clean
+.PHONY: all deps configure build demo test package clean
 
 all: build
 
@@ -21,6 +21,10 @@ demo: build
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+# A Debian package of the installed program in build/.
+package: build
+	cd $(BUILD) && cpack -G DEB
 
 clean:
 	rm -rf $(BUILD)

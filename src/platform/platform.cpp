@@ -40,6 +40,9 @@ fs::path ApplicationFolder() {
     if (fs::is_directory(ProgramFolder() / "config" / "default", ec) ||
         fs::is_regular_file(ProgramFolder() / "config" / "default", ec))
         return ProgramFolder();
+    // Installed: <prefix>/bin/tarnbrook beside <prefix>/share/tarnbrook, wherever the prefix is.
+    const fs::path installed = ProgramFolder().parent_path() / "share" / "tarnbrook";
+    if (fs::is_regular_file(installed / "config" / "default", ec)) return installed;
     return TB_INSTALL_DATADIR;
 }
 
