@@ -74,15 +74,13 @@ void InstrumentChain(store::Store& st, ScratchTables& scratch, std::string_view 
             scratch.Claim("tempID"));
         st.IndexColumn("SP_PIPINGCOMPID", "tempID");
         for (int round = 0; round < 2; ++round) {
-            store::JoinUpdate u;
-            u.target = "tempID";
-            u.targetAlias = "t1";
-            u.source = "tempID t2 LEFT JOIN tempID t3 ON t2.sp_id = t3.sp_pipingcompid";
-            u.on = "t1.sp_id = t2.sp_pipingcompid";
-            u.where = "t3.sp_pipingcompid IS NULL";
-            u.set = {{"sp_id", "t2.sp_id"}};
-            u.order = "t2._rowid_";
-            st.UpdateFromJoin(u);
+            st.UpdateFromJoin({.target = "tempID",
+                .targetAlias = "t1",
+                .source = "tempID t2 LEFT JOIN tempID t3 ON t2.sp_id = t3.sp_pipingcompid",
+                .on = "t1.sp_id = t2.sp_pipingcompid",
+                .set = {{"sp_id", "t2.sp_id"}},
+                .where = "t3.sp_pipingcompid IS NULL",
+                .order = "t2._rowid_"});
         }
         Update(st, "Instruments", "tempID s", "t." + C + " = s.SP_PIPINGCOMPID", {{C, "s.sp_id"}},
                "t.Instrument_sp_id <> s.sp_id");

@@ -508,12 +508,10 @@ void FirstHalf::InlinecompIDs() {
     CopyStep("t_inlinecomp", "select sp_instrumentid, sp_pipingcompid, sp_piperunid from " + T("t_inlinecomp"),
              "T_InlinecompIDs", true, false);
     st_.AddColumn("T_InlinecompIDs", {"PipeRunType", store::ColumnType::Long()});
-    store::JoinUpdate u;
-    u.target = "T_InlinecompIDs";
-    u.source = "t_PipeRun p";
-    u.on = "T_InlinecompIDs.SP_PIPERUNID=p.Piperun_sp_id";
-    u.set = {{"PipeRunType", "p.Piperun_piperuntype"}};
-    st_.UpdateFromJoin(u);
+    st_.UpdateFromJoin({.target = "T_InlinecompIDs",
+        .source = "t_PipeRun p",
+        .on = "T_InlinecompIDs.SP_PIPERUNID=p.Piperun_sp_id",
+        .set = {{"PipeRunType", "p.Piperun_piperuntype"}}});
 }
 
 void FirstHalf::Cases() {
@@ -612,13 +610,11 @@ void FirstHalf::Symbols() {
                         "WHERE NOT ROTATIONANGLE IS NULL");
         if (symbolNames_) {
             st_.AddColumn("t_symbol", {"Name", store::ColumnType::Text(255)});
-            store::JoinUpdate u;
-            u.target = "t_symbol";
-            u.source = "t_symbol_name n";
-            u.on = "t_symbol.sp_id=n.sp_id";
-            u.set = {{"Name", "\"left\"(n.[name], len(n.[name])-4)"}};
-            u.where = "len(n.[name])>4";
-            st_.UpdateFromJoin(u);
+            st_.UpdateFromJoin({.target = "t_symbol",
+                .source = "t_symbol_name n",
+                .on = "t_symbol.sp_id=n.sp_id",
+                .set = {{"Name", "\"left\"(n.[name], len(n.[name])-4)"}},
+                .where = "len(n.[name])>4"});
         }
     } else if (symbolNames_) {
         st_.SelectInto("SELECT * FROM t_symbol_name", "t_symbol");
@@ -639,23 +635,19 @@ void FirstHalf::PlantGroups() {
     ShowProgress("Extracting T_PLANTGROUP...");
     Rs2Access(*run_.plant.connection, sql, st_, "T_PLANTGROUP");
     st_.AddColumn("T_PLANTGROUP", {"ParentPlantGroup", store::ColumnType::Text(100)});
-    store::JoinUpdate parent;
-    parent.target = "T_PLANTGROUP";
-    parent.targetAlias = "a";
-    parent.source = "T_PLANTGROUP b";
-    parent.on = "a.parentid=b.sp_id";
-    parent.set = {{"ParentPlantGroup", "b.PlantGroup"}};
-    parent.leftJoin = true;
-    st_.UpdateFromJoin(parent);
+    st_.UpdateFromJoin({.target = "T_PLANTGROUP",
+        .targetAlias = "a",
+        .source = "T_PLANTGROUP b",
+        .on = "a.parentid=b.sp_id",
+        .set = {{"ParentPlantGroup", "b.PlantGroup"}},
+        .leftJoin = true});
     if (unitCode) {
-        store::JoinUpdate inherit;
-        inherit.target = "T_PLANTGROUP";
-        inherit.targetAlias = "g";
-        inherit.source = "T_PLANTGROUP p";
-        inherit.on = "g.PARENTID=p.SP_ID";
-        inherit.set = {{"UnitCode", "p.UNITCODE"}};
-        inherit.where = "g.unitcode IS NULL";
-        st_.UpdateFromJoin(inherit);
+        st_.UpdateFromJoin({.target = "T_PLANTGROUP",
+            .targetAlias = "g",
+            .source = "T_PLANTGROUP p",
+            .on = "g.PARENTID=p.SP_ID",
+            .set = {{"UnitCode", "p.UNITCODE"}},
+            .where = "g.unitcode IS NULL"});
     }
     run_.CheckCancel();
 }
@@ -707,14 +699,12 @@ void FirstHalf::PrepareTag() {
     if (st_.TableExists("t_pipingpoint")) {
         if (pointDescription_) {
             st_.AddColumn("t_pipingpoint", {"Description", store::ColumnType::Text(240)});
-            store::JoinUpdate u;
-            u.target = "t_pipingpoint";
-            u.targetAlias = "a";
-            u.source = "t_modelitem b";
-            u.on = "a.sp_id=b.sp_id";
-            u.set = {{"description", "b.description"}};
-            u.leftJoin = true;
-            st_.UpdateFromJoin(u);
+            st_.UpdateFromJoin({.target = "t_pipingpoint",
+                .targetAlias = "a",
+                .source = "t_modelitem b",
+                .on = "a.sp_id=b.sp_id",
+                .set = {{"description", "b.description"}},
+                .leftJoin = true});
         }
         if (run_.connectedPiperunID) {
             st_.AddColumn("t_pipingpoint", {"ConnectedPiperunID", store::ColumnType::Text(40)});

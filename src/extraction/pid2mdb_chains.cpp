@@ -154,14 +154,12 @@ public:
         for (const F& f : list) {
             if (!run_.keys.Has(category_, f.key)) continue;
             st_.AddColumn(category_, {f.column, store::ColumnType::Text(80)});
-            store::JoinUpdate u;
-            u.target = category_;
-            u.targetAlias = "a";
-            u.source = "t_instrfailmode f";
-            u.on = "a.[" + std::string(leftKey) + "]=f.sp_instrumentid";
-            u.set = {{f.column, "f.FailureAction"}};
-            u.where = std::string("f.FailModeType='") + f.mode + "'";
-            st_.UpdateFromJoin(u);
+            st_.UpdateFromJoin({.target = category_,
+                .targetAlias = "a",
+                .source = "t_instrfailmode f",
+                .on = "a.[" + std::string(leftKey) + "]=f.sp_instrumentid",
+                .set = {{f.column, "f.FailureAction"}},
+                .where = std::string("f.FailModeType='") + f.mode + "'"});
         }
     }
 
@@ -262,13 +260,11 @@ void EqpNozzle(RunContext& run) {
     ShowProgress("Preparing Eqp_Nozzle...");
     if (nozzle && st.TableExists("t_plantitem")) {
         // A nozzle's equipment from its part-of link where the nozzle names none.
-        store::JoinUpdate u;
-        u.target = "t_nozzle";
-        u.source = "t_plantitem p";
-        u.on = "t_nozzle.Nozzle_sp_id=p.sp_id";
-        u.set = {{"Nozzle_sp_equipmentid", "p.sp_partofid"}};
-        u.where = "len(jcat('', t_nozzle.Nozzle_sp_equipmentid))=0";
-        st.UpdateFromJoin(u);
+        st.UpdateFromJoin({.target = "t_nozzle",
+            .source = "t_plantitem p",
+            .on = "t_nozzle.Nozzle_sp_id=p.sp_id",
+            .set = {{"Nozzle_sp_equipmentid", "p.sp_partofid"}},
+            .where = "len(jcat('', t_nozzle.Nozzle_sp_equipmentid))=0"});
     }
     Chain c(run, "Eqp_Nozzle");
     c.StartTable(equipment ? "t_equipment" : "t_nozzle");
@@ -326,13 +322,11 @@ void Plantitems(RunContext& run) {
     c.Finish();
     if (areaBreaks) {
         st.AddColumn("Plantitems", {"PlantItemGroup_RevisionNumber", store::ColumnType::Text(100)});
-        store::JoinUpdate u;
-        u.target = "Plantitems";
-        u.targetAlias = "a";
-        u.source = "T_AREABREAKATTRIBUTE b";
-        u.on = "a.SP_ID=b.SP_PARENTID";
-        u.set = {{"PlantItemGroup_RevisionNumber", "b.PlantItemGroup_RevisionNumber"}};
-        st.UpdateFromJoin(u);
+        st.UpdateFromJoin({.target = "Plantitems",
+            .targetAlias = "a",
+            .source = "T_AREABREAKATTRIBUTE b",
+            .on = "a.SP_ID=b.SP_PARENTID",
+            .set = {{"PlantItemGroup_RevisionNumber", "b.PlantItemGroup_RevisionNumber"}}});
     }
     if (areaBreaks && st.TableExists("t_symbol")) {
         Chain s(run, "Plantitems");
@@ -390,13 +384,11 @@ void Instruments(RunContext& run) {
     c.PointColumns("Instrument_SP_ID");
     if (run.keys.Has("Instruments", "Others.LoopDrawingName") && st.ColumnExists("Instruments", "InstrLoop_SP_ID")) {
         st.AddColumn("Instruments", {"LoopDrawingName", store::ColumnType::Text(255)});
-        store::JoinUpdate u;
-        u.target = "Instruments";
-        u.targetAlias = "a";
-        u.source = "PID b";
-        u.on = "a.InstrLoop_SP_ID=b.SP_ID";
-        u.set = {{"LoopDrawingName", "b.Drawing_Name"}};
-        st.UpdateFromJoin(u);
+        st.UpdateFromJoin({.target = "Instruments",
+            .targetAlias = "a",
+            .source = "PID b",
+            .on = "a.InstrLoop_SP_ID=b.SP_ID",
+            .set = {{"LoopDrawingName", "b.Drawing_Name"}}});
     }
     Completion(run, "Instruments");
 }
@@ -435,12 +427,10 @@ void DrawingsCategory(RunContext& run) {
         set.push_back({alias, "g." + store::SqlName(column)});
     }
     if (set.empty()) return;
-    store::JoinUpdate u;
-    u.target = "Drawings";
-    u.source = "T_PLANTGROUP g";
-    u.on = "Drawings.Drawing_SP_PLANTGROUPID=g.sp_id";
-    u.set = set;
-    st.UpdateFromJoin(u);
+    st.UpdateFromJoin({.target = "Drawings",
+        .source = "T_PLANTGROUP g",
+        .on = "Drawings.Drawing_SP_PLANTGROUPID=g.sp_id",
+        .set = set});
 }
 
 void ClearWorkingTables(RunContext& run) {

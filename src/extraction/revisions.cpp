@@ -22,13 +22,11 @@ void FillRevisionColumn(store::Store& store, const std::string& column, bool las
             column + "] FROM [t_lastrevision] WHERE " + filter + " ORDER BY _rowid_",
         "t_lastrevision2");
     store.AddColumn("Drawings", {column, ColumnType::Text(255)});
-    store::JoinUpdate u;
-    u.target = "Drawings";
-    u.targetAlias = "t1";
-    u.source = "[t_lastrevision2] t2";
-    u.on = "t1.[DRAWING_SP_ID]=t2.[sp_id]";
-    u.set = {{column, "t2.[" + column + "]"}};
-    store.UpdateFromJoin(u);
+    store.UpdateFromJoin({.target = "Drawings",
+        .targetAlias = "t1",
+        .source = "[t_lastrevision2] t2",
+        .on = "t1.[DRAWING_SP_ID]=t2.[sp_id]",
+        .set = {{column, "t2.[" + column + "]"}}});
     store.DropTable("t_lastrevision2");
 }
 
@@ -101,12 +99,10 @@ void ExtractTRevision(const PlantSchema& plant, store::Store& store, const Attri
 void AddVersionAssociated(store::Store& store) {
     Trap("AddVersionAssociated", [&] {
         store.AddColumn("T_Revision", {"VersionAssociated", ColumnType::Text(10)});
-        store::JoinUpdate u;
-        u.target = "T_Revision";
-        u.source = "[t_drawingversion]";
-        u.on = "[T_Revision].[Revision_SP_ID]=[t_drawingversion].[sp_revisionid]";
-        u.set = {{"VersionAssociated", "'True'"}};
-        store.UpdateFromJoin(u);
+        store.UpdateFromJoin({.target = "T_Revision",
+            .source = "[t_drawingversion]",
+            .on = "[T_Revision].[Revision_SP_ID]=[t_drawingversion].[sp_revisionid]",
+            .set = {{"VersionAssociated", "'True'"}}});
         store.Execute(
             "UPDATE [T_Revision] SET [VersionAssociated]='False' WHERE [VersionAssociated] IS "
             "NULL");
@@ -249,12 +245,10 @@ void AddDrawingLastModified(store::Store& store, const AttributeKeys& keys, bool
 void AddDrawingLastModified2(store::Store& store) {
     Trap("AddDrawingLastModified2", [&] {
         store.AddColumn("t_drawing", {"LastModifiedDate", ColumnType::DateTime()});
-        store::JoinUpdate u;
-        u.target = "t_drawing";
-        u.source = "[t_history2]";
-        u.on = "[t_drawing].[sp_id]=[t_history2].[sp_drawingid]";
-        u.set = {{"LastModifiedDate", "[t_history2].[timestamp]"}};
-        store.UpdateFromJoin(u);
+        store.UpdateFromJoin({.target = "t_drawing",
+            .source = "[t_history2]",
+            .on = "[t_drawing].[sp_id]=[t_history2].[sp_drawingid]",
+            .set = {{"LastModifiedDate", "[t_history2].[timestamp]"}}});
         store.DropTable("t_history2");
     });
 }

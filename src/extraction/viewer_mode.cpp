@@ -14,12 +14,10 @@ std::atomic<bool> gSorrelwick{false};
 void FillFrom(store::Store& store, const std::string& table, const std::string& column, const std::string& source,
               const std::string& sourceColumn, const std::string& key, const std::string& sourceKey) {
     if (!store.ColumnExists(table, column)) store.AddColumn(table, {column, store::ColumnType::Text(255)});
-    store::JoinUpdate u;
-    u.target = table;
-    u.source = "[" + source + "] b";
-    u.on = "[" + table + "].[" + key + "]=b.[" + sourceKey + "]";
-    u.set = {{column, "b.[" + sourceColumn + "]"}};
-    store.UpdateFromJoin(u);
+    store.UpdateFromJoin({.target = table,
+        .source = "[" + source + "] b",
+        .on = "[" + table + "].[" + key + "]=b.[" + sourceKey + "]",
+        .set = {{column, "b.[" + sourceColumn + "]"}}});
 }
 
 }  // namespace

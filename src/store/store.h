@@ -63,25 +63,25 @@ struct Assignment {
 // target row, the last of them in insertion order wins; with `leftJoin`, target rows that match
 // nothing get the expressions over Null (Null for plain columns).
 struct JoinUpdate {
-    std::string target;  // the table updated
+    std::string target{};  // the table updated
     std::string
-        targetAlias;  // the name `on`, `where` and the expressions use for it; empty: target
+        targetAlias{};  // the name `on`, `where` and the expressions use for it; empty: target
     // FROM text of the other side: "pid AS b", "t_plantitem p, pid b". A LEFT join takes one table
     // or one subquery.
-    std::string source;
-    std::string on;  // the join condition
-    std::vector<Assignment> set;
-    std::string where;  // further condition on the joined rows; empty for none
+    std::string source{};
+    std::string on{};  // the join condition
+    std::vector<Assignment> set{};
+    std::string where{};  // further condition on the joined rows; empty for none
     // The insertion order of the source rows, "a._rowid_, b._rowid_" for a join; the last row in
     // that order wins. Empty: "<alias>._rowid_" of a one-table source.
-    std::string order;
+    std::string order{};
     bool leftJoin = false;
     // Each target row matches one source row at most (a source grouped by the joined column):
     // the update needs no ranking of matches.
     bool oneMatch = false;
     // Source columns (table, column) that `on` matches, each on its own table: when none of
     // them holds a value twice (case ignored), each target row matches one source row at most.
-    std::vector<std::pair<std::string, std::string>> uniqueKeys;
+    std::vector<std::pair<std::string, std::string>> uniqueKeys{};
 };
 
 // Types given for SelectInto's result columns, by name, in place of those of the sources.
