@@ -55,7 +55,7 @@ TempFile CreateTempBeside(const std::filesystem::path& target);
 // temporary file. Syncing and renaming are separate steps, so that several files can all be
 // finished before the first of them replaces its target.
 class AtomicFile {
-public:
+  public:
     explicit AtomicFile(std::filesystem::path target);
     ~AtomicFile();  // removes the temporary file unless it was renamed
     AtomicFile(const AtomicFile&) = delete;
@@ -79,7 +79,7 @@ public:
     // The same, the failure given in `ec`.
     void Rename(std::error_code& ec) noexcept;
 
-private:
+  private:
     std::filesystem::path target_;
     std::filesystem::path temp_;
     int fd_ = -1;

@@ -231,7 +231,8 @@ WriteSummary WriteSqlite(const store::Store& store, const fs::path& target) {
     file.CloseDescriptor();
     WriteSummary summary;
     try {
-        store::Connection out(file.temporary().string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
+        store::Connection out(file.temporary().string(),
+                              SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
         // The file is discarded on any failure: no journal on disk, no syncs until it is complete.
         store::Execute(
             out.get(),
