@@ -30,15 +30,16 @@ void AppendUtf8(std::string& out, char32_t cp) {
     }
 }
 
-// Decodes one code point of valid or invalid UTF-8; invalid bytes give U+FFFD.
-char32_t DecodeUtf8(std::string_view s, std::size_t& i) {
-    const auto b0 = static_cast<unsigned char>(s[i]);
+// Decodes the sequence at p (p < end) into `cp` and returns its length; 0 when the bytes form
+// no sequence: a byte that cannot lead one, a sequence cut short, a byte that continues none.
+// Overlong forms, surrogates and values past U+10FFFF decode as they are; callers decide.
+inline int DecodeSequence(const unsigned char* p, const unsigned char* end, char32_t& cp) {
+    const unsigned b0 = *p;
     if (b0 < 0x80) {
-        ++i;
-        return b0;
+        cp = b0;
+        return 1;
     }
-    int len = 0;
-    char32_t cp = 0;
+    int len;
     if ((b0 & 0xE0) == 0xC0) {
         len = 2;
         cp = b0 & 0x1F;
@@ -49,22 +50,44 @@ char32_t DecodeUtf8(std::string_view s, std::size_t& i) {
         len = 4;
         cp = b0 & 0x07;
     } else {
-        ++i;
-        return 0xFFFD;
+        return 0;
     }
-    if (i + len > s.size()) {
-        ++i;
-        return 0xFFFD;
-    }
+    if (end - p < len) return 0;
     for (int k = 1; k < len; ++k) {
-        const auto b = static_cast<unsigned char>(s[i + k]);
-        if ((b & 0xC0) != 0x80) {
-            ++i;
-            return 0xFFFD;
-        }
-        cp = (cp << 6) | (b & 0x3F);
+        if ((p[k] & 0xC0) != 0x80) return 0;
+        cp = (cp << 6) | (p[k] & 0x3F);
     }
-    i += len;
+    return len;
+}
+
+// Whether a decoded sequence is UTF-8: shortest form, no surrogate, at most U+10FFFF.
+inline bool IsScalarSequence(char32_t cp, int len) {
+    static constexpr char32_t kMin[] = {0, 0, 0x80, 0x800, 0x10000};
+    return cp >= kMin[len] && cp <= 0x10FFFF && (cp < 0xD800 || cp > 0xDFFF);
+}
+
+// One or two code units; a value past U+10FFFF (lenient input only) is split all the same.
+inline char16_t* PutUnits(char32_t cp, char16_t* o) {
+    if (cp >= 0x10000) {
+        cp -= 0x10000;
+        *o++ = static_cast<char16_t>(0xD800 + (cp >> 10));
+        *o++ = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+    } else {
+        *o++ = static_cast<char16_t>(cp);
+    }
+    return o;
+}
+
+// Decodes one code point of valid or invalid UTF-8; a byte that starts no sequence gives U+FFFD.
+char32_t DecodeUtf8(std::string_view s, std::size_t& i) {
+    const auto* p = reinterpret_cast<const unsigned char*>(s.data());
+    char32_t cp;
+    const int len = DecodeSequence(p + i, p + s.size(), cp);
+    if (len == 0) {
+        ++i;
+        return 0xFFFD;
+    }
+    i += static_cast<std::size_t>(len);
     return cp;
 }
 
@@ -168,25 +191,56 @@ std::string EncodeText(std::string_view utf8, TextEncoding encoding) {
     return std::string(utf8);
 }
 
+// Both conversions give at most one unit per byte (a four-byte sequence gives two), so the output
+// is sized once and cut at the end.
 std::u16string Utf8ToUtf16(std::string_view utf8) {
-    std::u16string out;
-    out.reserve(utf8.size());
-    for (std::size_t i = 0; i < utf8.size();) {
-        char32_t cp = DecodeUtf8(utf8, i);
-        if (cp >= 0x10000) {
-            cp -= 0x10000;
-            out += static_cast<char16_t>(0xD800 + (cp >> 10));
-            out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
-        } else {
-            out += static_cast<char16_t>(cp);
+    std::u16string out(utf8.size(), u'\0');
+    char16_t* o = out.data();
+    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
+    const auto* end = p + utf8.size();
+    while (p < end) {
+        char32_t cp;
+        const int len = DecodeSequence(p, end, cp);
+        if (len == 0) {
+            *o++ = 0xFFFD;
+            ++p;
+            continue;
         }
+        o = PutUnits(cp, o);
+        p += len;
     }
+    out.resize(static_cast<std::size_t>(o - out.data()));
     return out;
+}
+
+bool Utf8ToUtf16Checked(std::string_view utf8, std::u16string& out) {
+    out.resize(utf8.size());
+    char16_t* o = out.data();
+    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
+    const auto* end = p + utf8.size();
+    while (p < end) {
+        if (*p < 0x80) {  // the common case, kept short
+            *o++ = *p++;
+            continue;
+        }
+        char32_t cp;
+        const int len = DecodeSequence(p, end, cp);
+        if (len == 0 || !IsScalarSequence(cp, len)) return false;
+        o = PutUnits(cp, o);
+        p += len;
+    }
+    out.resize(static_cast<std::size_t>(o - out.data()));
+    return true;
 }
 
 std::string Utf16ToUtf8(std::u16string_view utf16) {
     std::string out;
     out.reserve(utf16.size());
+    AppendUtf16AsUtf8(utf16, out);
+    return out;
+}
+
+void AppendUtf16AsUtf8(std::u16string_view utf16, std::string& out) {
     for (std::size_t i = 0; i < utf16.size(); ++i) {
         char32_t cp = utf16[i];
         if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < utf16.size() && utf16[i + 1] >= 0xDC00 &&
@@ -198,7 +252,6 @@ std::string Utf16ToUtf8(std::u16string_view utf16) {
         }
         AppendUtf8(out, cp);
     }
-    return out;
 }
 
 std::string Cp1252ToUtf8(std::string_view bytes) {

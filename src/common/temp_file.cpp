@@ -125,6 +125,50 @@ TempFile CreateTempBeside(const fs::path& target) {
     return file;
 }
 
+AtomicFile::AtomicFile(fs::path target) : target_(std::move(target)) {
+    const TempFile file = CreateTempBeside(target_);
+    temp_ = file.path;
+    fd_ = file.fd;
+}
+
+AtomicFile::~AtomicFile() {
+    CloseDescriptor();
+    if (!renamed_) ::unlink(temp_.c_str());
+}
+
+void AtomicFile::CloseDescriptor() noexcept {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
+}
+
+void AtomicFile::Sync(const std::string& failure) {
+    if (fd_ < 0) fd_ = ::open(temp_.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd_ < 0 || ::fsync(fd_) != 0) {
+        const int err = errno;
+        throw Error(kErrFileAccess, (failure.empty() ? "Cannot write " + temp_.string() : failure) +
+                                        ": " + std::strerror(err));
+    }
+    CloseDescriptor();
+}
+
+void AtomicFile::Rename() {
+    std::error_code ec;
+    Rename(ec);
+    if (ec) {
+        throw Error(kErrFileAccess, "Cannot rename " + temp_.string() + " to " + target_.string() +
+                                        ": " + ec.message());
+    }
+}
+
+void AtomicFile::Rename(std::error_code& ec) noexcept {
+    ec.clear();
+    if (::rename(temp_.c_str(), target_.c_str()) != 0) {
+        ec.assign(errno, std::generic_category());
+        return;
+    }
+    renamed_ = true;
+}
+
 fs::path CreateTempFolder(const fs::path& folder, std::string_view name, bool priv) {
     for (int attempt = 0; attempt < 100; ++attempt) {
         fs::path path = folder / TempName(name);

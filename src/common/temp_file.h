@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace tb {
@@ -48,6 +49,42 @@ struct TempFile {
 // Creates TempName(target name) in the target's folder with the usual mode (0666 less the
 // umask), never taking over an existing file. Raises error 75 naming the target when it cannot.
 TempFile CreateTempBeside(const std::filesystem::path& target);
+
+// A file written under a temporary name beside its target (CreateTempBeside) and renamed onto the
+// target only when complete, so a failure or a cancel leaves the target as it was and no
+// temporary file. Syncing and renaming are separate steps, so that several files can all be
+// finished before the first of them replaces its target.
+class AtomicFile {
+  public:
+    explicit AtomicFile(std::filesystem::path target);
+    ~AtomicFile();  // removes the temporary file unless it was renamed
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+
+    const std::filesystem::path& target() const { return target_; }
+    const std::filesystem::path& temporary() const { return temp_; }
+    // Open for reading and writing until CloseDescriptor or Sync; -1 after.
+    int fd() const { return fd_; }
+    bool renamed() const { return renamed_; }
+
+    // For writers that open the file by its name themselves (SQLite, file copies).
+    void CloseDescriptor() noexcept;
+    // Syncs the data to disk (through a new descriptor when it was closed) and closes the
+    // descriptor. Raises error 75 "<failure>: <reason>"; `failure` defaults to
+    // "Cannot write <temporary>".
+    void Sync(const std::string& failure = {});
+    // Renames the file onto the target, replacing an old one. Raises error 75 "Cannot rename
+    // <temporary> to <target>: <reason>".
+    void Rename();
+    // The same, the failure given in `ec`.
+    void Rename(std::error_code& ec) noexcept;
+
+  private:
+    std::filesystem::path target_;
+    std::filesystem::path temp_;
+    int fd_ = -1;
+    bool renamed_ = false;
+};
 
 // Makes TempName(name) as a new folder in `folder` (mode 0700 when `priv`, else 0777 less the
 // umask) and returns its path. Raises error 75 naming the folder when it cannot.

@@ -2,8 +2,6 @@
 
 #include "graphics/drawing_files.h"
 
-#include <unistd.h>
-
 #include <optional>
 #include <system_error>
 
@@ -26,30 +24,6 @@ std::string& KeptPlantFolder() {
     return folder;
 }
 
-// A temporary file beside the target that goes unless it was renamed onto it.
-class PartFile {
-public:
-    explicit PartFile(const fs::path& target) {
-        const TempFile temp = CreateTempBeside(target);
-        ::close(temp.fd);
-        path_ = temp.path;
-    }
-    ~PartFile() {
-        std::error_code ec;
-        if (!path_.empty()) fs::remove(path_, ec);
-    }
-    PartFile(const PartFile&) = delete;
-    PartFile& operator=(const PartFile&) = delete;
-    const fs::path& path() const { return path_; }
-    void RenameTo(const fs::path& target, std::error_code& ec) {
-        fs::rename(path_, target, ec);
-        if (!ec) path_.clear();
-    }
-
-private:
-    fs::path path_;
-};
-
 // Copies the file whole, overwriting the target. The error code tells what failed; `operation`
 // names the file operation.
 void CopyWhole(const fs::path& source, const fs::path& target, std::error_code& ec, std::string& operation) {
@@ -60,11 +34,14 @@ void CopyWhole(const fs::path& source, const fs::path& target, std::error_code& 
         return;
     }
     try {
-        PartFile part(target);
-        fs::copy_file(source, part.path(), fs::copy_options::overwrite_existing, ec);
+        // Removed unless renamed onto the target. Not synced: a drawing is a copy of the plant's
+        // file and can be copied again.
+        AtomicFile part(target);
+        part.CloseDescriptor();
+        fs::copy_file(source, part.temporary(), fs::copy_options::overwrite_existing, ec);
         if (ec) return;
         operation = "rename";
-        part.RenameTo(target, ec);
+        part.Rename(ec);
     } catch (const Error& e) {
         operation = e.description();
         ec = std::make_error_code(std::errc::io_error);

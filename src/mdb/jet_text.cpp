@@ -2,54 +2,6 @@
 
 namespace tb::mdb::jet {
 
-bool Utf8ToUnits(std::string_view utf8, std::u16string& out) {
-    // At most one unit per byte; filled by index and cut to size at the end.
-    out.resize(utf8.size());
-    char16_t* o = out.data();
-    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
-    const auto* end = p + utf8.size();
-    while (p < end) {
-        const unsigned c = *p;
-        if (c < 0x80) {
-            *o++ = static_cast<char16_t>(c);
-            ++p;
-            continue;
-        }
-        int extra;
-        char32_t cp;
-        if ((c & 0xE0) == 0xC0) {
-            extra = 1;
-            cp = c & 0x1F;
-        } else if ((c & 0xF0) == 0xE0) {
-            extra = 2;
-            cp = c & 0x0F;
-        } else if ((c & 0xF8) == 0xF0) {
-            extra = 3;
-            cp = c & 0x07;
-        } else {
-            return false;
-        }
-        if (end - p <= extra) return false;
-        for (int i = 1; i <= extra; ++i) {
-            if ((p[i] & 0xC0) != 0x80) return false;
-            cp = (cp << 6) | (p[i] & 0x3F);
-        }
-        // Overlong forms, surrogates and values past U+10FFFF are not UTF-8.
-        static constexpr char32_t kMin[] = {0, 0x80, 0x800, 0x10000};
-        if (cp < kMin[extra] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
-        if (cp >= 0x10000) {
-            cp -= 0x10000;
-            *o++ = static_cast<char16_t>(0xD800 + (cp >> 10));
-            *o++ = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
-        } else {
-            *o++ = static_cast<char16_t>(cp);
-        }
-        p += extra + 1;
-    }
-    out.resize(static_cast<std::size_t>(o - out.data()));
-    return true;
-}
-
 bool IsCompressible(std::u16string_view text) {
     if (text.size() <= 2) return false;
     for (char16_t c : text) {

@@ -12,9 +12,6 @@
 
 namespace tb::mdb::jet {
 
-// Decodes UTF-8 into UTF-16 code units; false when the bytes are not valid UTF-8.
-bool Utf8ToUnits(std::string_view utf8, std::u16string& out);
-
 // Whether the text may be stored compressed: more than two characters (below that the FF FE
 // mark costs more than it saves), all in U+0001..U+00FF.
 bool IsCompressible(std::u16string_view text);

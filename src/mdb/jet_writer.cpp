@@ -6,6 +6,7 @@
 #include <memory>
 #include <random>
 
+#include "common/encoding.h"
 #include "common/error.h"
 #include "common/log.h"
 #include "mdb/data_page.h"
@@ -306,7 +307,7 @@ void JetWriter::Impl::AddTable(const TableDef& def, RowSource& rows,
 
 void JetWriter::Impl::TakeName(const std::string& name) {
     std::u16string units;
-    Utf8ToUnits(name, units);
+    Utf8ToUtf16Checked(name, units);
     ByteVec key;
     if (!AppendTextKey(units, key)) {
         Raise("The name of table \"" + name +
@@ -369,7 +370,7 @@ void JetWriter::Impl::Finish() {
             ByteVec parentName;
             AppendLongKey(catalog[i].parentId, parentName);
             std::u16string name;
-            Utf8ToUnits(catalog[i].name, name);
+            Utf8ToUtf16Checked(catalog[i].name, name);
             AppendTextKeyPart(name, parentName);
             entries[0][0].Add(parentName, stored[0].rows[i]);
             ByteVec id;

@@ -1,6 +1,5 @@
 #include "mdb/page_file.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,7 +7,6 @@
 #include <cstring>
 
 #include "common/error.h"
-#include "common/temp_file.h"
 #include "mdb/jet_format.h"
 
 namespace tb::mdb {
@@ -25,27 +23,14 @@ std::string SystemMessage(int err) {
 }  // namespace
 
 PageFile::PageFile(std::filesystem::path target, std::uint32_t maxPages)
-    : target_(std::move(target)), maxPages_(maxPages) {
-    const TempFile file = CreateTempBeside(target_);
-    temp_ = file.path;
-    fd_ = file.fd;
+    : file_(std::move(target)), maxPages_(maxPages) {
     buffer_.reserve(kBufferedPages * jet::kPageSize);
-}
-
-PageFile::~PageFile() {
-    Close();
-    if (!renamed_ && !temp_.empty()) ::unlink(temp_.c_str());
-}
-
-void PageFile::Close() noexcept {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = -1;
 }
 
 std::uint32_t PageFile::Allocate() {
     if (count_ >= maxPages_) {
         std::string what = context_.empty() ? std::string() : " while writing " + context_;
-        Raise("The database " + target_.string() + " would grow over 2 GB" + what +
+        Raise("The database " + target().string() + " would grow over 2 GB" + what +
               "; Access files cannot be larger.");
     }
     if (count_ - flushed_ >= kBufferedPages) Flush();
@@ -73,11 +58,11 @@ void PageFile::Flush() {
 
 void PageFile::WriteAt(std::uint64_t offset, const std::uint8_t* bytes, std::size_t size) {
     while (size > 0) {
-        const ssize_t n = ::pwrite(fd_, bytes, size, static_cast<off_t>(offset));
+        const ssize_t n = ::pwrite(file_.fd(), bytes, size, static_cast<off_t>(offset));
         if (n < 0) {
             if (errno == EINTR) continue;
             throw Error(kErrFileAccess,
-                        "Cannot write " + temp_.string() + ": " + SystemMessage(errno));
+                        "Cannot write " + temporary().string() + ": " + SystemMessage(errno));
         }
         bytes += n;
         size -= static_cast<std::size_t>(n);
@@ -87,21 +72,15 @@ void PageFile::WriteAt(std::uint64_t offset, const std::uint8_t* bytes, std::siz
 
 void PageFile::Finish() {
     Flush();
-    if (::fsync(fd_) != 0) {
-        throw Error(kErrFileAccess, "Cannot write " + temp_.string() + ": " + SystemMessage(errno));
-    }
-    Close();
+    file_.Sync();
     finished_ = true;
 }
 
 void PageFile::Rename() {
-    if (!finished_ || renamed_)
-        throw Error(kErrInternal, "The file " + temp_.string() + " is not ready to be renamed");
-    if (::rename(temp_.c_str(), target_.c_str()) != 0) {
-        throw Error(kErrFileAccess, "Cannot rename " + temp_.string() + " to " + target_.string() +
-                                        ": " + SystemMessage(errno));
-    }
-    renamed_ = true;
+    if (!finished_ || file_.renamed())
+        throw Error(kErrInternal,
+                    "The file " + temporary().string() + " is not ready to be renamed");
+    file_.Rename();
 }
 
 }  // namespace tb::mdb

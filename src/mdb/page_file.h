@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "common/temp_file.h"
 #include "mdb/jet_format.h"
 
 namespace tb::mdb {
@@ -16,7 +17,6 @@ class PageFile {
   public:
     // `maxPages` is the size limit (2 GB); tests pass a smaller one.
     explicit PageFile(std::filesystem::path target, std::uint32_t maxPages = jet::kMaxPages);
-    ~PageFile();  // removes the temporary file unless renamed onto the target
     PageFile(const PageFile&) = delete;
     PageFile& operator=(const PageFile&) = delete;
 
@@ -34,19 +34,15 @@ class PageFile {
     void Rename();
     bool finished() const { return finished_; }
 
-    const std::filesystem::path& target() const { return target_; }
-    const std::filesystem::path& temporary() const { return temp_; }
+    const std::filesystem::path& target() const { return file_.target(); }
+    const std::filesystem::path& temporary() const { return file_.temporary(); }
 
   private:
     void Flush();
     void WriteAt(std::uint64_t offset, const std::uint8_t* bytes, std::size_t size);
-    void Close() noexcept;
 
-    std::filesystem::path target_;
-    std::filesystem::path temp_;
-    int fd_ = -1;
+    AtomicFile file_;  // removed unless renamed onto the target
     bool finished_ = false;
-    bool renamed_ = false;
     std::uint32_t maxPages_;
     std::uint32_t count_ = 0;    // pages allocated
     std::uint32_t flushed_ = 0;  // pages [0, flushed_) are on disk; the rest is in buffer_

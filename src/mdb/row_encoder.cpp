@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "common/encoding.h"
 #include "common/error.h"
 #include "mdb/jet_text.h"
 #include "mdb/jet_writer.h"
@@ -225,7 +226,7 @@ void RowEncoder::EncodeLongValue(const ColumnLayout& c, const Value& value, long
     if (c.type == JetType::Memo) {
         const auto* text = std::get_if<std::string>(&value);
         if (!text) Fail(c, "the value " + Show(value) + " is not text.");
-        if (!Utf8ToUnits(*text, units_))
+        if (!Utf8ToUtf16Checked(*text, units_))
             Fail(c, "the text " + Show(value) + " is not valid UTF-8.");
         AppendText(units_, c.compress && units_.size() <= kMaxCompressedMemoChars, payload_);
     } else {
@@ -321,7 +322,7 @@ const ByteVec& RowEncoder::Encode(const Row& row, std::uint64_t rowNumber) {
                 case JetType::Text: {
                     const auto* text = std::get_if<std::string>(&value);
                     if (!text) Fail(c, "the value " + Show(value) + " is not text.");
-                    if (!Utf8ToUnits(*text, units_)) {
+                    if (!Utf8ToUtf16Checked(*text, units_)) {
                         Fail(c, "the text " + Show(value) + " is not valid UTF-8.");
                     }
                     if (units_.size() > c.maxLength) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/encoding.h"
 #include "common/error.h"
 #include "mdb/jet_text.h"
 
@@ -66,7 +67,7 @@ std::string Quoted(const std::string& s) {
 
 ByteVec NameKey(const std::string& name) {
     std::u16string units;
-    Utf8ToUnits(name, units);
+    Utf8ToUtf16Checked(name, units);
     ByteVec key;
     if (AppendTextKey(units, key)) return key;
     // Beyond Latin-1 the sort table is not known; compare ignoring ASCII case only.
@@ -80,7 +81,7 @@ ByteVec NameKey(const std::string& name) {
 
 void CheckObjectName(const std::string& name, const std::string& what) {
     std::u16string units;
-    if (!Utf8ToUnits(name, units)) Raise("The name of " + what + " is not valid UTF-8.");
+    if (!Utf8ToUtf16Checked(name, units)) Raise("The name of " + what + " is not valid UTF-8.");
     if (units.empty()) Raise("The name of " + what + " is empty.");
     if (units.size() > kMaxNameChars) {
         Raise("The name of " + what + " has " + std::to_string(units.size()) +
@@ -196,7 +197,7 @@ std::vector<TdefColumn> DefinitionColumns(const TableLayout& layout) {
                 t.length = c.fixedSize;
                 break;
         }
-        Utf8ToUnits(c.name, t.name);
+        Utf8ToUtf16Checked(c.name, t.name);
         out.push_back(std::move(t));
     }
     return out;

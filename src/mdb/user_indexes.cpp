@@ -114,7 +114,7 @@ void UserIndexes::Describe(TableDefinition& tdef) const {
         logical.number = number;
         logical.realIndex = number;
         logical.kind = index.def.primary ? kLogicalPrimaryKey : 0;
-        Utf8ToUnits(index.def.name, logical.name);
+        Utf8ToUtf16Checked(index.def.name, logical.name);
         tdef.logicalIndexes.push_back(std::move(logical));
     }
 }
@@ -136,7 +136,7 @@ void UserIndexes::Add(const ByteVec& encoded, const Row& row, std::uint32_t page
             v.boolean = bit;
             if (!c.variable) v.fixed = encoded.data() + 2 + c.fixedOffset;
             if (c.type == JetType::Text && !v.null) {
-                Utf8ToUnits(std::get<std::string>(row[c.number]), units_);
+                Utf8ToUtf16Checked(std::get<std::string>(row[c.number]), units_);
                 v.text = units_;
             }
             allNull = allNull && v.null;

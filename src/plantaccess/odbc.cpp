@@ -25,33 +25,10 @@ constexpr std::size_t kChunkBytes = 64u << 10;
 
 SQLWCHAR* W(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
 
-// UTF-16 code units to UTF-8 appended to `out`; a lone surrogate becomes U+FFFD.
+// The driver's UTF-16 text appended to `out` as UTF-8; a lone surrogate becomes U+FFFD.
 void AppendUtf8(const SQLWCHAR* units, std::size_t count, std::string& out) {
-    for (std::size_t i = 0; i < count; ++i) {
-        char32_t c = units[i];
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-            continue;
-        }
-        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < count && units[i + 1] >= 0xDC00 &&
-            units[i + 1] <= 0xDFFF) {
-            c = 0x10000 + ((c - 0xD800) << 10) + (units[i + 1] - 0xDC00);
-            ++i;
-        } else if (c >= 0xD800 && c <= 0xDFFF) {
-            c = 0xFFFD;
-        }
-        if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        }
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    }
+    static_assert(sizeof(SQLWCHAR) == sizeof(char16_t));
+    AppendUtf16AsUtf8(std::u16string_view(reinterpret_cast<const char16_t*>(units), count), out);
 }
 
 std::string Narrow(const SQLWCHAR* units, std::size_t count) {

@@ -8,11 +8,11 @@
 
 #include "common/error.h"
 #include "common/log.h"
+#include "common/temp_file.h"
 #include "common/text.h"
 #include "common/write_guard.h"
 #include "storefile/store_file.h"
 #include "storefile/store_rows.h"
-#include "storefile/temp_target.h"
 
 namespace tb::storefile {
 
@@ -225,10 +225,14 @@ WriteSummary WriteSqlite(const store::Store& store, const fs::path& target) {
                   "' cannot be written to a SQLite extract: the file keeps its column "
                   "types under that name.");
 
-    TempTarget file(target);  // removed unless committed
+    AtomicFile file(target);  // removed unless renamed onto the target
+    // SQLite opens the file by name; ours is closed now, as closing it while SQLite has the file
+    // open would drop SQLite's locks.
+    file.CloseDescriptor();
     WriteSummary summary;
     try {
-        store::Connection out(file.path().string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
+        store::Connection out(file.temporary().string(),
+                              SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
         // The file is discarded on any failure: no journal on disk, no syncs until it is complete.
         store::Execute(
             out.get(),
@@ -250,7 +254,8 @@ WriteSummary WriteSqlite(const store::Store& store, const fs::path& target) {
         throw Error(e.number(), "Writing " + target.string() + ": " + e.description(), e.source());
     }  // the connection is closed before the rename
     CheckCancel();
-    file.Commit();
+    file.Sync("Cannot complete " + target.string());
+    file.Rename();
     return summary;
 }
 

@@ -113,15 +113,5 @@ TEST(Ini, FlagsAreLeadingNumbersEqualToOne) {
     EXPECT_TRUE(IniFlag(file, "G", "missing", "1"));
 }
 
-TEST(Encoding, Cp1252AndUtf16) {
-    EXPECT_EQ(Utf8ToCp1252("\xE2\x82\xAC\xC3\xA9\xE4\xB8\xAD"), "\x80\xE9?");
-    EXPECT_EQ(Cp1252ToUtf8("\x81"), "\xC2\x81");  // unassigned positions stay C1 controls
-    EXPECT_EQ(Utf8ToCp1252("\xC2\x81"), "\x81");
-    EXPECT_EQ(Utf16ToUtf8(Utf8ToUtf16("a\xF0\x9F\x98\x80z")), "a\xF0\x9F\x98\x80z");
-    EXPECT_FALSE(IsValidUtf8("\xC0\x80"));  // overlong
-    EXPECT_FALSE(IsValidUtf8("\xED\xA0\x80"));  // surrogate
-    EXPECT_TRUE(IsValidUtf8("plain"));
-}
-
 }  // namespace
 }  // namespace tb

@@ -1,4 +1,5 @@
-// Temporary names, the removal of dead runs' leftovers, and the write guard's refusals.
+// Temporary names, files renamed into place when complete, the removal of dead runs' leftovers,
+// and the write guard's refusals.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -77,6 +78,60 @@ TEST(TempNames, OnlyLeftoversOfEndedProcessesOnThisHostGo) {
     EXPECT_FALSE(fs::exists(fs::symlink_status(goneLink)));
     for (const fs::path& f : {otherBase, liveFile, otherHost}) EXPECT_TRUE(fs::exists(f)) << f;
     EXPECT_EQ(test::ReadFile(dir.path() / "target"), "kept");
+}
+
+TEST(AtomicFile, TargetChangesOnlyByTheRenameAndNoTemporaryStays) {
+    struct Case {
+        const char* name;
+        bool byName;      // written through a new descriptor, as SQLite and file copies do
+        bool rename;      // synced and renamed; else dropped
+        bool folderThere; // the target is a folder: the rename fails
+        const char* error;  // expected start of the failure, "" for none
+    } cases[] = {
+        {"dropped", false, false, false, ""},
+        {"through its descriptor", false, true, false, ""},
+        {"by name", true, true, false, ""},
+        {"onto a folder", false, true, true, "Cannot rename "},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        test::TempDir dir;
+        const fs::path target = dir / "x.mdb";
+        if (c.folderThere) {
+            fs::create_directories(target / "inside");
+        } else {
+            test::WriteFile(target, "old");
+        }
+        std::string error;
+        {
+            AtomicFile file(target);
+            EXPECT_EQ(file.temporary().parent_path(), target.parent_path());
+            const auto parts = ParseTempName(file.temporary().filename().string());
+            ASSERT_TRUE(parts);
+            EXPECT_EQ(parts->base, "x.mdb");
+            if (c.byName) {
+                file.CloseDescriptor();
+                test::WriteFile(file.temporary(), "new");
+            } else {
+                ASSERT_EQ(::write(file.fd(), "new", 3), 3);
+            }
+            try {
+                if (c.rename) {
+                    file.Sync();
+                    file.Rename();
+                }
+            } catch (const Error& e) {
+                error = e.description();
+                EXPECT_NE(error.find(file.temporary().string() + " to " + target.string()),
+                          std::string::npos);
+            }
+        }
+        EXPECT_EQ(error.substr(0, std::string(c.error).size()), c.error);
+        if (!c.folderThere) {
+            EXPECT_EQ(test::ReadFile(target), c.rename ? "new" : "old");
+        }
+        EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 1);
+    }
 }
 
 TEST(WriteGuard, RefusesWhatIsNotAPlainFileOrBelongsToTheRun) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 
+#include "common/encoding.h"
 #include "mdb/index_builder.h"
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_text.h"
@@ -264,7 +265,7 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
                 v.fixed = raw.data();
                 std::u16string units;
                 if (c->type == 0x0A && !v.null) {
-                    jet::Utf8ToUnits(DecodeJetText(raw), units);
+                    Utf8ToUtf16Checked(DecodeJetText(raw), units);
                     v.text = units;
                 }
                 known = known && jet::AppendKeyColumn(static_cast<JetType>(c->type),

@@ -8,6 +8,7 @@
 
 #include <functional>
 
+#include "common/encoding.h"
 #include "mdb/index_builder.h"
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_test_support.h"
@@ -63,7 +64,7 @@ struct GoldenKey {
 
 jet::ByteVec Text(const std::string& utf8) {
     std::u16string units;
-    jet::Utf8ToUnits(utf8, units);
+    Utf8ToUtf16Checked(utf8, units);
     jet::ByteVec key;
     jet::AppendTextKeyPart(units, key);
     return key;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 
+#include "common/encoding.h"
 #include "common/error.h"
 #include "common/log.h"
 #include "mdb/index_builder.h"
@@ -46,7 +47,7 @@ ByteVec Key(JetType type, bool ascending, const Value& value) {
     }
     if (const auto* t = std::get_if<DateTime>(&value)) jet::PutDouble(fixed, t->days);
     if (const auto* s = std::get_if<std::string>(&value)) {
-        jet::Utf8ToUnits(*s, units);
+        Utf8ToUtf16Checked(*s, units);
         v.text = units;
     }
     v.fixed = fixed;
