@@ -12,6 +12,7 @@
 #include "extraction/drawing_file_copy.h"
 #include "extraction/viewer_mode.h"
 #include "graphics/drawing_files.h"
+#include "plantaccess/ado.h"
 #include "plantaccess/resolution.h"
 #include "platform/interrupt.h"
 #include "platform/platform.h"
@@ -21,6 +22,7 @@
 #include "shell/messages.h"
 #include "shell/run_state.h"
 #include "shell/settings.h"
+#include "storefile/store_file.h"
 
 namespace tb::app {
 namespace {
@@ -174,7 +176,22 @@ void BatchMode(const Engines& engines, std::string& managerBackup) {
 
 }  // namespace
 
+void InstallMdbReader() {
+    // An existing extract opened by its path (Connect2MDB) is read into a store of its own, a file
+    // in the session's temporary folder.
+    plantaccess::SetMdbStoreLoader([](const std::filesystem::path& mdb) {
+        static int loaded = 0;
+        std::filesystem::path folder = shell::SessionTempFolder();
+        if (folder.empty()) folder = shell::TempFolderInit();
+        auto st = std::make_shared<store::Store>(
+            store::Store::Create(folder / (mdb.stem().string() + "-read-" + std::to_string(++loaded) + ".store")));
+        storefile::LoadMdbIntoStore(mdb, *st);
+        return st;
+    });
+}
+
 Engines DefaultEngines() {
+    InstallMdbReader();
     // The run reaches the drawing file copy of the graphics library through this hook.
     extraction::SetDrawingFileCopy(
         [](store::Store& extract, const std::filesystem::path& igrFolder,

@@ -36,7 +36,10 @@ struct Engines {
     std::function<std::string(const std::string& name)> fromNames;
 };
 
+// The engines of the product; installs what the libraries reach through hooks (the drawing file
+// copy, the reader of existing Access files: InstallMdbReader).
 Engines DefaultEngines();
+void InstallMdbReader();
 
 // Runs Main on the tokens after the program name and returns the exit code; ProgramExit is the
 // caller's.

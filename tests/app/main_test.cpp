@@ -4,7 +4,11 @@
 
 #include <regex>
 
+#include "app/main.h"
 #include "common/ini.h"
+#include "plantaccess/ado.h"
+#include "plantaccess/recordset.h"
+#include "storefile/store_file.h"
 #include "common/text.h"
 #include "support/test_support.h"
 
@@ -168,6 +172,24 @@ TEST(Main, WriteMode) {
     const auto r = box.Run({"/Write", (box.root() / "w.ini").string()});
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_NE(r.output.find("Incorrect command line arguments"), std::string::npos);
+}
+
+// The product opens an existing extract by its path: its reader of Access files is installed.
+TEST(Main, OpensAnExistingExtract) {
+    test::TempDir dir;
+    const auto mdb = dir / "old.mdb";
+    {
+        store::Store st = store::Store::InMemory();
+        st.CreateTable("Items", {{"Tag", store::ColumnType::Text(20)}});
+        st.Execute("INSERT INTO Items VALUES ('P-101'), ('P-102')");
+        storefile::WriteStoreFile(st, mdb);
+    }
+    app::InstallMdbReader();
+    const auto connection = plantaccess::Connect2MDB(mdb);
+    auto rs = plantaccess::AdoRead("SELECT count(*) AS n FROM Items", connection);
+    ASSERT_FALSE(rs->Eof());
+    EXPECT_EQ(rs->Field("n").ToText(), "2");
+    plantaccess::ForgetAllMdbStores();
 }
 
 }  // namespace
