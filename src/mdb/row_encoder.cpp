@@ -7,8 +7,8 @@
 #include <limits>
 
 #include "common/error.h"
+#include "mdb/date_time.h"
 #include "mdb/jet_text.h"
-#include "mdb/jet_writer.h"
 
 namespace tb::mdb::jet {
 

@@ -9,7 +9,7 @@
 
 #include "common/encoding.h"
 #include "common/error.h"
-#include "mdb/jet_writer.h"
+#include "mdb/date_time.h"
 
 namespace tb::storefile {
 

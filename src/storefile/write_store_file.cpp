@@ -10,6 +10,7 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "common/write_guard.h"
+#include "mdb/date_time.h"
 #include "storefile/store_file.h"
 #include "storefile/store_rows.h"
 #include "storefile/temp_target.h"
