@@ -37,8 +37,8 @@ struct JetTypeFacts {
     std::string_view shownName;  // in the writer's messages: the decimal type as Access names it
     bool fixed;  // in the fixed part of a row; the others are variable (Memo and OLE long values)
     int size;    // bytes in the fixed part; 0 for variable types and for Boolean (a null-mask bit)
-    bool written;  // our writer makes columns of it
-    bool indexed;  // our writer builds index keys of it
+    bool written;    // our writer makes columns of it
+    bool indexed;    // our writer builds index keys of it
     int numberRank;  // the order in which numbers widen into each other; -1 for non-numbers
     StorageClass storage;
     std::int64_t low = 0, high = 0;  // whole numbers: the values the type holds
@@ -46,8 +46,15 @@ struct JetTypeFacts {
     constexpr bool isNumber() const { return numberRank >= 0; }
 };
 
-inline constexpr JetTypeFacts kUnknownJetType = {
-    JetType{0}, "", "unknown", false, 0, false, false, -1, StorageClass::Text};
+inline constexpr JetTypeFacts kUnknownJetType = {.type = JetType{0},
+                                                 .name = "",
+                                                 .shownName = "unknown",
+                                                 .fixed = false,
+                                                 .size = 0,
+                                                 .written = false,
+                                                 .indexed = false,
+                                                 .numberRank = -1,
+                                                 .storage = StorageClass::Text};
 
 inline constexpr JetTypeFacts kJetTypes[] = {
     // type, name, shownName, fixed, size, written, indexed, numberRank, storage, low, high
@@ -60,8 +67,7 @@ inline constexpr JetTypeFacts kJetTypes[] = {
     {JetType::Currency, "Currency", "Currency", true, 8, true, true, 5, StorageClass::Real},
     {JetType::Single, "Single", "Single", true, 4, true, true, 4, StorageClass::Real},
     {JetType::Double, "Double", "Double", true, 8, true, true, 6, StorageClass::Real},
-    // DateTime is text in the store ("yyyy-mm-dd hh:mm:ss"), so that it compares and shows as
-    // Access shows it.
+    // Dates stand in the store as text "yyyy-mm-dd hh:mm:ss", which sorts as the dates do.
     {JetType::DateTime, "DateTime", "DateTime", true, 8, true, true, -1, StorageClass::Text},
     {JetType::Binary, "Binary", "Binary", false, 0, true, false, -1, StorageClass::Binary},
     {JetType::Text, "Text", "Text", false, 0, true, true, -1, StorageClass::Text},
