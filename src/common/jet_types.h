@@ -1,5 +1,5 @@
 #pragma once
-// The Jet 4 column types and what every part of the program needs to know of each: the store's
+// The Jet 4 column types and what the program needs to know of each: the store's
 // catalogue, the writer and the reader all read this one table, so they cannot disagree.
 
 #include <cstdint>
@@ -35,8 +35,8 @@ struct JetTypeFacts {
     JetType type;
     std::string_view name;       // in the store's catalogue; empty for a code that is no type
     std::string_view shownName;  // in the writer's messages: the decimal type as Access names it
-    bool fixed;  // in the fixed part of a row; the others are variable (Memo and OLE long values)
-    int size;    // bytes in the fixed part; 0 for variable types and for Boolean (a null-mask bit)
+    bool fixed;  // in the fixed area of a row; the others are variable (Memo and OLE long values)
+    int size;    // bytes in the fixed area; 0 for variable types and for Boolean (a null-mask bit)
     bool written;    // our writer makes columns of it
     bool indexed;    // our writer builds index keys of it
     int numberRank;  // the order in which numbers widen into each other; -1 for non-numbers
