@@ -17,6 +17,7 @@
 #include <string>
 
 #include "common/error.h"
+#include "mdb/date_time.h"
 #include "mdb/jet_writer.h"
 
 namespace {

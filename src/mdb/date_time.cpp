@@ -2,12 +2,13 @@
 // days before the epoch Access keeps the time as a positive fraction added away from zero:
 // 1899-12-29 06:00 is -1.25, not -0.75.
 
+#include "mdb/date_time.h"
+
 #include <charconv>
 #include <chrono>
 #include <cmath>
 
 #include "common/error.h"
-#include "mdb/jet_writer.h"
 
 namespace tb::mdb {
 

@@ -94,23 +94,6 @@ std::vector<std::size_t> Pack(bool compress, std::size_t count, EntryOf entryOf)
 
 }  // namespace
 
-bool IsIndexableType(JetType type) {
-    switch (type) {
-        case JetType::Boolean:
-        case JetType::Byte:
-        case JetType::Integer:
-        case JetType::Long:
-        case JetType::Currency:
-        case JetType::Single:
-        case JetType::Double:
-        case JetType::DateTime:
-        case JetType::Text:
-            return true;
-        default:
-            return false;
-    }
-}
-
 bool AppendKeyColumn(JetType type, bool ascending, const StoredKeyValue& value, ByteVec& key) {
     if (type != JetType::Boolean && value.null) {
         key.push_back(ascending ? kKeyNull : 0xFF);
@@ -119,7 +102,8 @@ bool AppendKeyColumn(JetType type, bool ascending, const StoredKeyValue& value, 
     key.push_back(ascending ? kKeyPresent : 0x80);
     const std::size_t at = key.size();
     // Numbers go big-endian, so that bytes compare as the numbers do.
-    auto bigEndian = [&](std::size_t width) {
+    auto bigEndian = [&] {
+        const auto width = static_cast<std::size_t>(JetFacts(type).size);
         for (std::size_t i = width; i-- > 0;) key.push_back(value.fixed[i]);
     };
     switch (type) {
@@ -133,13 +117,13 @@ bool AppendKeyColumn(JetType type, bool ascending, const StoredKeyValue& value, 
         case JetType::Integer:
         case JetType::Long:
         case JetType::Currency:
-            bigEndian(type == JetType::Integer ? 2 : type == JetType::Long ? 4 : 8);
+            bigEndian();
             key[at] ^= 0x80;  // two's complement: negative numbers below positive ones
             break;
         case JetType::Single:
         case JetType::Double:
         case JetType::DateTime: {
-            bigEndian(type == JetType::Single ? 4 : 8);
+            bigEndian();
             // IEEE: a positive number gets the sign bit, a negative one has every bit inverted,
             // so that larger magnitudes sort lower.
             if ((key[at] & 0x80) == 0) {

@@ -25,9 +25,6 @@ struct StoredKeyValue {
     std::u16string_view text;
 };
 
-// Whether a column of the type can be part of a key this writer builds.
-bool IsIndexableType(JetType type);
-
 // Appends one column's part of a key: a flag byte (ascending 7F, Null 00; descending 80, Null
 // FF), then the value's bytes, which sort as the values do (all inverted for descending).
 // False when a text holds a character beyond U+00FF, which the General sort order of this

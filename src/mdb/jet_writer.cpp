@@ -10,6 +10,7 @@
 #include "common/error.h"
 #include "common/log.h"
 #include "mdb/data_page.h"
+#include "mdb/date_time.h"
 #include "mdb/header_page.h"
 #include "mdb/index_builder.h"
 #include "mdb/jet_text.h"

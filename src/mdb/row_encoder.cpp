@@ -8,46 +8,12 @@
 
 #include "common/encoding.h"
 #include "common/error.h"
+#include "mdb/date_time.h"
 #include "mdb/jet_text.h"
-#include "mdb/jet_writer.h"
 
 namespace tb::mdb::jet {
 
 namespace {
-
-const char* TypeName(JetType type) {
-    switch (type) {
-        case JetType::Boolean:
-            return "Boolean";
-        case JetType::Byte:
-            return "Byte";
-        case JetType::Integer:
-            return "Integer";
-        case JetType::Long:
-            return "Long";
-        case JetType::Currency:
-            return "Currency";
-        case JetType::Single:
-            return "Single";
-        case JetType::Double:
-            return "Double";
-        case JetType::DateTime:
-            return "DateTime";
-        case JetType::Binary:
-            return "Binary";
-        case JetType::Text:
-            return "Text";
-        case JetType::OLE:
-            return "OLE";
-        case JetType::Memo:
-            return "Memo";
-        case JetType::GUID:
-            return "GUID";
-        case JetType::Numeric:
-            return "Decimal";
-    }
-    return "unknown";
-}
 
 // Shortest exact form, independent of the process locale.
 std::string Number(double v) {
@@ -123,7 +89,7 @@ RowEncoder::RowEncoder(const TableLayout& layout, std::vector<LongValueColumn>* 
 
 void RowEncoder::Fail(const ColumnLayout& column, const std::string& problem) const {
     Raise("Table \"" + layout_.name + "\", row " + std::to_string(rowNumber_) + ", column \"" +
-          column.name + "\" (" + TypeName(column.type) + "): " + problem);
+          column.name + "\" (" + std::string(JetFacts(column.type).shownName) + "): " + problem);
 }
 
 void RowEncoder::EncodeFixed(const ColumnLayout& c, const Value& value, std::uint8_t* at) {

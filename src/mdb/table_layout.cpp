@@ -12,51 +12,8 @@ namespace {
 
 // Bytes of a fixed column in the row; -1 for variable columns.
 int FixedSize(JetType type) {
-    switch (type) {
-        case JetType::Boolean:
-            return 0;
-        case JetType::Byte:
-            return 1;
-        case JetType::Integer:
-            return 2;
-        case JetType::Long:
-            return 4;
-        case JetType::Currency:
-            return 8;
-        case JetType::Single:
-            return 4;
-        case JetType::Double:
-            return 8;
-        case JetType::DateTime:
-            return 8;
-        case JetType::GUID:
-            return 16;
-        case JetType::Numeric:
-            return 17;
-        default:
-            return -1;
-    }
-}
-
-bool KnownType(JetType type) {
-    switch (type) {
-        case JetType::Boolean:
-        case JetType::Byte:
-        case JetType::Integer:
-        case JetType::Long:
-        case JetType::Currency:
-        case JetType::Single:
-        case JetType::Double:
-        case JetType::DateTime:
-        case JetType::Binary:
-        case JetType::Text:
-        case JetType::OLE:
-        case JetType::Memo:
-        case JetType::GUID:
-            return true;
-        default:
-            return false;
-    }
+    const JetTypeFacts& f = JetFacts(type);
+    return f.fixed ? f.size : -1;
 }
 
 std::string Quoted(const std::string& s) {
@@ -125,7 +82,7 @@ TableLayout LayoutTable(const TableDef& def) {
         if (col.type == JetType::Numeric) {
             Raise("The " + what + " is of type Decimal, which this writer does not support.");
         }
-        if (!KnownType(col.type)) Raise("The " + what + " has an unknown type.");
+        if (!JetFacts(col.type).written) Raise("The " + what + " has an unknown type.");
         if (col.autoNumber && col.type != JetType::Long) {
             Raise("The " + what + " is an auto-number but not of type Long.");
         }

@@ -9,26 +9,11 @@
 #include <variant>
 #include <vector>
 
+#include "common/jet_types.h"
+
 namespace tb::mdb {
 
-// Column type codes as they stand in a Jet 4 table definition. A Counter is a Long column with
-// the auto-number flag.
-enum class JetType : std::uint8_t {
-    Boolean = 0x01,
-    Byte = 0x02,
-    Integer = 0x03,
-    Long = 0x04,
-    Currency = 0x05,
-    Single = 0x06,
-    Double = 0x07,
-    DateTime = 0x08,
-    Binary = 0x09,
-    Text = 0x0A,
-    OLE = 0x0B,
-    Memo = 0x0C,
-    GUID = 0x0F,
-    Numeric = 0x10,
-};
+using tb::JetType;
 
 struct Column {
     std::string name;

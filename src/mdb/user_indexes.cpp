@@ -77,7 +77,7 @@ UserIndexes::UserIndexes(const TableLayout& layout, const std::vector<IndexDef>&
             for (const KeyColumn& taken : index.columns)
                 if (taken.column == column)
                     Raise("The " + what + " names the column \"" + column->name + "\" twice.");
-            if (!IsIndexableType(column->type))
+            if (!JetFacts(column->type).indexed)
                 Raise("The " + what + " cannot hold the column \"" + column->name +
                       "\": its type cannot be indexed.");
             index.columns.push_back({column, k.ascending});

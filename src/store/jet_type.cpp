@@ -16,17 +16,6 @@ struct NamedType {
     ColumnType type;
 };
 
-// Catalogue names; Text(n) is read apart.
-constexpr NamedType kNames[] = {
-    {"Memo", {JetType::Memo, 0, false}},         {"Byte", {JetType::Byte, 0, false}},
-    {"Integer", {JetType::Integer, 0, false}},   {"Long", {JetType::Long, 0, false}},
-    {"Counter", {JetType::Long, 0, true}},       {"Single", {JetType::Single, 0, false}},
-    {"Double", {JetType::Double, 0, false}},     {"Currency", {JetType::Currency, 0, false}},
-    {"DateTime", {JetType::DateTime, 0, false}}, {"Boolean", {JetType::Boolean, 0, false}},
-    {"OLE", {JetType::OLE, 0, false}},           {"Binary", {JetType::Binary, 0, false}},
-    {"GUID", {JetType::GUID, 0, false}},         {"Numeric", {JetType::Numeric, 0, false}},
-};
-
 // Jet DDL and SQLite type words (upper case, blanks collapsed) without a size.
 constexpr NamedType kDeclarations[] = {
     {"TEXT", ColumnType::Text()},         {"VARCHAR", ColumnType::Text()},
@@ -66,30 +55,9 @@ bool IsTextual(const ColumnType& t) {
     return t.isText();
 }
 
-int NumberRank(JetType t) {
-    switch (t) {
-        case JetType::Boolean:
-            return 0;
-        case JetType::Byte:
-            return 1;
-        case JetType::Integer:
-            return 2;
-        case JetType::Long:
-            return 3;
-        case JetType::Single:
-            return 4;
-        case JetType::Currency:
-            return 5;
-        case JetType::Double:
-            return 6;
-        default:
-            return 7;  // Numeric
-    }
-}
-
 ColumnType WidestNumber(JetType a, JetType b) {
     if (a == b) return {a, 0, false};
-    if (NumberRank(a) > NumberRank(b)) std::swap(a, b);  // a is the narrower
+    if (JetFacts(a).numberRank > JetFacts(b).numberRank) std::swap(a, b);  // a is the narrower
     // Boolean is -1/0: a Byte cannot hold it.
     if (a == JetType::Boolean && b == JetType::Byte) return ColumnType::Integer();
     // A Single holds no Long exactly; Currency has no room for a Single's range.
@@ -102,47 +70,11 @@ ColumnType WidestNumber(JetType a, JetType b) {
 
 }  // namespace
 
-bool ColumnType::isNumber() const {
-    switch (jet) {
-        case JetType::Boolean:
-        case JetType::Byte:
-        case JetType::Integer:
-        case JetType::Long:
-        case JetType::Single:
-        case JetType::Double:
-        case JetType::Currency:
-        case JetType::Numeric:
-            return true;
-        default:
-            return false;
-    }
-}
-
-Storage ColumnType::storage() const {
-    switch (jet) {
-        case JetType::Boolean:
-        case JetType::Byte:
-        case JetType::Integer:
-        case JetType::Long:
-            return Storage::Integer;
-        case JetType::Single:
-        case JetType::Double:
-        case JetType::Currency:
-        case JetType::Numeric:
-            return Storage::Real;
-        case JetType::OLE:
-        case JetType::Binary:
-            return Storage::Binary;
-        default:
-            return Storage::Text;  // Text, Memo, DateTime (text by decision), GUID
-    }
-}
-
 std::string ColumnType::Name() const {
     if (jet == JetType::Text) return "Text(" + std::to_string(width) + ")";
-    for (const auto& n : kNames)
-        if (n.type.jet == jet && n.type.counter == counter) return std::string(n.name);
-    return "Unknown";
+    if (counter) return jet == JetType::Long ? "Counter" : "Unknown";
+    const std::string_view name = JetFacts(jet).name;
+    return name.empty() ? "Unknown" : std::string(name);
 }
 
 std::optional<ColumnType> ColumnType::FromName(std::string_view name) {
@@ -154,8 +86,9 @@ std::optional<ColumnType> ColumnType::FromName(std::string_view name) {
             return std::nullopt;
         return Text(w);
     }
-    for (const auto& n : kNames)
-        if (IEquals(n.name, name)) return n.type;
+    if (IEquals(name, "Counter")) return Counter();
+    for (const JetTypeFacts& f : kJetTypes)
+        if (f.type != JetType::Text && IEquals(f.name, name)) return ColumnType{f.type, 0, false};
     return std::nullopt;
 }
 

@@ -1,21 +1,18 @@
 #pragma once
-// The Jet type of a store column, as the catalogue keeps it for the writer. The codes are the
-// writer's own (tb::mdb::JetType); a Counter is a Long with the auto-number flag, as in a Jet
-// table definition.
+// The Jet type of a store column, as the catalogue keeps it for the writer. The codes and their
+// facts are tb::JetType's, shared with the writer; a Counter is a Long with the auto-number
+// flag, as in a Jet table definition.
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "mdb/table_model.h"
+#include "common/jet_types.h"
 
 namespace tb::store {
 
-using mdb::JetType;
-
-// How a store column is declared in SQLite: only these four, so SQLite never rewrites a value
-// behind the catalogue's back.
-enum class Storage { Text, Integer, Real, Binary };  // declared TEXT, INTEGER, REAL, BLOB
+using tb::JetType;
+using Storage = StorageClass;
 
 struct ColumnType {
     JetType jet = JetType::Text;
@@ -39,8 +36,8 @@ struct ColumnType {
     static constexpr ColumnType Numeric() { return {JetType::Numeric, 0, false}; }
 
     bool isText() const { return jet == JetType::Text || jet == JetType::Memo; }
-    bool isNumber() const;
-    Storage storage() const;
+    bool isNumber() const { return JetFacts(jet).isNumber(); }
+    Storage storage() const { return JetFacts(jet).storage; }
 
     // The catalogue's name: "Text(40)", "Memo", "Long", "Counter", "DateTime", ...
     std::string Name() const;

@@ -100,16 +100,10 @@ std::string ConversionExpression(const std::string& column, const ColumnType& ty
 }
 
 std::pair<std::int64_t, std::int64_t> IntegerRange(JetType t) {
-    switch (t) {
-        case JetType::Byte:
-            return {0, 255};
-        case JetType::Integer:
-            return {-32768, 32767};
-        case JetType::Boolean:
-            return {INT64_MIN, INT64_MAX};
-        default:
-            return {INT32_MIN, INT32_MAX};
-    }
+    // Any whole number is a Boolean: it has been turned into -1 or 0 before the check.
+    if (t == JetType::Boolean) return {INT64_MIN, INT64_MAX};
+    const JetTypeFacts& f = JetFacts(t);
+    return {f.low, f.high};
 }
 
 // "name", "name alias" or "name AS alias": the alias; empty for anything else.

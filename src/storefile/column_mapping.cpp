@@ -9,7 +9,7 @@
 
 #include "common/encoding.h"
 #include "common/error.h"
-#include "mdb/jet_writer.h"
+#include "mdb/date_time.h"
 
 namespace tb::storefile {
 
@@ -70,18 +70,6 @@ template <class T>
 T& Slot(mdb::Value& out) {
     if (auto* p = std::get_if<T>(&out)) return *p;
     return out.emplace<T>();
-}
-
-std::pair<std::int64_t, std::int64_t> WholeRange(JetType type) {
-    switch (type) {
-        case JetType::Byte:
-            return {0, 255};
-        case JetType::Integer:
-            return {-32768, 32767};
-        default:
-            return {std::numeric_limits<std::int32_t>::min(),
-                    std::numeric_limits<std::int32_t>::max()};
-    }
 }
 
 int HexDigit(char c) {
@@ -162,7 +150,8 @@ std::optional<std::int64_t> CurrencyFromDouble(double value) {
 
 ValueConverter::ValueConverter(std::string table, store::ColumnDef column)
     : table_(std::move(table)), column_(std::move(column)), jet_(column_.type.jet) {
-    std::tie(low_, high_) = WholeRange(jet_);
+    low_ = JetFacts(jet_).low;
+    high_ = JetFacts(jet_).high;
 }
 
 void ValueConverter::Fail(std::uint64_t rowNumber, const std::string& problem) const {

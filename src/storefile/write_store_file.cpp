@@ -11,6 +11,7 @@
 #include "common/temp_file.h"
 #include "common/text.h"
 #include "common/write_guard.h"
+#include "mdb/date_time.h"
 #include "storefile/store_file.h"
 #include "storefile/store_rows.h"
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "common/error.h"
+#include "mdb/date_time.h"
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_test_support.h"
 #include "mdb/jet_writer.h"

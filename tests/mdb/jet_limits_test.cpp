@@ -7,8 +7,8 @@
 #include <limits>
 
 #include "common/error.h"
+#include "mdb/date_time.h"
 #include "mdb/jet_test_support.h"
-#include "mdb/jet_writer.h"
 #include "mdb/page_file.h"
 #include "support/test_support.h"
 

@@ -10,9 +10,9 @@
 #include <limits>
 
 #include "common/error.h"
+#include "mdb/date_time.h"
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_test_support.h"
-#include "mdb/jet_writer.h"
 #include "support/test_support.h"
 
 namespace tb::mdb::test {

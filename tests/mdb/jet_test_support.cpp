@@ -14,6 +14,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "mdb/date_time.h"
 #include "mdb/structure_checker.h"
 #include "support/test_support.h"
 

@@ -9,6 +9,7 @@
 
 #include "common/error.h"
 #include "common/log.h"
+#include "mdb/date_time.h"
 #include "mdb/header_page.h"
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_test_support.h"

@@ -254,7 +254,7 @@ void Checker::CheckIndex(const std::string& table, const ParsedTdef& tdef, std::
             bool known = true;
             for (const auto& [column, flags] : ix.columns) {
                 const ParsedColumn* c = tdef.Column(column);
-                if (!c || !jet::IsIndexableType(static_cast<JetType>(c->type))) {
+                if (!c || !JetFacts(static_cast<JetType>(c->type)).indexed) {
                     known = false;
                     continue;
                 }

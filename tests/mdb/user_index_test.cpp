@@ -10,6 +10,7 @@
 #include "common/encoding.h"
 #include "common/error.h"
 #include "common/log.h"
+#include "mdb/date_time.h"
 #include "mdb/index_builder.h"
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_test_support.h"

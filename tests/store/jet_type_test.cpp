@@ -54,6 +54,14 @@ TEST(JetType, FromDeclaration) {
     EXPECT_FALSE(ColumnType::FromName("Text(256)").has_value());
 }
 
+TEST(JetType, EveryCatalogueNameReadsBack) {
+    for (const JetTypeFacts& f : kJetTypes) {
+        const ColumnType t = f.type == JetType::Text ? ColumnType::Text(40) : ColumnType{f.type, 0};
+        EXPECT_EQ(ColumnType::FromName(t.Name()), t) << t.Name();
+    }
+    EXPECT_EQ(ColumnType::FromName(ColumnType::Counter().Name()), ColumnType::Counter());
+}
+
 TEST(JetType, Storage) {
     EXPECT_EQ(Declaration(ColumnType::Text(10)), "TEXT COLLATE JETNOCASE");
     EXPECT_EQ(Declaration(ColumnType::DateTime()), "TEXT COLLATE JETNOCASE");  // dates are text

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "mdb/date_time.h"
 #include "mdb/jet_writer.h"
 #include "store/bulk.h"
 #include "store/store.h"
