@@ -9,9 +9,7 @@
 #include "common/text.h"
 #include "common/write_guard.h"
 #include "extraction/batch_extract.h"
-#include "extraction/drawing_file_copy.h"
 #include "extraction/viewer_mode.h"
-#include "graphics/drawing_files.h"
 #include "plantaccess/ado.h"
 #include "plantaccess/resolution.h"
 #include "platform/interrupt.h"
@@ -192,12 +190,6 @@ void InstallMdbReader() {
 
 Engines DefaultEngines() {
     InstallMdbReader();
-    // The run reaches the drawing file copy of the graphics library through this hook.
-    extraction::SetDrawingFileCopy(
-        [](store::Store& extract, const std::filesystem::path& igrFolder,
-           const std::filesystem::path& shownFolder, bool noCancel) {
-            graphics::CopyPid2IgrInto(extract, igrFolder, shownFolder, noCancel);
-        });
     Engines e;
     e.extract = [](const ExtractionJob& job) {
         if (job.output.empty()) NotBuilt("The viewer package without an extract (/vmpk alone)");

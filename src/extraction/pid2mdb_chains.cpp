@@ -11,8 +11,8 @@
 #include "extraction/codelists.h"
 #include "extraction/column_alias.h"
 #include "extraction/connected_items.h"
-#include "extraction/drawing_file_copy.h"
 #include "extraction/duct_runs.h"
+#include "graphics/drawing_files.h"
 #include "extraction/output_model.h"
 #include "extraction/post_process.h"
 #include "extraction/revisions.h"
@@ -540,14 +540,10 @@ void BuildCategories(RunContext& run) {
             st.DropTable("itemattributions_cp");
         }
         if (run.args.extractDrawingFiles) {
-            if (const DrawingFileCopy& copy = GetDrawingFileCopy()) {
-                run.igrStaging = MakeIgrStaging(run.targets.igr);
-                copy(st, run.igrStaging, run.targets.igr, false);
-                // The copy stops at a cancel without raising; the run ends here.
-                run.CheckCancel();
-            }
-            else
-                LogNotProduced("The drawing files beside the extract");
+            run.igrStaging = MakeIgrStaging(run.targets.igr);
+            graphics::CopyPid2IgrInto(st, run.igrStaging, run.targets.igr, false);
+            // The copy stops at a cancel without raising; the run ends here.
+            run.CheckCancel();
         }
         ExtendUserColumns(st, run.attributeIni, false);
     }
