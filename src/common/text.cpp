@@ -248,22 +248,10 @@ std::string StripEnclosingQuotes(std::string_view text) {
     return std::string(text);
 }
 
-namespace {
-// Built by appends: GCC 12 sees a false overlap (-Wrestrict) in "'" + std::string(text) at -O3.
-std::string Enclosed(char open, std::string_view text, char close) {
-    std::string out;
-    out.reserve(text.size() + 2);
-    out += open;
-    out.append(text);
-    out += close;
-    return out;
-}
-}  // namespace
-
-std::string QuoteSqlText(std::string_view text) { return Enclosed('\'', text, '\''); }
+std::string QuoteSqlText(std::string_view text) { return "'" + std::string(text) + "'"; }
 std::string EscapeSqlText(std::string_view text) { return ReplaceAll(text, "'", "''"); }
 std::string SqlLiteral(std::string_view text) { return QuoteSqlText(EscapeSqlText(text)); }
-std::string BracketName(std::string_view name) { return Enclosed('[', name, ']'); }
+std::string BracketName(std::string_view name) { return "[" + std::string(name) + "]"; }
 
 std::string QuoteIdentifier(std::string_view name, char open, char close) {
     std::string out(1, open);
