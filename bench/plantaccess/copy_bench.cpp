@@ -5,12 +5,13 @@
 // time (the process's own for our paths, the child's for the shell), which a busy machine disturbs
 // less.
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <sys/resource.h>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -30,7 +31,8 @@ namespace {
 
 const char* const kUsage =
     "Usage: tb_bench_plantaccess [--plant DIR] [--drawings N] [--work DIR] [--tables N]\n"
-    "  --plant DIR     a sample plant folder; generated there when it holds none (default: WORK/plant)\n"
+    "  --plant DIR     a sample plant folder; generated there when it holds none (default: "
+    "WORK/plant)\n"
     "  --drawings N    drawings of a generated plant (default 2000)\n"
     "  --work DIR      folder for the stores (default: a folder in /tmp, removed afterwards)\n"
     "  --tables N      how many of the largest tables to copy (default 6)\n";
@@ -65,7 +67,9 @@ Times Measure(const std::function<void()>& work, bool child = false) {
     return t;
 }
 
-double Seconds(const std::function<void()>& work) { return Measure(work).wall; }
+double Seconds(const std::function<void()>& work) {
+    return Measure(work).wall;
+}
 
 std::string Quote(const std::string& text) {
     std::string out = "'";
@@ -75,7 +79,8 @@ std::string Quote(const std::string& text) {
 
 std::string Rate(std::int64_t rows, double seconds) {
     char buf[64];
-    std::snprintf(buf, sizeof buf, "%.3f s (%.0f rows/s)", seconds, seconds > 0 ? rows / seconds : 0.0);
+    std::snprintf(buf, sizeof buf, "%.3f s (%.0f rows/s)", seconds,
+                  seconds > 0 ? rows / seconds : 0.0);
     return buf;
 }
 
@@ -88,10 +93,14 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         const bool value = i + 1 < argc;
-        if (arg == "--plant" && value) plant = argv[++i];
-        else if (arg == "--work" && value) work = argv[++i];
-        else if (arg == "--drawings" && value) drawings = std::atoi(argv[++i]);
-        else if (arg == "--tables" && value) tableCount = static_cast<std::size_t>(std::atoi(argv[++i]));
+        if (arg == "--plant" && value)
+            plant = argv[++i];
+        else if (arg == "--work" && value)
+            work = argv[++i];
+        else if (arg == "--drawings" && value)
+            drawings = std::atoi(argv[++i]);
+        else if (arg == "--tables" && value)
+            tableCount = static_cast<std::size_t>(std::atoi(argv[++i]));
         else {
             std::fputs(kUsage, stderr);
             return 1;
@@ -118,10 +127,13 @@ int main(int argc, char** argv) {
         // The largest tables by rows.
         std::vector<std::pair<std::int64_t, std::string>> tables;
         auto names = plantaccess::AdoRead(
-            "SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite%'", source);
+            "SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite%'",
+            source);
         for (; !names->Eof(); names->MoveNext()) {
             const std::string name = names->Field(0).text();
-            const auto rows = plantaccess::AdoRead("SELECT count(*) FROM \"" + name + "\"", source)->Field(0).integer();
+            const auto rows = plantaccess::AdoRead("SELECT count(*) FROM \"" + name + "\"", source)
+                                  ->Field(0)
+                                  .integer();
             tables.emplace_back(rows, name);
         }
         std::sort(tables.rbegin(), tables.rend());
@@ -151,15 +163,21 @@ int main(int argc, char** argv) {
             Line line;
             line.table = table;
             plantaccess::TransferResult r;
-            line.sqlite = Measure([&] { r = plantaccess::CopyQueryToStore(*source, sql, viaSqlite, table); });
-            if (odbc) line.odbc = Measure([&] { plantaccess::CopyQueryToStore(*odbc, sql, viaOdbc, table); });
-            const std::string script = "PRAGMA journal_mode=MEMORY; PRAGMA synchronous=OFF; ATTACH " +
-                                       Quote("file:" + data.string() + "?mode=ro") + " AS p; CREATE TABLE \"" +
-                                       table + "\" AS SELECT * FROM p.\"" + table + "\";";
-            const std::string command = "sqlite3 " + Quote(shellDb.string()) + " \"" + script + "\" > /dev/null";
+            line.sqlite =
+                Measure([&] { r = plantaccess::CopyQueryToStore(*source, sql, viaSqlite, table); });
+            if (odbc)
+                line.odbc =
+                    Measure([&] { plantaccess::CopyQueryToStore(*odbc, sql, viaOdbc, table); });
+            const std::string script =
+                "PRAGMA journal_mode=MEMORY; PRAGMA synchronous=OFF; ATTACH " +
+                Quote("file:" + data.string() + "?mode=ro") + " AS p; CREATE TABLE \"" + table +
+                "\" AS SELECT * FROM p.\"" + table + "\";";
+            const std::string command =
+                "sqlite3 " + Quote(shellDb.string()) + " \"" + script + "\" > /dev/null";
             line.shell = Measure(
                 [&] {
-                    if (std::system(command.c_str()) != 0) throw Error(kErrInternal, "sqlite3 failed: " + command);
+                    if (std::system(command.c_str()) != 0)
+                        throw Error(kErrInternal, "sqlite3 failed: " + command);
                 },
                 true);
             line.rows = r.rows;
@@ -173,7 +191,9 @@ int main(int argc, char** argv) {
         lines.push_back(all);
         for (const bool cpu : {false, true}) {
             std::printf("\n%s\n\n", cpu ? "Processor time:" : "Wall clock:");
-            std::printf("| Table | Rows | Columns | SQLite path | ODBC path | sqlite3 shell | SQLite path / shell | ODBC path / shell |\n");
+            std::printf(
+                "| Table | Rows | Columns | SQLite path | ODBC path | sqlite3 shell | SQLite path "
+                "/ shell | ODBC path / shell |\n");
             std::printf("|---|---:|---:|---|---|---|---:|---:|\n");
             for (const Line& l : lines) {
                 const double a = cpu ? l.sqlite.cpu : l.sqlite.wall;
@@ -182,13 +202,15 @@ int main(int argc, char** argv) {
                 char ratioOdbc[32] = "-";
                 if (odbc) std::snprintf(ratioOdbc, sizeof ratioOdbc, "%.2f", b / c);
                 std::printf("| %s | %lld | %s | %s | %s | %s | %.2f | %s |\n", l.table.c_str(),
-                            static_cast<long long>(l.rows), l.columns ? std::to_string(l.columns).c_str() : "",
-                            Rate(l.rows, a).c_str(), odbc ? Rate(l.rows, b).c_str() : "-", Rate(l.rows, c).c_str(),
-                            a / c, ratioOdbc);
+                            static_cast<long long>(l.rows),
+                            l.columns ? std::to_string(l.columns).c_str() : "",
+                            Rate(l.rows, a).c_str(), odbc ? Rate(l.rows, b).c_str() : "-",
+                            Rate(l.rows, c).c_str(), a / c, ratioOdbc);
             }
         }
     } catch (const Error& e) {
-        std::fprintf(stderr, "tb_bench_plantaccess: %s (%s)\n", e.description().c_str(), e.source().c_str());
+        std::fprintf(stderr, "tb_bench_plantaccess: %s (%s)\n", e.description().c_str(),
+                     e.source().c_str());
         return 1;
     }
     if (removeWork) fs::remove_all(work);

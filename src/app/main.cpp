@@ -26,8 +26,8 @@ namespace tb::app {
 namespace {
 
 namespace fs = std::filesystem;
-using shell::GetParameterValue;
 using shell::CurrentRun;
+using shell::GetParameterValue;
 
 [[noreturn]] void NotBuilt(const std::string& what) {
     Raise(what + " is not built yet in this version of Tarnbrook.");
@@ -105,8 +105,10 @@ void RegisterRunPaths(const std::string& writeFile) {
     }
     if (site.empty()) site = IniRead(shell::ManagerIniFile(), "SmartPlant Manager", "SiteServer");
     plantaccess::RegisterSiteInputs(site);
-    if (!config.empty()) RegisterRunPath(config, RunPathRole::Input, "attribute configuration file");
-    if (!output.empty()) RegisterRunPath(ResolveWriteTarget(output), RunPathRole::Output, "extract");
+    if (!config.empty())
+        RegisterRunPath(config, RunPathRole::Input, "attribute configuration file");
+    if (!output.empty())
+        RegisterRunPath(ResolveWriteTarget(output), RunPathRole::Output, "extract");
     const fs::path user = shell::GetUserConfigFile();
     RegisterRunPath(user, RunPathRole::Settings, "user configuration file");
     RegisterRunPath(shell::GetGeneralFile(), RunPathRole::Settings, "general settings file");
@@ -153,9 +155,9 @@ void BatchMode(const Engines& engines, std::string& managerBackup) {
     job.fromTo = IniFlag(user, "frmMain", "chkFromTo", "0");
     if (!config.empty()) shell::SetAttributeConfigFile(config);
 
-    const Selection selection = ResolveSelection(GetParameterValue("pbs"),
-                                                 GetParameterValue("unitcode"),
-                                                 GetParameterValue("name"), engines);
+    const Selection selection =
+        ResolveSelection(GetParameterValue("pbs"), GetParameterValue("unitcode"),
+                         GetParameterValue("name"), engines);
     // From here on Ctrl+C cancels the job cleanly instead of killing it half-way.
     platform::CancelOnInterrupt();
     job.revision = GetParameterValue("revision");
@@ -181,8 +183,8 @@ void InstallMdbReader() {
         static int loaded = 0;
         std::filesystem::path folder = shell::SessionTempFolder();
         if (folder.empty()) folder = shell::TempFolderInit();
-        auto st = std::make_shared<store::Store>(
-            store::Store::Create(folder / (mdb.stem().string() + "-read-" + std::to_string(++loaded) + ".store")));
+        auto st = std::make_shared<store::Store>(store::Store::Create(
+            folder / (mdb.stem().string() + "-read-" + std::to_string(++loaded) + ".store")));
         storefile::LoadMdbIntoStore(mdb, *st);
         return st;
     });
@@ -193,10 +195,12 @@ Engines DefaultEngines() {
     Engines e;
     e.extract = [](const ExtractionJob& job) {
         if (job.output.empty()) NotBuilt("The viewer package without an extract (/vmpk alone)");
-        extraction::ExtractActivePlant2MDB(job.output, job.extractDrawingFiles, job.fromTo, job.plantGroupIDs,
-                                           job.drawingIDs, job.exclude);
+        extraction::ExtractActivePlant2MDB(job.output, job.extractDrawingFiles, job.fromTo,
+                                           job.plantGroupIDs, job.drawingIDs, job.exclude);
     };
-    e.extractRevision = [](const ExtractionJob&) { NotBuilt("The revision extraction (/revision)"); };
+    e.extractRevision = [](const ExtractionJob&) {
+        NotBuilt("The revision extraction (/revision)");
+    };
     e.createVmp = [](const ExtractionJob&, bool, bool) { NotBuilt("The viewer package (/vmpk)"); };
     e.reExtract = [](const std::string&) { NotBuilt("Reloading an extract (/reload)"); };
     e.batchWrite = [](const std::string&, const std::string&, const std::string&) {

@@ -22,16 +22,17 @@ struct ExtractionJob {
 
 // The engines the modes hand over to. Those not built yet raise an error that says so.
 struct Engines {
-    std::function<void(const ExtractionJob&)> extract;           // ExtractActivePlant2MDB
-    std::function<void(const ExtractionJob&)> extractRevision;   // revision extraction
+    std::function<void(const ExtractionJob&)> extract;          // ExtractActivePlant2MDB
+    std::function<void(const ExtractionJob&)> extractRevision;  // revision extraction
     std::function<void(const ExtractionJob&, bool black, bool border)> createVmp;
     std::function<void(const std::string& reload)> reExtract;
     std::function<void(const std::string& mdb, const std::string& task,
-                       const std::string& writeFile)> batchWrite;  // BatchWirteMDB
+                       const std::string& writeFile)>
+        batchWrite;  // BatchWirteMDB
     std::function<void()> window;
     // Drawing selection look-ups (they open the plant).
-    std::function<void(const std::string& pbs, std::string& plantGroupIDs,
-                       std::string& drawingIDs)> fromPbs;
+    std::function<void(const std::string& pbs, std::string& plantGroupIDs, std::string& drawingIDs)>
+        fromPbs;
     std::function<std::string(const std::string& unitcode)> fromUnitCode;
     std::function<std::string(const std::string& name)> fromNames;
 };

@@ -6,9 +6,9 @@
 namespace tb::attributes {
 
 const std::vector<std::string>& AllCategoryNames() {
-    static const std::vector<std::string> names = {
-        "Drawings", "DuctRuns", "InlineComp_Prun", "Eqp_Nozzle",
-        "Plantitems", "Instruments", "ItemNotes", "OPCs"};
+    static const std::vector<std::string> names = {"Drawings",   "DuctRuns",   "InlineComp_Prun",
+                                                   "Eqp_Nozzle", "Plantitems", "Instruments",
+                                                   "ItemNotes",  "OPCs"};
     return names;
 }
 
@@ -17,8 +17,8 @@ std::vector<std::string> GetCategoryList(bool withDrawings) {
     if (withDrawings) out.emplace_back("Drawings");
     if (shell::ProgramFlag("DuctRuns") && shell::GetSPPIDVersionNumber() > "07.00")
         out.emplace_back("DuctRuns");
-    for (const char* c : {"InlineComp_Prun", "Eqp_Nozzle", "Plantitems", "Instruments",
-                          "ItemNotes", "OPCs"})
+    for (const char* c :
+         {"InlineComp_Prun", "Eqp_Nozzle", "Plantitems", "Instruments", "ItemNotes", "OPCs"})
         out.emplace_back(c);
     return out;
 }

@@ -12,7 +12,9 @@
 
 namespace tb::attributes {
 
-fs::path GetProjectIniPath(std::string_view project) { return shell::GetPlantFile(project); }
+fs::path GetProjectIniPath(std::string_view project) {
+    return shell::GetPlantFile(project);
+}
 
 std::vector<std::string> GetIniSectionKeys(const fs::path& file, std::string_view section) {
     std::error_code ec;
@@ -22,7 +24,9 @@ std::vector<std::string> GetIniSectionKeys(const fs::path& file, std::string_vie
     return keys;
 }
 
-std::vector<std::string> GetIniSectionNames(const fs::path& file) { return IniSectionNames(file); }
+std::vector<std::string> GetIniSectionNames(const fs::path& file) {
+    return IniSectionNames(file);
+}
 
 void SaveAttributes2Ini(std::string_view project, std::string_view table,
                         const std::vector<std::string>& keys) {

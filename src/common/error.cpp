@@ -4,7 +4,9 @@
 
 namespace tb {
 
-void Raise(std::string description) { throw Error(kErrValidation, std::move(description)); }
+void Raise(std::string description) {
+    throw Error(kErrValidation, std::move(description));
+}
 
 std::string ChainSource(std::string_view routine, int step, std::string_view caught) {
     std::string out(routine);

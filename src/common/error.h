@@ -12,15 +12,15 @@ namespace tb {
 inline constexpr std::string_view kAppTitle = "Tarnbrook";
 
 // Error numbers in the ranges users know from the Windows product.
-inline constexpr long kErrValidation = 1;       // message for the user; description says it all
-inline constexpr long kErrInternal = 5;         // invalid call, broken invariant
-inline constexpr long kErrCancelled = 18;       // the user cancelled ("Cancelled.")
+inline constexpr long kErrValidation = 1;  // message for the user; description says it all
+inline constexpr long kErrInternal = 5;    // invalid call, broken invariant
+inline constexpr long kErrCancelled = 18;  // the user cancelled ("Cancelled.")
 inline constexpr long kErrFileNotFound = 53;
-inline constexpr long kErrFileAccess = 75;      // path or file access error
+inline constexpr long kErrFileAccess = 75;         // path or file access error
 inline constexpr long kErrDatabase = -2147467259;  // provider error (0x80004005)
 
 class Error : public std::exception {
-public:
+  public:
     Error(long number, std::string description, std::string source = {})
         : number_(number), description_(std::move(description)), source_(std::move(source)) {}
 
@@ -29,7 +29,7 @@ public:
     const std::string& source() const noexcept { return source_; }
     const char* what() const noexcept override { return description_.c_str(); }
 
-private:
+  private:
     long number_;
     std::string description_;
     std::string source_;

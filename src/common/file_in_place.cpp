@@ -46,8 +46,8 @@ fs::path PendingName(const fs::path& target) {
 bool WriteAllAt(int fd, std::string_view bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t n = ::pwrite(fd, bytes.data() + done, bytes.size() - done,
-                                   static_cast<off_t>(done));
+        const ssize_t n =
+            ::pwrite(fd, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
         if (n < 0 && errno == EINTR) continue;
         if (n <= 0) return false;
         done += static_cast<std::size_t>(n);
@@ -91,7 +91,7 @@ OpenResult OpenTarget(const fs::path& target, UniqueFd& fd, mode_t* mode = nullp
     // O_NONBLOCK so that a FIFO at the name cannot hang us; it is refused below.
     fd.reset(::open(target.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!fd) return errno == ENOENT ? OpenResult::Missing : OpenResult::Refused;
-    struct stat st{};
+    struct stat st {};
     if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode) || IsReadOnly(st))
         return OpenResult::Refused;
     if (mode) *mode = st.st_mode & 0777;
@@ -104,13 +104,13 @@ bool FinishPending(const fs::path& target, int targetFd) {
     // Opened for writing because on NFS an exclusive lock needs it; a link there is not ours.
     UniqueFd fd(::open(pending.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!fd) return false;
-    struct stat st{};
+    struct stat st {};
     if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
     // Held by its writer while it works; where flock is not supported we cannot tell a live
     // writer from a dead one and leave the file alone.
     if (::flock(fd.get(), LOCK_EX | LOCK_NB) != 0) return false;
     // A writer that just finished has removed the name; a new one may have put another file there.
-    struct stat now{};
+    struct stat now {};
     if (::lstat(pending.c_str(), &now) != 0 || now.st_dev != st.st_dev || now.st_ino != st.st_ino)
         return false;
     const auto bytes = ReadAll(fd.get());
@@ -170,7 +170,7 @@ fs::path FollowLinks(const fs::path& file) {
 
 bool RecoverPendingWrite(const fs::path& file) {
     const fs::path target = FollowLinks(file);
-    struct stat st{};
+    struct stat st {};
     if (::lstat(PendingName(target).c_str(), &st) != 0) return false;
     UniqueFd fd;
     if (OpenTarget(target, fd) != OpenResult::Opened) return false;
@@ -182,7 +182,7 @@ std::optional<std::string> ReadFileCompleted(const fs::path& file) {
     RecoverPendingWrite(file);
     UniqueFd fd(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd) return std::nullopt;
-    struct stat st{};
+    struct stat st {};
     if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
     // A writer that takes longer than the wait is not waited for: the read goes on.
     LockWithin(fd.get(), LOCK_SH, kReaderWait);
@@ -194,16 +194,16 @@ bool WriteFileInPlace(const fs::path& file, std::string_view bytes) {
     UniqueFd fd;
     mode_t mode = 0600;
     switch (OpenTarget(target, fd, &mode)) {
-    case OpenResult::Refused:
-        return false;
-    case OpenResult::Missing: {
-        bool appeared = false;
-        if (CreateWhole(target, bytes, appeared)) return true;
-        if (!appeared || OpenTarget(target, fd, &mode) != OpenResult::Opened) return false;
-        break;
-    }
-    case OpenResult::Opened:
-        break;
+        case OpenResult::Refused:
+            return false;
+        case OpenResult::Missing: {
+            bool appeared = false;
+            if (CreateWhole(target, bytes, appeared)) return true;
+            if (!appeared || OpenTarget(target, fd, &mode) != OpenResult::Opened) return false;
+            break;
+        }
+        case OpenResult::Opened:
+            break;
     }
     if (LockWithin(fd.get(), LOCK_EX, kWriterWait) == LockResult::Busy) return false;
     FinishPending(target, fd.get());

@@ -183,7 +183,8 @@ std::vector<std::pair<std::string, std::string>> IniDocument::Entries(
     if (header == npos) return out;
     const auto end = SectionEnd(header);
     for (std::size_t i = header + 1; i < end; ++i)
-        if (lines_[i].kind == Kind::Key) out.emplace_back(lines_[i].text, StripValueQuotes(lines_[i].value));
+        if (lines_[i].kind == Kind::Key)
+            out.emplace_back(lines_[i].text, StripValueQuotes(lines_[i].value));
     return out;
 }
 

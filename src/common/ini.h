@@ -16,7 +16,7 @@
 namespace tb {
 
 class IniDocument {
-public:
+  public:
     IniDocument() = default;
 
     static IniDocument Parse(std::string_view bytes);
@@ -43,7 +43,7 @@ public:
     TextEncoding encoding() const { return encoding_; }
     void set_encoding(TextEncoding encoding) { encoding_ = encoding; }
 
-private:
+  private:
     enum class Kind { Other, Section, Key };
     struct Line {
         Kind kind = Kind::Other;
@@ -71,7 +71,8 @@ std::string IniRead(const std::filesystem::path& file, std::string_view section,
 bool IniWrite(const std::filesystem::path& file, std::string_view section,
               const std::optional<std::string>& key, const std::optional<std::string>& value);
 std::vector<std::string> IniSectionNames(const std::filesystem::path& file);
-std::vector<std::string> IniSectionKeys(const std::filesystem::path& file, std::string_view section);
+std::vector<std::string> IniSectionKeys(const std::filesystem::path& file,
+                                        std::string_view section);
 // An ini flag: the number at the start of the value, set when it equals 1.
 bool IniFlag(const std::filesystem::path& file, std::string_view section, std::string_view key,
              std::string_view defaultValue = "0");

@@ -9,7 +9,7 @@
 namespace tb {
 
 class LogSink {
-public:
+  public:
     virtual ~LogSink() = default;
     // A timed line in the log, echoed to the console in batch runs.
     virtual void Line(std::string_view text) = 0;
@@ -21,7 +21,7 @@ public:
 
 // Lets the window breathe during long work; the default does nothing.
 class EventPump {
-public:
+  public:
     virtual ~EventPump() = default;
     virtual void DoEvents() = 0;
 };
@@ -46,12 +46,12 @@ void SetCancelRequested(bool value);
 // Reports the progress of one long piece of work as "<what> 10%" ... "<what> 100%" lines, at most
 // one line per step of `stepPercent`, and pumps events every `pumpEvery` units.
 class ProgressMeter {
-public:
+  public:
     ProgressMeter(std::string what, std::uint64_t total, int stepPercent = 10);
     void Advance(std::uint64_t units = 1);
     std::uint64_t done() const { return done_; }
 
-private:
+  private:
     std::string what_;
     std::uint64_t total_;
     std::uint64_t done_ = 0;

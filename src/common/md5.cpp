@@ -34,7 +34,8 @@ std::string CMD5::DigestStrToHexStr(std::string_view text) {
 
 std::string CMD5::DigestFileToHexStr(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
-    if (!in) throw Error(kErrFileNotFound, "File not found: " + file.string(), "DigestFileToHexStr");
+    if (!in)
+        throw Error(kErrFileNotFound, "File not found: " + file.string(), "DigestFileToHexStr");
     md5_ctx ctx;
     md5_init(&ctx);
     std::array<char, 65536> buffer{};

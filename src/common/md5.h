@@ -8,7 +8,7 @@
 namespace tb {
 
 class CMD5 {
-public:
+  public:
     static std::string DigestStrToHexStr(std::string_view text);
     // Raises error 53 when the file cannot be read.
     static std::string DigestFileToHexStr(const std::filesystem::path& file);

@@ -8,7 +8,7 @@
 namespace tb {
 
 class CStrConcat {
-public:
+  public:
     // Appends `text`, preceded by the separator unless it is the first item.
     void Concat(std::string_view text);
     const std::string& GetString() const { return buffer_; }
@@ -19,7 +19,7 @@ public:
     std::size_t Count() const { return count_; }
     void Clear();
 
-private:
+  private:
     std::string buffer_;
     std::string separator_;
     std::size_t count_ = 0;

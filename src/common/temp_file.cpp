@@ -94,8 +94,8 @@ std::vector<fs::path> RemoveLeftovers(const fs::path& folder,
         else
             fs::remove(it->path(), rec);
         if (rec) {
-            LogLine("The leftover " + it->path().string() + " of an ended run cannot be removed: " +
-                    rec.message());
+            LogLine("The leftover " + it->path().string() +
+                    " of an ended run cannot be removed: " + rec.message());
             continue;
         }
         LogLine("Removed the leftover " + it->path().string() + " of an ended run (process " +
@@ -113,8 +113,8 @@ TempFile CreateTempBeside(const fs::path& target) {
     TempFile file;
     for (int attempt = 0; attempt < 100 && file.fd < 0; ++attempt) {
         file.path = folder / TempName(target.filename().string());
-        file.fd = ::open(file.path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
-                         0666);
+        file.fd =
+            ::open(file.path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
         if (file.fd < 0 && errno != EEXIST) break;
     }
     if (file.fd < 0) {

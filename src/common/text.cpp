@@ -7,8 +7,12 @@
 namespace tb {
 namespace {
 
-char LowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
-char UpperAscii(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
+char LowerAscii(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+char UpperAscii(char c) {
+    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
+}
 
 // Decodes one UTF-8 code point at pos and advances; invalid bytes stand for themselves.
 char32_t NextCodePoint(std::string_view s, std::size_t& pos) {
@@ -155,9 +159,9 @@ std::string ToUpperAscii(std::string_view text) {
 }
 
 bool IEquals(std::string_view a, std::string_view b) {
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(),
-                      [](char x, char y) { return LowerAscii(x) == LowerAscii(y); });
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return LowerAscii(x) == LowerAscii(y);
+           });
 }
 
 bool IStartsWith(std::string_view text, std::string_view prefix) {
@@ -248,10 +252,18 @@ std::string StripEnclosingQuotes(std::string_view text) {
     return std::string(text);
 }
 
-std::string QuoteSqlText(std::string_view text) { return "'" + std::string(text) + "'"; }
-std::string EscapeSqlText(std::string_view text) { return ReplaceAll(text, "'", "''"); }
-std::string SqlLiteral(std::string_view text) { return QuoteSqlText(EscapeSqlText(text)); }
-std::string BracketName(std::string_view name) { return "[" + std::string(name) + "]"; }
+std::string QuoteSqlText(std::string_view text) {
+    return "'" + std::string(text) + "'";
+}
+std::string EscapeSqlText(std::string_view text) {
+    return ReplaceAll(text, "'", "''");
+}
+std::string SqlLiteral(std::string_view text) {
+    return QuoteSqlText(EscapeSqlText(text));
+}
+std::string BracketName(std::string_view name) {
+    return "[" + std::string(name) + "]";
+}
 
 std::string QuoteIdentifier(std::string_view name, char open, char close) {
     std::string out(1, open);

@@ -15,8 +15,8 @@ namespace {
 namespace fs = std::filesystem;
 
 struct RunPath {
-    fs::path path;      // as registered, absolute
-    fs::path real;      // weakly canonical
+    fs::path path;  // as registered, absolute
+    fs::path real;  // weakly canonical
     bool hasId = false;
     dev_t dev = 0;
     ino_t ino = 0;
@@ -45,7 +45,7 @@ void RegisterRunPath(const fs::path& path, RunPathRole role, std::string_view wh
     RunPath r;
     r.path = fs::absolute(path, ec);
     r.real = RealPath(path);
-    struct stat st{};
+    struct stat st {};
     if (::stat(path.c_str(), &st) == 0) {
         r.hasId = true;
         r.dev = st.st_dev;
@@ -64,13 +64,13 @@ void ClearRunPaths() {
 
 std::optional<std::string> ConflictingRunPath(const fs::path& path, RunPathRole as) {
     const fs::path real = RealPath(path);
-    struct stat st{};
+    struct stat st {};
     const bool exists = ::stat(path.c_str(), &st) == 0;
     std::lock_guard lock(gMutex);
     for (const RunPath& r : gPaths) {
         if (!Conflicts(r.role, as)) continue;
-        const bool same = (exists && r.hasId && r.dev == st.st_dev && r.ino == st.st_ino) ||
-                          r.real == real;
+        const bool same =
+            (exists && r.hasId && r.dev == st.st_dev && r.ino == st.st_ino) || r.real == real;
         if (same) return "the " + r.what + " " + r.path.string();
     }
     return std::nullopt;
@@ -100,6 +100,8 @@ void CheckWriteTarget(const fs::path& path, RunPathRole as, std::string_view wha
         Raise("Cannot write " + std::string(what) + " " + path.string() + ": " + *why + ".");
 }
 
-fs::path ResolveWriteTarget(const fs::path& path) { return FollowLinks(path); }
+fs::path ResolveWriteTarget(const fs::path& path) {
+    return FollowLinks(path);
+}
 
 }  // namespace tb

@@ -19,7 +19,8 @@ AttributeKeys AttributeKeys::Load(const std::filesystem::path& attributeIni) {
         std::unordered_set<std::string> seen;
         std::vector<std::string> keys;
         for (std::string& key : doc.Keys(category))
-            if (!TrimBlanks(key).empty() && seen.insert(ToLowerAscii(key)).second) keys.push_back(std::move(key));
+            if (!TrimBlanks(key).empty() && seen.insert(ToLowerAscii(key)).second)
+                keys.push_back(std::move(key));
         out.Set(category, std::move(keys));
     }
     return out;
@@ -103,8 +104,8 @@ std::string LeftOutEntry(std::string_view key, std::string_view category) {
 void LogKeyLeftOut(std::string_view key, std::string_view category, std::string_view reason) {
     if (KeyLeftOut(key, category)) return;
     RememberKeyLeftOut(key, category);
-    LogLine("The attribute " + std::string(key) + " of " + std::string(category) + " is left out: " +
-            std::string(reason) + ".");
+    LogLine("The attribute " + std::string(key) + " of " + std::string(category) +
+            " is left out: " + std::string(reason) + ".");
 }
 
 void RememberKeyLeftOut(std::string_view key, std::string_view category) {
@@ -115,12 +116,15 @@ bool KeyLeftOut(std::string_view key, std::string_view category) {
     return KeysLeftOut().count(LeftOutEntry(key, category)) > 0;
 }
 
-void ForgetKeysLeftOut() { KeysLeftOut().clear(); }
+void ForgetKeysLeftOut() {
+    KeysLeftOut().clear();
+}
 
-std::string MissingColumnLine(std::string_view key, std::string_view category, std::string_view table,
-                              std::string_view column) {
-    return "The attribute " + std::string(key) + " of " + std::string(category) + " is left out: the plant table " +
-           std::string(table) + " has no column " + std::string(column) + ".";
+std::string MissingColumnLine(std::string_view key, std::string_view category,
+                              std::string_view table, std::string_view column) {
+    return "The attribute " + std::string(key) + " of " + std::string(category) +
+           " is left out: the plant table " + std::string(table) + " has no column " +
+           std::string(column) + ".";
 }
 
 std::string ForbiddenInAccessName(std::string_view name) {

@@ -50,8 +50,8 @@ void ForgetKeysLeftOut();
 
 // The log line of a configured key left out because its plant table lacks the column it names;
 // the run goes on without it.
-std::string MissingColumnLine(std::string_view key, std::string_view category, std::string_view table,
-                              std::string_view column);
+std::string MissingColumnLine(std::string_view key, std::string_view category,
+                              std::string_view table, std::string_view column);
 
 // The character of `name` that Access does not allow in a name, as a log line names it ("']'",
 // "a control character"); empty when Access allows every character of it.

@@ -33,7 +33,9 @@ struct LookupPlant {
         plantaccess::InitDBSettings(name, user, password, false, site);
         plant = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
     }
-    std::string Table(std::string_view table) const { return plantaccess::GetFullTableName(plant.prefix, table); }
+    std::string Table(std::string_view table) const {
+        return plantaccess::GetFullTableName(plant.prefix, table);
+    }
 
     // The ids a statement gives, each once, in the order read.
     void CollectIds(const std::string& sql, std::vector<std::string>& ids) const {
@@ -62,7 +64,8 @@ std::string IdsByList(const LookupPlant& lookup, std::string_view table, std::st
 
 }  // namespace
 
-void GetPlantGroupAndDrawingIDsFromPBS(const std::string& pbs, std::string& plantGroupIDs, std::string& drawingIDs) {
+void GetPlantGroupAndDrawingIDsFromPBS(const std::string& pbs, std::string& plantGroupIDs,
+                                       std::string& drawingIDs) {
     Trap("GetPlantGroupAndDrawingIDsFromPBS", [&] {
         const LookupPlant lookup;
         std::vector<std::string> groupIds, drawingIds;
@@ -99,8 +102,9 @@ std::string GetDrawingIDsFromNames(const std::string& name) {
 
 void CheckPlantName(const std::string& plant) {
     if (TrimBlanks(plant).empty())
-        Raise("No plant is named: give one with /plant, or make one active in SmartPlant P&ID "
-              "Drawing Manager.");
+        Raise(
+            "No plant is named: give one with /plant, or make one active in SmartPlant P&ID "
+            "Drawing Manager.");
     // The name becomes the file name of the plant's settings: it must not lead elsewhere.
     const bool plain = plant != "." && plant != ".." &&
                        plant.find_first_of("/\\") == std::string::npos &&

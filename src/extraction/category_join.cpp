@@ -109,14 +109,18 @@ void JoinTable(store::Store& store, std::string_view kind, const std::vector<std
                 store::kErrTableMissing,
                 "JoinTable: the table '" + std::string(l ? right : left) + "' does not exist.");
         if (keyList.empty()) {
-            // SQLite probes the right table for each left row; a RIGHT or full join also the other way.
+            // SQLite probes the right table for each left row; a RIGHT or full join also the other
+            // way.
             if (store.ColumnExists(*r, rightKey)) store.EnsureLookupIndex(*r, rightKey);
-            if (!IEquals(kind, "LEFT") && !IEquals(kind, "INNER") && store.ColumnExists(*l, leftKey))
+            if (!IEquals(kind, "LEFT") && !IEquals(kind, "INNER") &&
+                store.ColumnExists(*l, leftKey))
                 store.EnsureLookupIndex(*l, leftKey);
         }
         std::vector<std::string> rightColumns = ColumnNames(store, *r);
-        if (omitRightKey) std::erase_if(rightColumns, [&](const std::string& c) { return IEquals(c, rightKey); });
-        store.SelectInto(JoinTableSql(kind, keyList, *l, ColumnNames(store, *l), leftKey, *r, rightColumns, rightKey),
+        if (omitRightKey)
+            std::erase_if(rightColumns, [&](const std::string& c) { return IEquals(c, rightKey); });
+        store.SelectInto(JoinTableSql(kind, keyList, *l, ColumnNames(store, *l), leftKey, *r,
+                                      rightColumns, rightKey),
                          target);
     });
 }

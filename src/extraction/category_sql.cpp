@@ -456,7 +456,8 @@ std::string UnbuiltKeyReason(std::string_view category, std::string_view key) {
         if (groupForm) return "no step of DuctRuns reads the group tables";
         // The component side's status is joined on the piping run key, which a duct component
         // has none of.
-        if (is("t_status", "*_InlineComp")) return "the status of DuctRuns' components is joined on a piping key";
+        if (is("t_status", "*_InlineComp"))
+            return "the status of DuctRuns' components is joined on a piping key";
     }
     if (IEquals(category, "Instruments") && IEndsWith(column, "_Instrloop")) {
         if (groupForm) return "the group tables are read for the side _Instrument only";
@@ -466,7 +467,8 @@ std::string UnbuiltKeyReason(std::string_view category, std::string_view key) {
             return "the history columns are made for the side _Instrument only";
     }
     if (IEquals(category, "Drawings") && is("T_Revision", "SP_DrawingID"))
-        return "the revisions are joined on it, and the join drops it; Drawing_SP_ID holds the same id";
+        return "the revisions are joined on it, and the join drops it; Drawing_SP_ID holds the "
+               "same id";
     return {};
 }
 
@@ -474,7 +476,8 @@ std::string ColumnOfKey(std::string_view category, std::string_view key) {
     const auto dot = key.find('.');
     if (dot == std::string_view::npos) return std::string(key);
     const std::string_view table = key.substr(0, dot), column = key.substr(dot + 1);
-    if (IEquals(category, "Plantitems") && IEquals(table, "t_plantitem")) return std::string(column);
+    if (IEquals(category, "Plantitems") && IEquals(table, "t_plantitem"))
+        return std::string(column);
     if ((IEquals(table, "t_status") && IEquals(column, "PlantItemGroup_RevisionNumber")) ||
         (IEquals(table, "t_revision") && IEquals(column, "VersionAssociated")))
         return std::string(column);
@@ -505,23 +508,28 @@ std::string UnplacedKeyReason(std::string_view category, std::string_view key) {
         for (const char* t : {"T_CaseProcess", "T_CaseControl", "T_Case"}) tables.emplace_back(t);
     if (IEquals(category, "InlineComp_Prun") || IEquals(category, "Instruments"))
         tables.emplace_back("T_InstrFailMode");
-    if (!HasName(tables, table)) return "no step of " + std::string(category) + " reads " + std::string(table);
+    if (!HasName(tables, table))
+        return "no step of " + std::string(category) + " reads " + std::string(table);
 
-    if (IEquals(table, "Others") && IEquals(column, kModelItemTimestamp) && !IEquals(category, "Plantitems"))
+    if (IEquals(table, "Others") && IEquals(column, kModelItemTimestamp) &&
+        !IEquals(category, "Plantitems"))
         return "only Plantitems takes it";
     std::size_t n = 0;
     const OwnerSuffix* owners = OwnerSuffixes(n);
     std::string_view suffix;
     for (std::size_t i = 0; i < n && suffix.empty(); ++i)
-        if (IEndsWith(column, owners[i].suffix)) suffix = column.substr(column.size() - owners[i].suffix.size());
+        if (IEndsWith(column, owners[i].suffix))
+            suffix = column.substr(column.size() - owners[i].suffix.size());
     if (IEquals(table, "T_InstrFunction") && !IEquals(suffix, "_Instrument"))
         return "instrument functions are read for the side _Instrument only";
-    const bool sideTable = attributes::IsSideTable(category, table) ||
-                           (sides.empty() && (IEquals(table, "T_PlantItem") || IEquals(table, "T_ModelItem") ||
-                                              IEquals(table, "T_Status") || IEquals(table, "T_PlantGroup")));
+    const bool sideTable =
+        attributes::IsSideTable(category, table) ||
+        (sides.empty() && (IEquals(table, "T_PlantItem") || IEquals(table, "T_ModelItem") ||
+                           IEquals(table, "T_Status") || IEquals(table, "T_PlantGroup")));
     if (!sideTable) return {};
     if (sides.empty())
-        return suffix.empty() ? std::string() : std::string(category) + " has no side " + std::string(suffix);
+        return suffix.empty() ? std::string()
+                              : std::string(category) + " has no side " + std::string(suffix);
     std::vector<std::string> names;
     for (const attributes::Side& side : sides) {
         if (IEquals(suffix, side.keySuffix)) return {};

@@ -249,7 +249,8 @@ std::string DecodeUpdateSql(std::string_view table, const std::vector<DecodedCol
     std::string sql = "UPDATE " + t + " SET ";
     for (std::size_t i = 0; i < columns.size(); ++i)
         sql += (i ? ", " : "") + Bracket(columns[i].column) + " = tb_decode(lcase(" +
-               SqlLiteral(columns[i].attribute) + "), " + t + "." + Bracket(columns[i].column) + ")";
+               SqlLiteral(columns[i].attribute) + "), " + t + "." + Bracket(columns[i].column) +
+               ")";
     return sql;
 }
 
@@ -305,7 +306,8 @@ std::string DecodeAttributeName(std::string_view table, std::string_view column,
         IEquals(table, "t_plantitem"))
         return std::string(column);
     const auto underscore = column.find('_');
-    return std::string(underscore == std::string_view::npos ? column : column.substr(underscore + 1));
+    return std::string(underscore == std::string_view::npos ? column
+                                                            : column.substr(underscore + 1));
 }
 
 }  // namespace tb::extraction

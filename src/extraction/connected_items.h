@@ -27,8 +27,8 @@ std::string ConnectedItemSql(std::string_view table);
 // "WITH m AS MATERIALIZED (<chosen>) UPDATE <target> AS t SET ... FROM m WHERE <on>": the update of
 // `target` (alias t) from rows chosen beforehand (alias m, at most one matching each target row).
 // The chosen rows are made in full before any row is written, so they may read the target.
-std::string UpdateFromChosenSql(std::string_view target, std::string_view chosen, std::string_view on,
-                                const std::vector<store::Assignment>& set);
+std::string UpdateFromChosenSql(std::string_view target, std::string_view chosen,
+                                std::string_view on, const std::vector<store::Assignment>& set);
 
 // The new column of `table` ("Nozzle_ConnectedItemID", "Instrument_ConnectedItemID",
 // "ConnectedItemID") and the table's id column; empty for any other table.
@@ -42,7 +42,8 @@ ConnectedItemColumns ConnectedItemColumnsOf(std::string_view table);
 // column is left alone; any other table only gets the progress line. For Instruments the chain of
 // inline instruments, piping components (two rounds), avoid items and zero-length runs follows;
 // `nozzleRunType` is the program ini's "Nozzle_PrunType" (empty: only zero-length runs).
-void AddConnectedItemID(store::Store& store, std::string_view table, std::string_view nozzleRunType);
+void AddConnectedItemID(store::Store& store, std::string_view table,
+                        std::string_view nozzleRunType);
 // The same with "Nozzle_PrunType" read from section "Instr_Conn" of the program ini.
 void AddConnectedItemID(store::Store& store, std::string_view table);
 

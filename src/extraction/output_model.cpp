@@ -38,7 +38,9 @@ std::string HostName() {
 }
 
 // Line breaks as the two characters "\n", as the info dialog keeps them.
-std::string EscapeLineBreaks(std::string_view text) { return ReplaceLineBreaks(text, "\\n"); }
+std::string EscapeLineBreaks(std::string_view text) {
+    return ReplaceLineBreaks(text, "\\n");
+}
 
 store::Value TextOrNull(std::string_view text) {
     return text.empty() ? store::Value() : store::Value(text);
@@ -46,7 +48,9 @@ store::Value TextOrNull(std::string_view text) {
 
 }  // namespace
 
-std::string LineBreaksAsMarker(std::string_view text) { return ReplaceLineBreaks(text, "\x03"); }
+std::string LineBreaksAsMarker(std::string_view text) {
+    return ReplaceLineBreaks(text, "\x03");
+}
 
 plantaccess::TransferResult Rs2Access(plantaccess::Connection& source, std::string_view sql,
                                       store::Store& store, std::string_view table,

@@ -19,8 +19,8 @@
 #include "extraction/output_model.h"
 #include "extraction/post_process.h"
 #include "extraction/revisions.h"
-#include "extraction/run_targets.h"
 #include "extraction/run_context.h"
+#include "extraction/run_targets.h"
 #include "extraction/viewer_mode.h"
 #include "plantaccess/ado.h"
 #include "plantaccess/resolution.h"
@@ -39,11 +39,15 @@ void RunContext::CheckCancel() const {
     if (CancelRequested()) throw Error(kErrCancelled, "Cancelled.");
 }
 
-std::vector<std::string> RunContext::StoreColumns(std::string_view table) const { return TableColumns(st(), table); }
+std::vector<std::string> RunContext::StoreColumns(std::string_view table) const {
+    return TableColumns(st(), table);
+}
 
 namespace {
 
-std::string Lower(std::string_view s) { return ToLowerAscii(s); }
+std::string Lower(std::string_view s) {
+    return ToLowerAscii(s);
+}
 
 std::vector<std::string_view> AllOwnerSuffixes() {
     std::size_t n = 0;
@@ -70,19 +74,19 @@ void AddIfMissing(std::vector<std::string>& columns, std::string_view column) {
 }
 
 class FirstHalf {
-public:
+  public:
     explicit FirstHalf(RunContext& run) : run_(run), st_(run.st()) {}
 
     void Run();
 
-private:
+  private:
     // The copy step: progress, the statement with the selection clause, the rows into the store.
-    void CopyStep(std::string_view table, std::string sql, std::string_view target, bool withSelection = true,
-                  bool decode = true);
+    void CopyStep(std::string_view table, std::string sql, std::string_view target,
+                  bool withSelection = true, bool decode = true);
     std::string Clause(std::string_view table) const {
-        return run_.selection.any()
-                   ? GetPartialWhereSql(table, run_.selection, run_.plant.dialect, run_.plant.prefix)
-                   : std::string();
+        return run_.selection.any() ? GetPartialWhereSql(table, run_.selection, run_.plant.dialect,
+                                                         run_.plant.prefix)
+                                    : std::string();
     }
     std::string T(std::string_view table) const { return run_.plant.Table(table); }
     std::string As() const { return std::string(AliasKeyword(run_.plant.dialect)); }
@@ -90,7 +94,8 @@ private:
     std::string Col(std::string_view name, const std::vector<std::string>& catalogue = {}) const {
         return run_.plant.Column(name, catalogue);
     }
-    std::string ColumnList(const std::vector<std::string>& columns, const std::vector<std::string>& catalogue) const {
+    std::string ColumnList(const std::vector<std::string>& columns,
+                           const std::vector<std::string>& catalogue) const {
         std::vector<std::string> out;
         for (const std::string& c : columns) out.push_back(Col(c, catalogue));
         return Join(out, ",");
@@ -134,8 +139,8 @@ private:
     std::vector<std::string> pointCatalogue_;
 };
 
-void FirstHalf::CopyStep(std::string_view table, std::string sql, std::string_view target, bool withSelection,
-                         bool decode) {
+void FirstHalf::CopyStep(std::string_view table, std::string sql, std::string_view target,
+                         bool withSelection, bool decode) {
     ShowProgress("Extracting " + std::string(table) + "...");
     if (withSelection) {
         const std::string clause = Clause(table);
@@ -157,9 +162,12 @@ void FirstHalf::AttributePass() {
         if (keys.empty()) continue;
         keyCount += keys.size();
         for (const std::string& key : keys) {
-            if (IStartsWith(key, "T_CaseProcess.")) run_.caseProcess = true;
-            else if (IStartsWith(key, "T_CaseControl.")) run_.caseControl = true;
-            else if (IStartsWith(key, "T_Case.")) run_.caseAny = true;
+            if (IStartsWith(key, "T_CaseProcess."))
+                run_.caseProcess = true;
+            else if (IStartsWith(key, "T_CaseControl."))
+                run_.caseControl = true;
+            else if (IStartsWith(key, "T_Case."))
+                run_.caseAny = true;
         }
         for (const std::string& source : attributes::GetCategoryTables(category, false)) {
             const std::string table = Lower(source);
@@ -169,19 +177,22 @@ void FirstHalf::AttributePass() {
             }
             if (table == "t_pipingpoint" || table == "t_revision") continue;
             // t_instrloop comes with its members in the group step, under its plain names.
-            static const std::string skip = ",t_modelitem,t_status,t_piperun,t_instrloop,t_symbol,t_instrfunction,";
+            static const std::string skip =
+                ",t_modelitem,t_status,t_piperun,t_instrloop,t_symbol,t_instrfunction,";
             if (skip.find("," + table + ",") != std::string::npos) continue;
-            const bool inlineAgain =
-                table == "t_inlinecomp" && (IEquals(category, "Instruments") || IEquals(category, "DuctRuns"));
+            const bool inlineAgain = table == "t_inlinecomp" && (IEquals(category, "Instruments") ||
+                                                                 IEquals(category, "DuctRuns"));
             if (!inlineAgain && HasName(copied_, table)) continue;
             std::string target = source;
             std::vector<std::string> attrs = GetAttrs4Table(keys, table);
-            if (table == "t_instrument" && IEquals(category, "Instruments")) target = "T_Instrument1";
+            if (table == "t_instrument" && IEquals(category, "Instruments"))
+                target = "T_Instrument1";
             if (table == "t_inlinecomp" && IEquals(category, "Instruments")) {
                 target = "T_Inlinecomp1";
                 attrs = GetInstrumentAttrs(attrs);
             }
-            if (table == "t_inlinecomp" && IEquals(category, "DuctRuns")) target = "T_InlinecompDuct";
+            if (table == "t_inlinecomp" && IEquals(category, "DuctRuns"))
+                target = "T_InlinecompDuct";
             const std::vector<std::string> plantColumns = PlantColumns(source);
             const std::size_t configured = attrs.size();
             // The configured spelling of the key an attribute came from, for the log; made once,
@@ -191,10 +202,12 @@ void FirstHalf::AttributePass() {
                 if (spelling.empty())
                     for (const std::string& key : keys) {
                         const auto dot = key.find('.');
-                        if (dot == std::string::npos || !IEquals(std::string_view(key).substr(0, dot), table))
+                        if (dot == std::string::npos ||
+                            !IEquals(std::string_view(key).substr(0, dot), table))
                             continue;
                         std::string part = key.substr(dot + 1);
-                        if (IEquals(target, "T_Inlinecomp1")) part = GetInstrumentAttrs({part}).front();
+                        if (IEquals(target, "T_Inlinecomp1"))
+                            part = GetInstrumentAttrs({part}).front();
                         spelling.emplace(ToLowerAscii(part), key);
                     }
                 const auto found = spelling.find(ToLowerAscii(attr));
@@ -230,9 +243,12 @@ void FirstHalf::AttributePass() {
 
 void FirstHalf::PlantItems() {
     const std::vector<std::string> plantColumns = PlantColumns("t_plantitem");
-    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_PlantItem", plantColumns);
-    for (const char* c : {"SP_PLANTGROUPID", "SP_ID", "Plantitemtype", "sp_partofid"}) AddIfMissing(columns, c);
-    CopyStep("t_plantitem", "SELECT " + ColumnList(columns, plantColumns) + " FROM " + T("t_plantitem"),
+    std::vector<std::string> columns =
+        GetAllDefCols4T_Table(run_.keys, "T_PlantItem", plantColumns);
+    for (const char* c : {"SP_PLANTGROUPID", "SP_ID", "Plantitemtype", "sp_partofid"})
+        AddIfMissing(columns, c);
+    CopyStep("t_plantitem",
+             "SELECT " + ColumnList(columns, plantColumns) + " FROM " + T("t_plantitem"),
              "t_plantitem");
 }
 
@@ -241,7 +257,8 @@ void FirstHalf::History() {
     if (!flags.any()) return;
     // Ordered by time, so that the last matching row of an update is the newest event.
     std::string sql = "select sp_modelitemid, timestamp, actor, eventtype from " + T("t_history");
-    if (const std::string clause = Clause("t_history"); !clause.empty()) sql = AppendSelectionClause(sql, clause);
+    if (const std::string clause = Clause("t_history"); !clause.empty())
+        sql = AppendSelectionClause(sql, clause);
     CopyStep("t_history", sql + " ORDER BY timestamp", "t_history", false, false);
     AddPlantItemHistory(st_, flags);
 }
@@ -249,23 +266,28 @@ void FirstHalf::History() {
 void FirstHalf::GroupTables() {
     const std::vector<std::string> plantItemColumns = PlantColumns("t_plantitem");
     for (const char* table : {"T_Package", "T_System", "T_SafetyClass", "T_InstrLoop"}) {
-        const std::string group = IEquals(table, "T_System") ? "TestSystem" : std::string(table).substr(2);
-        std::vector<std::string> cols = GetDefCols4PackageOrSystem(run_.keys, group, plantItemColumns);
+        const std::string group =
+            IEquals(table, "T_System") ? "TestSystem" : std::string(table).substr(2);
+        std::vector<std::string> cols =
+            GetDefCols4PackageOrSystem(run_.keys, group, plantItemColumns);
         std::vector<std::string> select;
         if (IEquals(table, "T_InstrLoop")) {
-            // The loop's own plant item columns ("T_PlantItem.ItemTag_Instrloop") and its t_instrloop
-            // columns, plain: the chain names them "InstrLoop_<col>".
+            // The loop's own plant item columns ("T_PlantItem.ItemTag_Instrloop") and its
+            // t_instrloop columns, plain: the chain names them "InstrLoop_<col>".
             const auto& keys = run_.keys.Keys("Instruments");
             for (const std::string& attr : GetAttrs4Table(keys, "t_plantitem", "_Instrloop")) {
                 if (!IEndsWith(attr, "_Instrloop")) continue;
-                const std::string column = FindName(plantItemColumns, StripSuffix(attr, "_Instrloop"));
+                const std::string column =
+                    FindName(plantItemColumns, StripSuffix(attr, "_Instrloop"));
                 if (!column.empty()) AddIfMissing(cols, column);
             }
             std::vector<std::string> loopCols;
             const std::vector<std::string> loopColumns = PlantColumns("t_instrloop");
             for (const std::string& attr : GetAttrs4Table(keys, "t_instrloop")) {
-                const std::string column = FindName(loopColumns, StripOwnerSuffixes(attr, AllOwnerSuffixes()));
-                if (!column.empty() && !HasName(cols, column) && !HasName(loopCols, column)) loopCols.push_back(column);
+                const std::string column =
+                    FindName(loopColumns, StripOwnerSuffixes(attr, AllOwnerSuffixes()));
+                if (!column.empty() && !HasName(cols, column) && !HasName(loopCols, column))
+                    loopCols.push_back(column);
             }
             if (cols.empty() && loopCols.empty()) continue;
             AddIfMissing(cols, "SP_ID");
@@ -274,9 +296,9 @@ void FirstHalf::GroupTables() {
             for (const std::string& c : loopCols) select.push_back("t." + Col(c) + As() + Col(c));
             select.push_back("b.SP_PLANTITEMID");
             CopyStep(table,
-                     "SELECT " + Join(select, ",") + " FROM (" + T("t_plantitem") + " a inner join " + T(table) +
-                         " t on a.SP_ID=t.SP_ID) left join " + T("t_plantitemgroupjoin") +
-                         " b on t.SP_ID=b.SP_PLANTITEMGROUPID",
+                     "SELECT " + Join(select, ",") + " FROM (" + T("t_plantitem") +
+                         " a inner join " + T(table) + " t on a.SP_ID=t.SP_ID) left join " +
+                         T("t_plantitemgroupjoin") + " b on t.SP_ID=b.SP_PLANTITEMGROUPID",
                      table, false);
             continue;
         }
@@ -285,8 +307,8 @@ void FirstHalf::GroupTables() {
             select.push_back("a." + Col(c, plantItemColumns) + As() + Col(c, plantItemColumns));
         select.push_back("b.SP_PLANTITEMID");
         CopyStep(table,
-                 "SELECT " + Join(select, ",") + " FROM " + T("t_plantitem") + " a inner join " + T(table) +
-                     " t on a.SP_ID=t.SP_ID inner join " + T("t_plantitemgroupjoin") +
+                 "SELECT " + Join(select, ",") + " FROM " + T("t_plantitem") + " a inner join " +
+                     T(table) + " t on a.SP_ID=t.SP_ID inner join " + T("t_plantitemgroupjoin") +
                      " b on t.SP_ID=b.SP_PLANTITEMGROUPID",
                  table, false);
     }
@@ -294,25 +316,31 @@ void FirstHalf::GroupTables() {
 
 void FirstHalf::ModelItems() {
     const std::vector<std::string> modelItemColumns = PlantColumns("t_modelitem");
-    std::vector<std::string> columns = GetAllDefCols4T_Table(run_.keys, "T_ModelItem", modelItemColumns);
+    std::vector<std::string> columns =
+        GetAllDefCols4T_Table(run_.keys, "T_ModelItem", modelItemColumns);
     AddIfMissing(columns, "SP_ID");
     AddIfMissing(columns, "Description");
     // End points are model items outside the selection.
-    CopyStep("t_modelitem", "SELECT " + ColumnList(columns, modelItemColumns) + " FROM " + T("t_modelitem"),
+    CopyStep("t_modelitem",
+             "SELECT " + ColumnList(columns, modelItemColumns) + " FROM " + T("t_modelitem"),
              "t_modelitem", !pointDescription_);
 
     // Step 11.
     run_.step = 11;
     if (run_.failureAction || run_.failureActionLow)
-        CopyStep("t_instrfailmode", "SELECT SP_ID,FailureAction,sp_instrumentid,failmodetype FROM " +
-                                        T("t_instrfailmode"), "t_instrfailmode");
+        CopyStep(
+            "t_instrfailmode",
+            "SELECT SP_ID,FailureAction,sp_instrumentid,failmodetype FROM " + T("t_instrfailmode"),
+            "t_instrfailmode");
     const std::vector<std::string> functionCatalogue = PlantColumns("t_instrfunction");
-    std::vector<std::string> functionColumns = GetAllDefCols4T_Table(run_.keys, "T_InstrFunction", functionCatalogue);
+    std::vector<std::string> functionColumns =
+        GetAllDefCols4T_Table(run_.keys, "T_InstrFunction", functionCatalogue);
     if (!functionColumns.empty()) {
         AddIfMissing(functionColumns, "SP_INSTRUMENTID");
         AddIfMissing(functionColumns, "SP_ID");
         CopyStep("T_InstrFunction",
-                 "SELECT " + ColumnList(functionColumns, functionCatalogue) + " FROM " + T("T_InstrFunction"),
+                 "SELECT " + ColumnList(functionColumns, functionCatalogue) + " FROM " +
+                     T("T_InstrFunction"),
                  "T_InstrFunction");
     }
 
@@ -320,7 +348,8 @@ void FirstHalf::ModelItems() {
     run_.step = 12;
     if (!points_.columns.empty())
         CopyStep("t_pipingpoint",
-                 "SELECT " + ColumnList(points_.columns, pointCatalogue_) + " FROM " + T("t_pipingpoint"),
+                 "SELECT " + ColumnList(points_.columns, pointCatalogue_) + " FROM " +
+                     T("t_pipingpoint"),
                  "t_pipingpoint");
 }
 
@@ -336,8 +365,10 @@ void FirstHalf::PipeRuns() {
     AddIfMissing(columns, "sp_connectorszerolength");
     std::vector<std::string> entries;
     for (const std::string& c : columns)
-        entries.push_back(T("t_piperun") + "." + Col(c, runColumns) + As() + Col(GetColumnAlias("t_piperun." + c)));
-    CopyStep("t_piperun", "SELECT " + Join(entries, ",") + " FROM " + T("t_piperun") + " WHERE PIPERUNCLASS<>2",
+        entries.push_back(T("t_piperun") + "." + Col(c, runColumns) + As() +
+                          Col(GetColumnAlias("t_piperun." + c)));
+    CopyStep("t_piperun",
+             "SELECT " + Join(entries, ",") + " FROM " + T("t_piperun") + " WHERE PIPERUNCLASS<>2",
              "t_piperun");
 }
 
@@ -355,7 +386,8 @@ void FirstHalf::Status() {
         }
         columns.push_back(Col(c));
     }
-    CopyStep("t_status", "SELECT " + (all ? std::string("*") : Join(columns, ",")) + " FROM " + T("t_status"),
+    CopyStep("t_status",
+             "SELECT " + (all ? std::string("*") : Join(columns, ",")) + " FROM " + T("t_status"),
              "t_status");
 }
 
@@ -363,15 +395,17 @@ void FirstHalf::Pid() {
     ShowProgress("Extracting t_drawing, t_representation...");
     const Dialect d = run_.plant.dialect;
     drawingColumns_ = PlantColumns("t_drawing");
-    const DrawingSql drawing = GetSQL4TDrawing(run_.keys, attributes::GetCategoryList(true),
-                                               drawingColumns_, d);
+    const DrawingSql drawing =
+        GetSQL4TDrawing(run_.keys, attributes::GetCategoryList(true), drawingColumns_, d);
     symbolNames_ = drawing.symbolNames;
-    std::string sql = "SELECT t_representation.SP_MODELITEMID" + As() + "SP_ID,t_representation.SP_ID" + As() +
-                      "Representation_ID," + drawing.columns + "," + GraphicIdExpression(d, run_.viewerMode) +
-                      As() + "GraphicID," + NumberAsText(d, "t_plantitem.PlantItemType") + As() + "PlantItemType," +
-                      NumberAsText(d, "t_modelitem.ModelItemType") + As() + "ModelItemType,";
+    std::string sql =
+        "SELECT t_representation.SP_MODELITEMID" + As() + "SP_ID,t_representation.SP_ID" + As() +
+        "Representation_ID," + drawing.columns + "," + GraphicIdExpression(d, run_.viewerMode) +
+        As() + "GraphicID," + NumberAsText(d, "t_plantitem.PlantItemType") + As() +
+        "PlantItemType," + NumberAsText(d, "t_modelitem.ModelItemType") + As() + "ModelItemType,";
     if (run_.viewerMode)
-        sql += NumberAsText(d, "t_representation.REPRESENTATIONTYPE") + As() + "REPRESENTATIONTYPE,";
+        sql +=
+            NumberAsText(d, "t_representation.REPRESENTATIONTYPE") + As() + "REPRESENTATIONTYPE,";
     sql += "t_plantitem.itemtag" + As() + "Tag";
     if (run_.keys.Has("Plantitems", "Others.SP_MODELITEMTIMESTAMP"))
         sql += ",t_representation.SP_MODELITEMTIMESTAMP";
@@ -385,7 +419,8 @@ void FirstHalf::Pid() {
     if (!clause.empty()) sql = AppendSelectionClause(sql, clause);
     Rs2Access(*run_.plant.connection, sql, st_, "PID");
     for (const char* c : {"PlantItemType", "ModelItemType"})
-        if (!st_.TypeOf("PID", c).isText()) st_.AlterColumnType("PID", c, store::ColumnType::Text(255));
+        if (!st_.TypeOf("PID", c).isText())
+            st_.AlterColumnType("PID", c, store::ColumnType::Text(255));
     IndexColumn(st_, "SP_ID", "PID");
     IndexColumn(st_, "Representation_ID", "PID");
     run_.decodeList.emplace_back("PID");
@@ -399,26 +434,30 @@ void FirstHalf::ExcludeDrawings() {
         const std::string pattern(TrimBlanks(raw));
         if (pattern.empty()) continue;
         const std::string like = ReplaceAll(ReplaceAll(pattern, "*", "%"), "?", "_");
-        st_.ExecuteCount("DELETE FROM [PID] WHERE lcase(DRAWING_NAME) LIKE lcase(?1)", {store::Value(like)});
+        st_.ExecuteCount("DELETE FROM [PID] WHERE lcase(DRAWING_NAME) LIKE lcase(?1)",
+                         {store::Value(like)});
     }
 }
 
 void FirstHalf::LabelPersist() {
     ShowProgress("Extracting T_LABELPERSIST...");
-    std::string sql = "SELECT T_LABELPERSIST.SP_ID" + As() + "SP_ID,T_LABELPERSIST.SP_REPRESENTATIONID" + As() +
+    std::string sql = "SELECT T_LABELPERSIST.SP_ID" + As() +
+                      "SP_ID,T_LABELPERSIST.SP_REPRESENTATIONID" + As() +
                       "SP_REPRESENTATIONID,t_representation.REPRESENTATIONTYPE" + As() +
-                      "REPRESENTATIONTYPE,T_LABELPERSIST.LABELTYPE" + As() + "LABELTYPE FROM " + T("T_LABELPERSIST") +
-                      " inner join " + T("t_representation") + " on T_LABELPERSIST.SP_ID=t_representation.SP_ID";
+                      "REPRESENTATIONTYPE,T_LABELPERSIST.LABELTYPE" + As() + "LABELTYPE FROM " +
+                      T("T_LABELPERSIST") + " inner join " + T("t_representation") +
+                      " on T_LABELPERSIST.SP_ID=t_representation.SP_ID";
     const std::string clause = Clause("t_drawing");
     if (!clause.empty())
-        sql += " WHERE t_representation.SP_DRAWINGID in (select t_drawing.SP_ID from " + T("t_drawing") +
-               " where " + clause + ")";
+        sql += " WHERE t_representation.SP_DRAWINGID in (select t_drawing.SP_ID from " +
+               T("t_drawing") + " where " + clause + ")";
     Rs2Access(*run_.plant.connection, sql, st_, "T_LABELPERSIST");
     IndexTable(st_, "T_LABELPERSIST", {"SP_ID", "SP_REPRESENTATIONID"});
     if (run_.viewerMode && !plantaccess::UseCopyPlantDatabase())
-        Rs2Access(*run_.plant.connection,
-                  "SELECT SP_ID, PLANTITEMGROUPTYPE, PLANTITEMGROUPCLASS from " + T("T_PLANTITEMGROUP"), st_,
-                  "T_PLANTITEMGROUP");
+        Rs2Access(
+            *run_.plant.connection,
+            "SELECT SP_ID, PLANTITEMGROUPTYPE, PLANTITEMGROUPCLASS from " + T("T_PLANTITEMGROUP"),
+            st_, "T_PLANTITEMGROUP");
     run_.CheckCancel();
 }
 
@@ -434,12 +473,15 @@ void FirstHalf::Drawings() {
         return;
     }
     std::vector<std::string> entries;
-    for (const AliasedColumn& c : cols.columns) entries.push_back(Col(c.column, drawingColumns) + As() + Col(c.alias));
-    std::string sql = "select " + Join(entries, ",") + " from " + T("T_Drawing") + " WHERE itemstatus=1";
+    for (const AliasedColumn& c : cols.columns)
+        entries.push_back(Col(c.column, drawingColumns) + As() + Col(c.alias));
+    std::string sql =
+        "select " + Join(entries, ",") + " from " + T("T_Drawing") + " WHERE itemstatus=1";
     std::string clause = Clause("t_drawing");
     if (!clause.empty()) {
         if (IFind(clause, "t_representation") != std::string::npos)
-            clause = "sp_id in (SELECT distinct sp_drawingid from " + T("t_representation") + " WHERE " + clause + ")";
+            clause = "sp_id in (SELECT distinct sp_drawingid from " + T("t_representation") +
+                     " WHERE " + clause + ")";
         sql = AppendSelectionClause(sql, clause);
     }
     ShowProgress("Extracting Drawings...");
@@ -460,11 +502,11 @@ void FirstHalf::Drawings() {
         std::string sql;
     } list[] = {
         {counts.noOfVersions, "Drawing_NoOfVersions", "t_drawingversion",
-         "select sp_drawingid, count(sp_drawingid)" + As() + "NoOfVersions from " + T("t_drawingversion") +
-             " group by sp_drawingid"},
+         "select sp_drawingid, count(sp_drawingid)" + As() + "NoOfVersions from " +
+             T("t_drawingversion") + " group by sp_drawingid"},
         {counts.noOfAuxGraphic, "Drawing_NoOfAuxGraphic", "t_smartframe",
-         "select sp_drawingid, count(sp_drawingid)" + As() + "NoOfAuxGraphic from " + T("t_smartframe") +
-             " where sp_smartframetype = 1 group by sp_drawingid"},
+         "select sp_drawingid, count(sp_drawingid)" + As() + "NoOfAuxGraphic from " +
+             T("t_smartframe") + " where sp_smartframetype = 1 group by sp_drawingid"},
     };
     for (const Count& c : list) {
         if (!c.wanted) continue;
@@ -474,7 +516,9 @@ void FirstHalf::Drawings() {
         u.target = "Drawings";
         u.source = std::string(c.helper) + " h";
         u.on = "Drawings.drawing_sp_id=h.sp_drawingid";
-        u.set = {{c.column, std::string("h.") + (IEquals(c.helper, "t_drawingversion") ? "NoOfVersions" : "NoOfAuxGraphic")}};
+        u.set = {{c.column,
+                  std::string("h.") +
+                      (IEquals(c.helper, "t_drawingversion") ? "NoOfVersions" : "NoOfAuxGraphic")}};
         st_.UpdateFromJoin(u);
         st_.DropTable(c.helper);
     }
@@ -486,14 +530,16 @@ void FirstHalf::DrawingLastModified(const DrawingColumns& cols) {
     std::string history = "select sp_drawingid";
     if (cols.modifiedDate) history += ", timestamp";
     if (cols.modifiedUser) history += ", actor";
-    history += " from " + T("t_history") + " WHERE NOT sp_drawingid IS NULL AND eventtype=2 ORDER BY timestamp";
+    history += " from " + T("t_history") +
+               " WHERE NOT sp_drawingid IS NULL AND eventtype=2 ORDER BY timestamp";
     Rs2Access(*run_.plant.connection, history, st_, "t_history");
     AddDrawingLastModified(st_, run_.keys, cols.modifiedDate, cols.modifiedUser);
 }
 
 void FirstHalf::ViewerDrawings() {
     std::string sql = "select sp_id, name, path from " + T("T_Drawing") + " WHERE itemstatus=1";
-    if (const std::string clause = Clause("t_drawing"); !clause.empty()) sql = AppendSelectionClause(sql, clause);
+    if (const std::string clause = Clause("t_drawing"); !clause.empty())
+        sql = AppendSelectionClause(sql, clause);
     Rs2Access(*run_.plant.connection, sql, st_, "t_drawing");
     Rs2Access(*run_.plant.connection,
               "select sp_drawingid, timestamp from " + T("t_history") +
@@ -505,13 +551,14 @@ void FirstHalf::ViewerDrawings() {
 
 void FirstHalf::InlinecompIDs() {
     if (!st_.TableExists("t_piperun")) return;
-    CopyStep("t_inlinecomp", "select sp_instrumentid, sp_pipingcompid, sp_piperunid from " + T("t_inlinecomp"),
+    CopyStep("t_inlinecomp",
+             "select sp_instrumentid, sp_pipingcompid, sp_piperunid from " + T("t_inlinecomp"),
              "T_InlinecompIDs", true, false);
     st_.AddColumn("T_InlinecompIDs", {"PipeRunType", store::ColumnType::Long()});
     st_.UpdateFromJoin({.target = "T_InlinecompIDs",
-        .source = "t_PipeRun p",
-        .on = "T_InlinecompIDs.SP_PIPERUNID=p.Piperun_sp_id",
-        .set = {{"PipeRunType", "p.Piperun_piperuntype"}}});
+                        .source = "t_PipeRun p",
+                        .on = "T_InlinecompIDs.SP_PIPERUNID=p.Piperun_sp_id",
+                        .set = {{"PipeRunType", "p.Piperun_piperuntype"}}});
 }
 
 void FirstHalf::Cases() {
@@ -522,7 +569,8 @@ void FirstHalf::Cases() {
                 const auto dot = key.find('.');
                 if (dot == std::string::npos) continue;
                 const std::string owner = key.substr(0, dot);
-                if (!IEquals(owner, "T_CaseProcess") && !IEquals(owner, "T_CaseControl") && !IEquals(owner, "T_Case"))
+                if (!IEquals(owner, "T_CaseProcess") && !IEquals(owner, "T_CaseControl") &&
+                    !IEquals(owner, "T_Case"))
                     continue;
                 const std::string part = key.substr(dot + 1);
                 auto parsed = attributes::ParseCaseProcessKey(part);
@@ -539,7 +587,8 @@ void FirstHalf::Cases() {
         ShowProgress("Extracting case...");
         std::vector<std::string> cols = configured("t_caseprocess", PlantColumns("t_caseprocess"));
         for (const std::string& c : configured("t_case", caseColumns)) AddIfMissing(cols, c);
-        std::string sql = "SELECT t_case.SP_MODELITEMID" + As() + "SP_ID, t_case.CASETYPE,t_caseprocess.QUALITY";
+        std::string sql =
+            "SELECT t_case.SP_MODELITEMID" + As() + "SP_ID, t_case.CASETYPE,t_caseprocess.QUALITY";
         for (const std::string& c : cols) sql += "," + c;
         sql += " FROM " + T("t_case") + " left join " + T("t_caseprocess") +
                " on t_case.SP_ID=t_caseprocess.SP_CASEID WHERE t_case.CASECLASS=24";
@@ -548,7 +597,8 @@ void FirstHalf::Cases() {
     if (run_.caseControl || run_.caseAny) {
         std::vector<std::string> cols = configured("t_casecontrol", PlantColumns("t_casecontrol"));
         for (const std::string& c : configured("t_case", caseColumns)) AddIfMissing(cols, c);
-        std::string sql = "SELECT t_case.SP_MODELITEMID" + As() + "SP_ID, t_case.CASETYPE,t_casecontrol.QUALITY";
+        std::string sql =
+            "SELECT t_case.SP_MODELITEMID" + As() + "SP_ID, t_case.CASETYPE,t_casecontrol.QUALITY";
         for (const std::string& c : cols) sql += "," + c;
         sql += " FROM " + T("t_case") + " left join " + T("t_casecontrol") +
                " on t_case.SP_ID=t_casecontrol.SP_CASEID WHERE t_case.CASECLASS=34";
@@ -559,8 +609,11 @@ void FirstHalf::Cases() {
 
 void FirstHalf::Connectors() {
     ShowProgress("Extracting t_connector...");
-    std::string sql = "SELECT sp_id,sp_connectitem1id,SP_AVOIDITEM1ID,sp_connectitem2id,SP_AVOIDITEM2ID,STARTOBJECT,"
-                      "ENDOBJECT, ISZEROLENGTH FROM " + T("t_connector");
+    std::string sql =
+        "SELECT "
+        "sp_id,sp_connectitem1id,SP_AVOIDITEM1ID,sp_connectitem2id,SP_AVOIDITEM2ID,STARTOBJECT,"
+        "ENDOBJECT, ISZEROLENGTH FROM " +
+        T("t_connector");
     const std::string clause = Clause("t_connector");
     if (!clause.empty()) {
         sql = AppendSelectionClause(sql, clause);
@@ -582,8 +635,8 @@ void FirstHalf::Connectors() {
 void FirstHalf::Symbols() {
     const Dialect d = run_.plant.dialect;
     if (symbolNames_) {
-        std::string sql = "select sp_id, " + FileNameExpression(d, "filename") + As() + "Name from " +
-                          T("t_representation") + " WHERE not filename is null";
+        std::string sql = "select sp_id, " + FileNameExpression(d, "filename") + As() +
+                          "Name from " + T("t_representation") + " WHERE not filename is null";
         const std::string clause = Clause("t_representation");
         if (!clause.empty()) sql = AppendSelectionClause(sql, clause);
         Rs2Access(*run_.plant.connection, sql, st_, "t_symbol_name");
@@ -603,18 +656,21 @@ void FirstHalf::Symbols() {
     };
     if (!columns.empty()) {
         AddIfMissing(columns, "SP_ID");
-        CopyStep("t_symbol", "SELECT " + ColumnList(columns, symbolColumns) + " FROM " + T("t_symbol"), "t_symbol");
+        CopyStep("t_symbol",
+                 "SELECT " + ColumnList(columns, symbolColumns) + " FROM " + T("t_symbol"),
+                 "t_symbol");
         addPlantItemId();
         if (st_.ColumnExists("t_symbol", "ROTATIONANGLE"))
-            st_.Execute("UPDATE t_symbol SET ROTATIONANGLE=round(ROTATIONANGLE/3.1415926535897932*180, 3) "
-                        "WHERE NOT ROTATIONANGLE IS NULL");
+            st_.Execute(
+                "UPDATE t_symbol SET ROTATIONANGLE=round(ROTATIONANGLE/3.1415926535897932*180, 3) "
+                "WHERE NOT ROTATIONANGLE IS NULL");
         if (symbolNames_) {
             st_.AddColumn("t_symbol", {"Name", store::ColumnType::Text(255)});
             st_.UpdateFromJoin({.target = "t_symbol",
-                .source = "t_symbol_name n",
-                .on = "t_symbol.sp_id=n.sp_id",
-                .set = {{"Name", "\"left\"(n.[name], len(n.[name])-4)"}},
-                .where = "len(n.[name])>4"});
+                                .source = "t_symbol_name n",
+                                .on = "t_symbol.sp_id=n.sp_id",
+                                .set = {{"Name", "\"left\"(n.[name], len(n.[name])-4)"}},
+                                .where = "len(n.[name])>4"});
         }
     } else if (symbolNames_) {
         st_.SelectInto("SELECT * FROM t_symbol_name", "t_symbol");
@@ -636,18 +692,18 @@ void FirstHalf::PlantGroups() {
     Rs2Access(*run_.plant.connection, sql, st_, "T_PLANTGROUP");
     st_.AddColumn("T_PLANTGROUP", {"ParentPlantGroup", store::ColumnType::Text(100)});
     st_.UpdateFromJoin({.target = "T_PLANTGROUP",
-        .targetAlias = "a",
-        .source = "T_PLANTGROUP b",
-        .on = "a.parentid=b.sp_id",
-        .set = {{"ParentPlantGroup", "b.PlantGroup"}},
-        .leftJoin = true});
+                        .targetAlias = "a",
+                        .source = "T_PLANTGROUP b",
+                        .on = "a.parentid=b.sp_id",
+                        .set = {{"ParentPlantGroup", "b.PlantGroup"}},
+                        .leftJoin = true});
     if (unitCode) {
         st_.UpdateFromJoin({.target = "T_PLANTGROUP",
-            .targetAlias = "g",
-            .source = "T_PLANTGROUP p",
-            .on = "g.PARENTID=p.SP_ID",
-            .set = {{"UnitCode", "p.UNITCODE"}},
-            .where = "g.unitcode IS NULL"});
+                            .targetAlias = "g",
+                            .source = "T_PLANTGROUP p",
+                            .on = "g.PARENTID=p.SP_ID",
+                            .set = {{"UnitCode", "p.UNITCODE"}},
+                            .where = "g.unitcode IS NULL"});
     }
     run_.CheckCancel();
 }
@@ -664,7 +720,8 @@ void FirstHalf::Decode() {
         if (st_.TableExists(table)) StringTable(st_, table, "CASETYPE,QUALITY,CASECLASS");
     Compact(run_.args.mdbFile);
     std::vector<std::string> listed;
-    for (const store::Row& r : st_.QueryRows("SELECT ATTRIBUTE_NAME FROM [Codelist_cp] GROUP BY ATTRIBUTE_NAME"))
+    for (const store::Row& r :
+         st_.QueryRows("SELECT ATTRIBUTE_NAME FROM [Codelist_cp] GROUP BY ATTRIBUTE_NAME"))
         if (!r[0].isNull()) listed.push_back(r[0].ToText());
     std::vector<std::string> tables = run_.decodeList;
     for (const char* t : {"T_CaseProcess", "T_CaseControl"})
@@ -675,7 +732,8 @@ void FirstHalf::Decode() {
         std::vector<DecodedColumn> coded;
         for (const store::ColumnDef& column : st_.Columns(table)) {
             const std::string& col = column.name;
-            if (IEquals(col, "CASETYPE") || IEquals(col, "QUALITY") || IEquals(col, "CASECLASS")) continue;
+            if (IEquals(col, "CASETYPE") || IEquals(col, "QUALITY") || IEquals(col, "CASECLASS"))
+                continue;
             std::string name = DecodeAttributeName(table, col, known);
             if (HasName(listed, name)) coded.push_back({col, std::move(name)});
         }
@@ -700,11 +758,11 @@ void FirstHalf::PrepareTag() {
         if (pointDescription_) {
             st_.AddColumn("t_pipingpoint", {"Description", store::ColumnType::Text(240)});
             st_.UpdateFromJoin({.target = "t_pipingpoint",
-                .targetAlias = "a",
-                .source = "t_modelitem b",
-                .on = "a.sp_id=b.sp_id",
-                .set = {{"description", "b.description"}},
-                .leftJoin = true});
+                                .targetAlias = "a",
+                                .source = "t_modelitem b",
+                                .on = "a.sp_id=b.sp_id",
+                                .set = {{"description", "b.description"}},
+                                .leftJoin = true});
         }
         if (run_.connectedPiperunID) {
             st_.AddColumn("t_pipingpoint", {"ConnectedPiperunID", store::ColumnType::Text(40)});
@@ -723,13 +781,17 @@ void FirstHalf::Run() {
     pointDescription_ = points_.descriptionInline || points_.descriptionInstr;
     run_.connectedPiperunID = points_.connectedPiperunID;
     for (const char* category : {"Instruments", "InlineComp_Prun"}) {
-        if (run_.keys.Has(category, "T_InstrFailMode.FailureAction_Instrument")) run_.failureAction = true;
-        if (run_.keys.Has(category, "T_InstrFailMode.FailureActionLow_Instrument")) run_.failureActionLow = true;
+        if (run_.keys.Has(category, "T_InstrFailMode.FailureAction_Instrument"))
+            run_.failureAction = true;
+        if (run_.keys.Has(category, "T_InstrFailMode.FailureActionLow_Instrument"))
+            run_.failureActionLow = true;
     }
     AttributePass();
     Step(6);
     if (run_.viewerMode && !plantaccess::UseCopyPlantDatabase())
-        LogLine("GetTemplatePathFromDB: the drawing templates of the viewer form are not read in this version.");
+        LogLine(
+            "GetTemplatePathFromDB: the drawing templates of the viewer form are not read in this "
+            "version.");
     Step(7);
     PlantItems();
     Step(8);
@@ -745,8 +807,8 @@ void FirstHalf::Run() {
     Step(15);
     if (run_.keys.AnyLike("plantitems", "*plantitemgroup_revisionnumber"))
         CopyStep("T_AREABREAKATTRIBUTE",
-                 "select SP_PARENTID,Value" + As() + "PlantItemGroup_RevisionNumber from " + T("T_AREABREAKATTRIBUTE") +
-                     " where name='Revision.RevisionNumber'",
+                 "select SP_PARENTID,Value" + As() + "PlantItemGroup_RevisionNumber from " +
+                     T("T_AREABREAKATTRIBUTE") + " where name='Revision.RevisionNumber'",
                  "T_AREABREAKATTRIBUTE", false, false);
     Step(17);
     Pid();
@@ -761,7 +823,8 @@ void FirstHalf::Run() {
     LabelPersist();
     Step(21);
     if (run_.extractFromTo) {
-        LogLine("From-To relations are not produced in this version: the run goes on without them.");
+        LogLine(
+            "From-To relations are not produced in this version: the run goes on without them.");
         run_.extractFromTo = false;
     }
     Step(22);
@@ -779,9 +842,11 @@ void FirstHalf::Run() {
     Step(28);
     ShowProgress("Extracting data from PIDD...");
     {
-        const plantaccess::PlantConnection dictionary = plantaccess::Connect2PIDDB(plantaccess::kDictionarySchema);
-        run_.codelists = ExtractCodelists({dictionary.connection, run_.plant.dialect, dictionary.prefix}, st_,
-                                          run_.failureActionLow);
+        const plantaccess::PlantConnection dictionary =
+            plantaccess::Connect2PIDDB(plantaccess::kDictionarySchema);
+        run_.codelists =
+            ExtractCodelists({dictionary.connection, run_.plant.dialect, dictionary.prefix}, st_,
+                             run_.failureActionLow);
     }
     Step(29);
     PlantGroups();
@@ -811,7 +876,8 @@ void DisposeFailedStore(const fs::path& storeFile) {
             LogLine("The store of the failed run stays in " + kept.string());
             return;
         }
-        LogLine("The store of the failed run cannot be kept in " + kept.string() + ": " + ec.message());
+        LogLine("The store of the failed run cannot be kept in " + kept.string() + ": " +
+                ec.message());
     }
     fs::remove(storeFile, ec);
 }
@@ -840,8 +906,8 @@ void PID2MDB(const PID2MDBArguments& arguments) {
         ShowProgress("Extracting plant " + shell::CurrentPlantName() +
                      " (ExtractDrawingFiles=" + (arguments.extractDrawingFiles ? "1" : "0") +
                      ", ExtractFromTo=" + (arguments.extractFromTo ? "1" : "0") + ")...");
-        LogLine(std::string("BigPlant=") + (run.bigPlant ? "1" : "0") + ", ACE=" +
-                (shell::ProgramFlag("ACE") ? "1" : "0"));
+        LogLine(std::string("BigPlant=") + (run.bigPlant ? "1" : "0") +
+                ", ACE=" + (shell::ProgramFlag("ACE") ? "1" : "0"));
 
         // Step 2: a fresh store stands for the new file. The target is checked now and written
         // only at the end: until then a previous extract stays as it is.
@@ -865,7 +931,8 @@ void PID2MDB(const PID2MDBArguments& arguments) {
 
         // Step 4.
         run.step = 4;
-        const plantaccess::PlantConnection plant = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
+        const plantaccess::PlantConnection plant =
+            plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
         run.plant = {plant.connection, plantaccess::CurrentDialect(), plant.prefix};
         run.attributeIni = attributes::GetProjectIniPath();
         run.keys = AttributeKeys::Load(run.attributeIni);
@@ -877,9 +944,10 @@ void PID2MDB(const PID2MDBArguments& arguments) {
         // the old ones.
         run.CheckCancel();
         ShowProgress("Writing " + target.string() + "...");
-        const storefile::WriteSummary written = storefile::WriteStoreFile(run.st(), run.targets.extract);
-        LogLine("Tables written: " + std::to_string(written.tables.size()) + ", rows: " +
-                std::to_string(written.rows));
+        const storefile::WriteSummary written =
+            storefile::WriteStoreFile(run.st(), run.targets.extract);
+        LogLine("Tables written: " + std::to_string(written.tables.size()) +
+                ", rows: " + std::to_string(written.rows));
         if (!run.igrStaging.empty()) {
             CommitIgr(run.igrStaging, run.targets.igr);
             run.igrStaging.clear();

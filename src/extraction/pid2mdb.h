@@ -20,7 +20,7 @@ struct PID2MDBArguments {
     bool extractDrawingFiles = false;
     bool extractFromTo = false;
     bool keepExistingMdb = false;
-    std::string excludedDrawings;   // ";"-separated name patterns with * and ?
+    std::string excludedDrawings;  // ";"-separated name patterns with * and ?
 };
 
 // Raises on failure with "PID2MDB:<step>" in the source; a cancel raises "Cancelled." after the

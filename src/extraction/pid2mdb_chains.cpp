@@ -12,13 +12,13 @@
 #include "extraction/column_alias.h"
 #include "extraction/connected_items.h"
 #include "extraction/duct_runs.h"
-#include "graphics/drawing_files.h"
 #include "extraction/output_model.h"
 #include "extraction/post_process.h"
 #include "extraction/revisions.h"
 #include "extraction/run_context.h"
 #include "extraction/run_statistics.h"
 #include "extraction/viewer_mode.h"
+#include "graphics/drawing_files.h"
 #include "plantaccess/resolution.h"
 #include "plantaccess/session.h"
 #include "shell/settings.h"
@@ -30,9 +30,12 @@ namespace fs = std::filesystem;
 
 // One category's working table, "temp<n>", grown step by step.
 class Chain {
-public:
+  public:
     Chain(RunContext& run, std::string category)
-        : run_(run), st_(run.st()), category_(std::move(category)), grower_(st_, scratch_, category_, "", 0, run.sharedSources) {}
+        : run_(run),
+          st_(run.st()),
+          category_(std::move(category)),
+          grower_(st_, scratch_, category_, "", 0, run.sharedSources) {}
 
     void Start(const std::string& select) {
         grower_.Start(select);
@@ -46,11 +49,11 @@ public:
     }
 
     // A join step with the category's columns of a working table (GetSQL4AddCols4DiffTypes).
-    bool Add(std::string_view source, std::string_view suffix, std::string_view leftKey, std::string_view rightKey,
-             std::string_view kind = "LEFT") {
+    bool Add(std::string_view source, std::string_view suffix, std::string_view leftKey,
+             std::string_view rightKey, std::string_view kind = "LEFT") {
         if (!st_.TableExists(source)) return false;
-        const std::string query =
-            GetSQL4AddCols4DiffTypes(run_.keys, source, category_, suffix, run_.StoreColumns(source));
+        const std::string query = GetSQL4AddCols4DiffTypes(run_.keys, source, category_, suffix,
+                                                           run_.StoreColumns(source));
         if (query.empty()) return false;
         if (started_) LogKeysOfTakenColumns(source, suffix);
         return AddSql(query, leftKey, rightKey, kind, source);
@@ -61,19 +64,23 @@ public:
     void LogKeysOfTakenColumns(std::string_view source, std::string_view suffix) {
         const std::vector<std::string>& keys = run_.keys.Keys(category_);
         for (const std::string& key : keys) {
-            if (!IStartsWith(key, std::string(source) + ".") || (!suffix.empty() && !IEndsWith(key, suffix))) continue;
+            if (!IStartsWith(key, std::string(source) + ".") ||
+                (!suffix.empty() && !IEndsWith(key, suffix)))
+                continue;
             const std::string column = GetColumnAlias(key);
             if (!grower_.HasColumn(column)) continue;
             if (const std::string other = KeyOfSameColumn(keys, key); !other.empty())
-                LogKeyLeftOut(key, category_, "its column " + column + " is already made by " + other);
+                LogKeyLeftOut(key, category_,
+                              "its column " + column + " is already made by " + other);
         }
     }
 
     // A join step with the rows of a statement.
-    bool AddSql(const std::string& query, std::string_view leftKey, std::string_view rightKey, std::string_view kind,
-                std::string_view source) {
+    bool AddSql(const std::string& query, std::string_view leftKey, std::string_view rightKey,
+                std::string_view kind, std::string_view source) {
         // The grouped PID rows are alike in several chains: made once.
-        return started_ && grower_.Extend(query, leftKey, rightKey, kind, source, false, IEquals(source, "PID"));
+        return started_ && grower_.Extend(query, leftKey, rightKey, kind, source, false,
+                                          IEquals(source, "PID"));
     }
 
     // A join step with a whole table.
@@ -93,14 +100,15 @@ public:
     }
 
     // The group tables' columns of an owner (T_Package, T_System, T_SafetyClass).
-    void GroupTables(const std::vector<const char*>& tables, std::string_view suffix, std::string_view leftKey) {
+    void GroupTables(const std::vector<const char*>& tables, std::string_view suffix,
+                     std::string_view leftKey) {
         for (const char* table : tables) {
             if (!st_.TableExists(table)) continue;
             const std::string cols =
                 GetColsOfGroupTable(run_.keys, category_, table, suffix, run_.StoreColumns(table));
             if (cols.empty()) continue;
-            AddSql("SELECT [SP_PLANTITEMID]," + cols + " FROM [" + table + "]", leftKey, "SP_PLANTITEMID", "LEFT",
-                   table);
+            AddSql("SELECT [SP_PLANTITEMID]," + cols + " FROM [" + table + "]", leftKey,
+                   "SP_PLANTITEMID", "LEFT", table);
         }
     }
 
@@ -113,7 +121,8 @@ public:
             if (!step) continue;
             std::string leftKey = "SP_ID";
             for (std::size_t i = 0; i < count; ++i)
-                if (IEndsWith(step->part, owners[i].suffix)) leftKey = std::string(owners[i].prefix) + "SP_ID";
+                if (IEndsWith(step->part, owners[i].suffix))
+                    leftKey = std::string(owners[i].prefix) + "SP_ID";
             // The query yields the id of the table it reads, whatever the chain text names.
             AddSql(step->query, leftKey, step->caseTable + "_SP_ID", "LEFT", step->caseTable);
         }
@@ -128,7 +137,8 @@ public:
             if (cols.empty()) continue;
             std::vector<store::Assignment> set;
             for (const AliasedColumn& c : cols) {
-                if (!st_.ColumnExists(category_, c.alias)) st_.AddColumn(category_, {c.alias, store::ColumnType::Text(255)});
+                if (!st_.ColumnExists(category_, c.alias))
+                    st_.AddColumn(category_, {c.alias, store::ColumnType::Text(255)});
                 set.push_back({c.alias, "b." + store::SqlName(c.column)});
             }
             store::JoinUpdate u;
@@ -149,21 +159,22 @@ public:
             const char* key;
             const char* column;
             const char* mode;
-        } list[] = {{"T_InstrFailMode.FailureAction_Instrument", "Instrument_FailureAction", "High"},
-                    {"T_InstrFailMode.FailureActionLow_Instrument", "Instrument_FailureActionLow", "Low"}};
+        } list[] = {
+            {"T_InstrFailMode.FailureAction_Instrument", "Instrument_FailureAction", "High"},
+            {"T_InstrFailMode.FailureActionLow_Instrument", "Instrument_FailureActionLow", "Low"}};
         for (const F& f : list) {
             if (!run_.keys.Has(category_, f.key)) continue;
             st_.AddColumn(category_, {f.column, store::ColumnType::Text(80)});
             st_.UpdateFromJoin({.target = category_,
-                .targetAlias = "a",
-                .source = "t_instrfailmode f",
-                .on = "a.[" + std::string(leftKey) + "]=f.sp_instrumentid",
-                .set = {{f.column, "f.FailureAction"}},
-                .where = std::string("f.FailModeType='") + f.mode + "'"});
+                                .targetAlias = "a",
+                                .source = "t_instrfailmode f",
+                                .on = "a.[" + std::string(leftKey) + "]=f.sp_instrumentid",
+                                .set = {{f.column, "f.FailureAction"}},
+                                .where = std::string("f.FailModeType='") + f.mode + "'"});
         }
     }
 
-private:
+  private:
     RunContext& run_;
     store::Store& st_;
     std::string category_;
@@ -172,7 +183,9 @@ private:
     bool started_ = false;
 };
 
-void LogNotProduced(const std::string& what) { LogLine(what + " is not produced in this version of Tarnbrook."); }
+void LogNotProduced(const std::string& what) {
+    LogLine(what + " is not produced in this version of Tarnbrook.");
+}
 
 // One line for each key of a built category that no step of its chain takes.
 void LogUnplacedKeys(const RunContext& run, const std::string& category) {
@@ -214,8 +227,10 @@ void InlineCompPrun(RunContext& run) {
     if (st.TableExists("t_piperun")) {
         const std::vector<std::string> runColumns = run.StoreColumns("t_piperun");
         if (!GetSQL4AddCols4DiffTypes(run.keys, "t_piperun", "OPCs", "", runColumns).empty()) {
-            const std::string query = GetSQL4AddCols4DiffTypes(run.keys, "t_piperun", "InlineComp_Prun", "", runColumns);
-            st.SelectInto(query.empty() ? "SELECT [Piperun_sp_id] FROM [t_piperun]" : query, "temp_piperun");
+            const std::string query =
+                GetSQL4AddCols4DiffTypes(run.keys, "t_piperun", "InlineComp_Prun", "", runColumns);
+            st.SelectInto(query.empty() ? "SELECT [Piperun_sp_id] FROM [t_piperun]" : query,
+                          "temp_piperun");
             c.AddTable("temp_piperun", "inlineComp_SP_piperunid", "piperun_SP_ID", "RIGHT", true);
         } else {
             c.AddTable("t_piperun", "inlineComp_SP_piperunid", "piperun_SP_ID", "RIGHT", true);
@@ -231,14 +246,15 @@ void InlineCompPrun(RunContext& run) {
         c.Add("t_modelitem", suffix, left, prefix + "_SP_ID");
     }
     // Runs without components keep their own id on the left.
-    c.AddSql(GetSQL4OthersCols(run.keys, "InlineComp_Prun", run.StoreColumns("PID")), "piperun_sp_id",
-             "Others_SP_ID", "INNER", "PID");
+    c.AddSql(GetSQL4OthersCols(run.keys, "InlineComp_Prun", run.StoreColumns("PID")),
+             "piperun_sp_id", "Others_SP_ID", "INNER", "PID");
     c.Cases();
     c.PlantGroupColumns("piperun_sp_id", "_PipeRun", true);
     c.PlantGroupColumns("inlineComp_SP_Id", "_InlineComp", false);
     if (!plantaccess::UseCopyPlantDatabase())
         for (const char* suffix : {"_PipeRun", "_InlineComp"}) {
-            const std::string left = IEquals(suffix, "_PipeRun") ? "piperun_sp_id" : "inlineComp_SP_Id";
+            const std::string left =
+                IEquals(suffix, "_PipeRun") ? "piperun_sp_id" : "inlineComp_SP_Id";
             c.Add("t_status", suffix, left, std::string(suffix).substr(1) + "_SP_MODELITEMID");
         }
     // The t_instrument join drops its key instrument_SP_ID; the component's own reference
@@ -261,15 +277,17 @@ void EqpNozzle(RunContext& run) {
     if (nozzle && st.TableExists("t_plantitem")) {
         // A nozzle's equipment from its part-of link where the nozzle names none.
         st.UpdateFromJoin({.target = "t_nozzle",
-            .source = "t_plantitem p",
-            .on = "t_nozzle.Nozzle_sp_id=p.sp_id",
-            .set = {{"Nozzle_sp_equipmentid", "p.sp_partofid"}},
-            .where = "len(jcat('', t_nozzle.Nozzle_sp_equipmentid))=0"});
+                           .source = "t_plantitem p",
+                           .on = "t_nozzle.Nozzle_sp_id=p.sp_id",
+                           .set = {{"Nozzle_sp_equipmentid", "p.sp_partofid"}},
+                           .where = "len(jcat('', t_nozzle.Nozzle_sp_equipmentid))=0"});
     }
     Chain c(run, "Eqp_Nozzle");
     c.StartTable(equipment ? "t_equipment" : "t_nozzle");
-    if (equipment && nozzle) c.AddTable("t_nozzle", "Equipment_SP_ID", "nozzle_SP_EQUIPMENTID", "LEFT", true);
-    for (const char* t : {"t_vessel", "t_mechanical", "t_exchanger", "t_equipmentother", "t_equipcomponent"}) {
+    if (equipment && nozzle)
+        c.AddTable("t_nozzle", "Equipment_SP_ID", "nozzle_SP_EQUIPMENTID", "LEFT", true);
+    for (const char* t :
+         {"t_vessel", "t_mechanical", "t_exchanger", "t_equipmentother", "t_equipcomponent"}) {
         const std::string name(t);
         std::string prefix = name.substr(2);
         prefix[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(prefix[0])));
@@ -301,32 +319,36 @@ void Plantitems(RunContext& run) {
     store::Store& st = run.st();
     run.step = 35;
     if (!st.TableExists("t_plantitem")) return;
-    const std::string start =
-        GetSQL4AddCols4DiffTypes(run.keys, "t_plantitem", "Plantitems", "", run.StoreColumns("t_plantitem"));
+    const std::string start = GetSQL4AddCols4DiffTypes(run.keys, "t_plantitem", "Plantitems", "",
+                                                       run.StoreColumns("t_plantitem"));
     if (start.empty() || run.keys.Keys("Plantitems").empty()) return;
     ShowProgress("Preparing Plantitems...");
     Chain c(run, "Plantitems");
     c.Start(start);
     c.Add("t_modelitem", "", "SP_ID", "Modelitem_sp_id");
-    c.AddSql(GetSQL4OthersCols(run.keys, "Plantitems", run.StoreColumns("PID")), "SP_ID", "Others_SP_ID", "INNER",
-             "PID");
-    if (const std::string timestamps = GetSQL4ModelItemTimestamp(run.StoreColumns("PID")); !timestamps.empty()) {
+    c.AddSql(GetSQL4OthersCols(run.keys, "Plantitems", run.StoreColumns("PID")), "SP_ID",
+             "Others_SP_ID", "INNER", "PID");
+    if (const std::string timestamps = GetSQL4ModelItemTimestamp(run.StoreColumns("PID"));
+        !timestamps.empty()) {
         c.AddSql(timestamps, "SP_ID", "Ts_SP_ID", "LEFT", "PID");
         st.DropColumn("PID", kModelItemTimestamp);
     }
     c.PlantGroupColumns("SP_ID", "", true);
-    if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "", "SP_ID", "Status_sp_modelitemid");
+    if (!plantaccess::UseCopyPlantDatabase())
+        c.Add("t_status", "", "SP_ID", "Status_sp_modelitemid");
     // The symbol columns come after the area break's revision when there is one.
     const bool areaBreaks = st.TableExists("T_AREABREAKATTRIBUTE");
-    if (!areaBreaks && st.TableExists("t_symbol")) c.Add("t_symbol", "", "SP_ID", "Symbol_sp_plantitemid");
+    if (!areaBreaks && st.TableExists("t_symbol"))
+        c.Add("t_symbol", "", "SP_ID", "Symbol_sp_plantitemid");
     c.Finish();
     if (areaBreaks) {
         st.AddColumn("Plantitems", {"PlantItemGroup_RevisionNumber", store::ColumnType::Text(100)});
-        st.UpdateFromJoin({.target = "Plantitems",
-            .targetAlias = "a",
-            .source = "T_AREABREAKATTRIBUTE b",
-            .on = "a.SP_ID=b.SP_PARENTID",
-            .set = {{"PlantItemGroup_RevisionNumber", "b.PlantItemGroup_RevisionNumber"}}});
+        st.UpdateFromJoin(
+            {.target = "Plantitems",
+             .targetAlias = "a",
+             .source = "T_AREABREAKATTRIBUTE b",
+             .on = "a.SP_ID=b.SP_PARENTID",
+             .set = {{"PlantItemGroup_RevisionNumber", "b.PlantItemGroup_RevisionNumber"}}});
     }
     if (areaBreaks && st.TableExists("t_symbol")) {
         Chain s(run, "Plantitems");
@@ -350,7 +372,8 @@ void Instruments(RunContext& run) {
     c.StartTable("T_Instrument1");
     if (st.TableExists("T_InstrLoop")) {
         for (const std::string& column : run.StoreColumns("T_InstrLoop"))
-            if (!IEquals(column, "SP_PLANTITEMID")) RenameColumn(st, "T_InstrLoop", column, "InstrLoop_" + column);
+            if (!IEquals(column, "SP_PLANTITEMID"))
+                RenameColumn(st, "T_InstrLoop", column, "InstrLoop_" + column);
         const bool allLoops = IniFlag(run.attributeIni, "General", "AllLoops", "0");
         c.AddTable("T_InstrLoop", "Instrument_SP_ID", "SP_PLANTITEMID", allLoops ? "out" : "LEFT");
     }
@@ -371,24 +394,26 @@ void Instruments(RunContext& run) {
         c.Add("t_inlinecomp", "_Instrument", "Instrument_SP_ID", "Instrument_SP_INSTRUMENTID");
         c.Add("t_inlinecomp", "_Instrloop", "InstrLoop_SP_ID", "Instrloop_SP_INSTRUMENTID");
     }
-    c.AddSql(GetSQL4OthersCols(run.keys, "Instruments", run.StoreColumns("PID")), "Instrument_SP_ID", "Others_SP_ID",
-             "LEFT", "PID");
+    c.AddSql(GetSQL4OthersCols(run.keys, "Instruments", run.StoreColumns("PID")),
+             "Instrument_SP_ID", "Others_SP_ID", "LEFT", "PID");
     c.Cases();
     c.PlantGroupColumns("Instrument_SP_ID", "_Instrument", true);
     c.PlantGroupColumns("InstrLoop_SP_ID", "_Instrloop", false);
-    if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "_Instrument", "Instrument_SP_ID", "Instrument_SP_MODELITEMID");
+    if (!plantaccess::UseCopyPlantDatabase())
+        c.Add("t_status", "_Instrument", "Instrument_SP_ID", "Instrument_SP_MODELITEMID");
     c.Add("T_InstrFunction", "_Instrument", "Instrument_SP_ID", "SP_INSTRUMENTID");
     c.Finish();
     AddConnectedItemID(st, "Instruments");
     c.FailureColumns("Instrument_SP_ID");
     c.PointColumns("Instrument_SP_ID");
-    if (run.keys.Has("Instruments", "Others.LoopDrawingName") && st.ColumnExists("Instruments", "InstrLoop_SP_ID")) {
+    if (run.keys.Has("Instruments", "Others.LoopDrawingName") &&
+        st.ColumnExists("Instruments", "InstrLoop_SP_ID")) {
         st.AddColumn("Instruments", {"LoopDrawingName", store::ColumnType::Text(255)});
         st.UpdateFromJoin({.target = "Instruments",
-            .targetAlias = "a",
-            .source = "PID b",
-            .on = "a.InstrLoop_SP_ID=b.SP_ID",
-            .set = {{"LoopDrawingName", "b.Drawing_Name"}}});
+                           .targetAlias = "a",
+                           .source = "PID b",
+                           .on = "a.InstrLoop_SP_ID=b.SP_ID",
+                           .set = {{"LoopDrawingName", "b.Drawing_Name"}}});
     }
     Completion(run, "Instruments");
 }
@@ -401,10 +426,11 @@ void ItemNotes(RunContext& run) {
     Chain c(run, "ItemNotes");
     c.StartTable("t_note");
     c.Add("t_modelitem", "", "Note_SP_ID", "Modelitem_sp_id");
-    c.AddSql(GetSQL4OthersCols(run.keys, "ItemNotes", run.StoreColumns("PID")), "Note_SP_ID", "Others_SP_ID", "INNER",
-             "PID");
+    c.AddSql(GetSQL4OthersCols(run.keys, "ItemNotes", run.StoreColumns("PID")), "Note_SP_ID",
+             "Others_SP_ID", "INNER", "PID");
     c.Add("t_symbol", "", "Note_SP_ID", "Symbol_sp_plantitemid");
-    if (!plantaccess::UseCopyPlantDatabase()) c.Add("t_status", "", "Note_SP_ID", "Status_sp_modelitemid");
+    if (!plantaccess::UseCopyPlantDatabase())
+        c.Add("t_status", "", "Note_SP_ID", "Status_sp_modelitemid");
     c.Finish();
     Completion(run, "ItemNotes");
 }
@@ -416,21 +442,23 @@ void DrawingsCategory(RunContext& run) {
     AddRevision2Drawings(st, run.keys);
     AddQuantityColumn(st, "Drawings", run.keys);
     AddID2Table(st, "Drawings");
-    if (!st.TableExists("T_PLANTGROUP") || !st.ColumnExists("Drawings", "Drawing_SP_PLANTGROUPID")) return;
+    if (!st.TableExists("T_PLANTGROUP") || !st.ColumnExists("Drawings", "Drawing_SP_PLANTGROUPID"))
+        return;
     const std::vector<std::string> groupColumns = run.StoreColumns("T_PLANTGROUP");
     std::vector<store::Assignment> set;
     for (const std::string& key : run.keys.Keys("Drawings")) {
         if (!IStartsWith(key, "t_plantgroup.")) continue;
-        const std::string column = FindName(groupColumns, key.substr(13)), alias = GetColumnAlias(key);
+        const std::string column = FindName(groupColumns, key.substr(13)),
+                          alias = GetColumnAlias(key);
         if (column.empty() || st.ColumnExists("Drawings", alias)) continue;
         st.AddColumn("Drawings", {alias, store::ColumnType::Text(100)});
         set.push_back({alias, "g." + store::SqlName(column)});
     }
     if (set.empty()) return;
     st.UpdateFromJoin({.target = "Drawings",
-        .source = "T_PLANTGROUP g",
-        .on = "Drawings.Drawing_SP_PLANTGROUPID=g.sp_id",
-        .set = set});
+                       .source = "T_PLANTGROUP g",
+                       .on = "Drawings.Drawing_SP_PLANTGROUPID=g.sp_id",
+                       .set = set});
 }
 
 void ClearWorkingTables(RunContext& run) {
@@ -438,8 +466,10 @@ void ClearWorkingTables(RunContext& run) {
     run.step = 40;
     const std::vector<std::string> categories = attributes::AllCategoryNames();
     if (run.deleteTempTables) {
-        static const std::vector<std::string> keep = {"pid", "m_cp", "Codelist_cp", "T_LABELPERSIST",
-                                                      "attributes_cp", "itemattributions_cp", "_Info", "t_drawing"};
+        static const std::vector<std::string> keep = {"pid",           "m_cp",
+                                                      "Codelist_cp",   "T_LABELPERSIST",
+                                                      "attributes_cp", "itemattributions_cp",
+                                                      "_Info",         "t_drawing"};
         for (const std::string& table : st.TableNames())
             if (!HasName(categories, table) && !HasName(keep, table)) st.DropTable(table);
     }
@@ -448,10 +478,11 @@ void ClearWorkingTables(RunContext& run) {
         if (!st.TableExists(category)) continue;
         for (const store::ColumnDef& c : st.Columns(category)) {
             // Only text columns: the counter ID is a number and matches "*id" too.
-            if (!c.type.isText() || !(Like(c.name, "*id", true) || Like(c.name, "*sp_*id", true))) continue;
+            if (!c.type.isText() || !(Like(c.name, "*id", true) || Like(c.name, "*sp_*id", true)))
+                continue;
             const std::string column = store::SqlName(c.name);
-            st.ExecuteCount("UPDATE " + store::SqlName(category) + " SET " + column + " = NULL WHERE " + column +
-                            "=''");
+            st.ExecuteCount("UPDATE " + store::SqlName(category) + " SET " + column +
+                            " = NULL WHERE " + column + "=''");
         }
     }
     ShowProgress("Done");
@@ -510,7 +541,8 @@ void BuildCategories(RunContext& run) {
         if (run.keys.AnyLike("OPCs", "t_opc.*")) AddOPCs(st, run.keys, &shared);
     }
     if (run.keys.Has("InlineComp_Prun", "Others.NotConnectedRuns")) AddNotConnectedRuns(st);
-    if (run.keys.Has("InlineComp_Prun", "Others.NumberOfLabels")) AddNumberOfLabels(st, run.attributeIni);
+    if (run.keys.Has("InlineComp_Prun", "Others.NumberOfLabels"))
+        AddNumberOfLabels(st, run.attributeIni);
     DrawingsCategory(run);
     LogKeysWithoutColumn(run);
     ClearWorkingTables(run);
@@ -552,13 +584,15 @@ void BuildCategories(RunContext& run) {
     run.step = 44;
     ExtractInfo info = CurrentExtractInfo("Tarnbrook");
     info.project = plantaccess::SessionProjectName().empty() ? shell::CurrentPlantName()
-                                                              : plantaccess::SessionProjectName();
+                                                             : plantaccess::SessionProjectName();
     if (plantaccess::UseCopyPlantDatabase()) {
         info.asBuiltName = info.project;
     } else {
         // An as-built child plant reports its parent's name, which the site schema knows.
-        const plantaccess::PlantConnection site = plantaccess::Connect2PIDDB(plantaccess::kSiteSchema);
-        info.asBuiltName = GetAsBuiltName({site.connection, run.plant.dialect, site.prefix}, info.project);
+        const plantaccess::PlantConnection site =
+            plantaccess::Connect2PIDDB(plantaccess::kSiteSchema);
+        info.asBuiltName =
+            GetAsBuiltName({site.connection, run.plant.dialect, site.prefix}, info.project);
     }
     if (ManualInfoWanted(shell::GetUserConfigFile())) {
         info.withManualInfo = true;
@@ -569,7 +603,8 @@ void BuildCategories(RunContext& run) {
 
     // Step 45.
     run.step = 45;
-    if (run.drawingAttributes && run.args.extractDrawingFiles) LogNotProduced("The attributes in the drawing files");
+    if (run.drawingAttributes && run.args.extractDrawingFiles)
+        LogNotProduced("The attributes in the drawing files");
     Compact(run.args.mdbFile);
 }
 

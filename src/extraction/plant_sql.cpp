@@ -149,11 +149,11 @@ std::vector<PbsPattern> PbsPatternsSql(std::string_view pbs, std::string_view pl
         if (!pattern.starts_with("\\")) pattern = "\\" + pattern;
         pattern = ReplaceAll(pattern, "*", "%");
         if (drawing)
-            out.push_back({true, "SELECT SP_ID FROM " + std::string(drawingTable) + " where path like " +
-                                     SqlLiteral(pattern)});
+            out.push_back({true, "SELECT SP_ID FROM " + std::string(drawingTable) +
+                                     " where path like " + SqlLiteral(pattern)});
         else
-            out.push_back({false, "SELECT SP_ID FROM " + std::string(plantGroupTable) + " where dir_path like " +
-                                      SqlLiteral(pattern)});
+            out.push_back({false, "SELECT SP_ID FROM " + std::string(plantGroupTable) +
+                                      " where dir_path like " + SqlLiteral(pattern)});
     }
     return out;
 }

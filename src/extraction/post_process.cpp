@@ -100,9 +100,13 @@ std::string SharedJoinSources::TableFor(const std::string& query) {
     return table;
 }
 
-TableGrower::TableGrower(store::Store& store, ScratchTables& scratch, std::string target, std::string routine,
-                         int first, SharedJoinSources* shared)
-    : store_(store), scratch_(scratch), shared_(shared), target_(std::move(target)), routine_(std::move(routine)),
+TableGrower::TableGrower(store::Store& store, ScratchTables& scratch, std::string target,
+                         std::string routine, int first, SharedJoinSources* shared)
+    : store_(store),
+      scratch_(scratch),
+      shared_(shared),
+      target_(std::move(target)),
+      routine_(std::move(routine)),
       n_(first) {}
 
 std::string TableGrower::Next() {
@@ -142,7 +146,8 @@ bool TableGrower::HasColumn(std::string_view column) const {
 std::string TableGrower::Select() const {
     std::vector<std::string> list;
     for (const Column& c : columns_)
-        list.push_back(c.alias + "." + store::QuoteName(c.source) + " AS " + store::QuoteName(c.name));
+        list.push_back(c.alias + "." + store::QuoteName(c.source) + " AS " +
+                       store::QuoteName(c.name));
     // Row order as if each join had been run into a table of its own: by the rowid of the left
     // table, then of the right.
     return "SELECT " + Join(list, ", ") + " FROM " + from_ + " ORDER BY " + Join(order_, ", ");
@@ -172,7 +177,8 @@ void TableGrower::Start(std::string_view select) {
 void TableGrower::StartTable(std::string_view table) {
     const auto found = store_.FindTable(table);
     if (!found)
-        throw Error(store::kErrTableMissing, routine_ + ": the table '" + std::string(table) + "' does not exist.");
+        throw Error(store::kErrTableMissing,
+                    routine_ + ": the table '" + std::string(table) + "' does not exist.");
     Reset(*found, false);
 }
 
@@ -182,16 +188,19 @@ void TableGrower::StartJoin(std::string_view kind, std::string_view left, std::s
     JoinStep(right, leftKey, rightKey, kind, true);
 }
 
-bool TableGrower::Extend(std::string_view query, std::string_view leftKey, std::string_view rightKey,
-                         std::string_view kind, std::string_view source, bool keepRightKey, bool shareable) {
+bool TableGrower::Extend(std::string_view query, std::string_view leftKey,
+                         std::string_view rightKey, std::string_view kind, std::string_view source,
+                         bool keepRightKey, bool shareable) {
     if (query.empty() || !HasColumn(leftKey)) return false;
     // Columns of one table under names of their own: that table is joined where it stands.
-    if (const auto p = ParseProjection(query); p && !IEquals(kind, "out") && !IEquals(kind, "outer")) {
+    if (const auto p = ParseProjection(query);
+        p && !IEquals(kind, "out") && !IEquals(kind, "outer")) {
         if (const auto table = store_.FindTable(p->table)) {
             const std::vector<std::string> have = TableColumns(store_, *table);
             std::vector<std::pair<std::string, std::string>> columns;
             for (const auto& [column, name] : p->columns)
-                if (const std::string found = FindName(have, column); !found.empty()) columns.emplace_back(found, name);
+                if (const std::string found = FindName(have, column); !found.empty())
+                    columns.emplace_back(found, name);
             if (columns.size() == p->columns.size()) {
                 ShowProgress("Add data from " + std::string(source) + " to " + target_ + "...");
                 JoinStep(*table, leftKey, rightKey, kind, keepRightKey, std::move(columns));
@@ -211,8 +220,9 @@ bool TableGrower::Extend(std::string_view query, std::string_view leftKey, std::
     return ExtendTable(right, leftKey, rightKey, kind, source, keepRightKey);
 }
 
-bool TableGrower::ExtendTable(std::string_view table, std::string_view leftKey, std::string_view rightKey,
-                              std::string_view kind, std::string_view source, bool keepRightKey) {
+bool TableGrower::ExtendTable(std::string_view table, std::string_view leftKey,
+                              std::string_view rightKey, std::string_view kind,
+                              std::string_view source, bool keepRightKey) {
     if (!store_.TableExists(table) || !HasColumn(leftKey)) return false;
     ShowProgress("Add data from " + std::string(source) + " to " + target_ + "...");
     JoinStep(table, leftKey, rightKey, kind, keepRightKey);
@@ -220,11 +230,13 @@ bool TableGrower::ExtendTable(std::string_view table, std::string_view leftKey, 
     return true;
 }
 
-void TableGrower::JoinStep(std::string_view right, std::string_view leftKey, std::string_view rightKey,
-                           std::string_view kind, bool keepRightKey,
+void TableGrower::JoinStep(std::string_view right, std::string_view leftKey,
+                           std::string_view rightKey, std::string_view kind, bool keepRightKey,
                            std::vector<std::pair<std::string, std::string>> rightColumns) {
     const auto r = store_.FindTable(right);
-    if (!r) throw Error(store::kErrTableMissing, "JoinTable: the table '" + std::string(right) + "' does not exist.");
+    if (!r)
+        throw Error(store::kErrTableMissing,
+                    "JoinTable: the table '" + std::string(right) + "' does not exist.");
     // The right key goes, unless asked for or the left has a column of its name.
     const bool keyOnLeft = keepRightKey || HasColumn(rightKey);
     if (IEquals(kind, "out") || IEquals(kind, "outer")) {
@@ -243,16 +255,16 @@ void TableGrower::JoinStep(std::string_view right, std::string_view leftKey, std
     const auto key = std::find_if(rightColumns.begin(), rightColumns.end(),
                                   [&](const auto& c) { return IEquals(c.second, rightKey); });
     if (key == rightColumns.end())
-        throw Error(kErrInternal,
-                    "JoinTable: the key '" + std::string(rightKey) + "' is no column of '" + *r + "'.");
+        throw Error(kErrInternal, "JoinTable: the key '" + std::string(rightKey) +
+                                      "' is no column of '" + *r + "'.");
     MakeRoom(1);
     const Column left = *FindColumn(leftKey);
     // SQLite probes the right table for each left row; a RIGHT join also the other way.
     store_.EnsureLookupIndex(*r, key->first);
     if (k == "RIGHT") store_.EnsureLookupIndex(left.table, left.source);
     const std::string alias = "s" + std::to_string(order_.size());
-    from_ += " " + k + " JOIN " + store::QuoteName(*r) + " AS " + alias + " ON " + left.alias + "." +
-             store::QuoteName(left.source) + "=" + alias + "." + store::QuoteName(key->first);
+    from_ += " " + k + " JOIN " + store::QuoteName(*r) + " AS " + alias + " ON " + left.alias +
+             "." + store::QuoteName(left.source) + "=" + alias + "." + store::QuoteName(key->first);
     order_.push_back(alias + "._rowid_");
     for (const auto& [source, name] : rightColumns) {
         if ((!keyOnLeft && IEquals(name, rightKey)) || HasColumn(name)) continue;
@@ -277,8 +289,8 @@ std::optional<CaseStep> CaseStepOfKey(const store::Store& store, const std::stri
     return step;
 }
 
-void TableGrower::Cases(const AttributeKeys& keys, std::string_view category, std::string_view leftKey,
-                        const std::string& columnSuffix) {
+void TableGrower::Cases(const AttributeKeys& keys, std::string_view category,
+                        std::string_view leftKey, const std::string& columnSuffix) {
     for (const std::string& key : keys.Keys(category)) {
         const auto step = CaseStepOfKey(store_, key);
         if (!step || !HasColumn(leftKey)) continue;
@@ -292,13 +304,15 @@ void TableGrower::Cases(const AttributeKeys& keys, std::string_view category, st
     }
 }
 
-void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view category, std::string_view leftKey,
-                                    std::string_view suffix, bool ownerSide) {
+void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view category,
+                                    std::string_view leftKey, std::string_view suffix,
+                                    bool ownerSide) {
     const auto items = store_.FindTable("T_PlantItem");
     const auto groupTable = store_.FindTable("T_PLANTGROUP");
     if (!items || !groupTable || !HasColumn(leftKey)) return;
     const std::vector<std::string> itemColumns = TableColumns(store_, *items);
-    const std::string itemId = FindName(itemColumns, "sp_id"), itemGroup = FindName(itemColumns, "SP_PLANTGROUPID");
+    const std::string itemId = FindName(itemColumns, "sp_id"),
+                      itemGroup = FindName(itemColumns, "SP_PLANTGROUPID");
     std::optional<store::ColumnType> groupIdType;
     for (const store::ColumnDef& c : store_.Columns(*groupTable))
         if (IEquals(c.name, "sp_id")) groupIdType = c.type;
@@ -307,10 +321,11 @@ void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view 
     std::vector<store::ColumnDef> defs;
     std::vector<std::pair<std::string, std::string>> columns;
     std::vector<std::string> values;
-    for (const KeyedColumn& c :
-         GetPlantGroupColumns4Side(keys, category, suffix, ownerSide, TableColumns(store_, *groupTable))) {
-        if (HasColumn(c.alias) || std::any_of(columns.begin(), columns.end(),
-                                              [&](const auto& taken) { return IEquals(taken.second, c.alias); })) {
+    for (const KeyedColumn& c : GetPlantGroupColumns4Side(keys, category, suffix, ownerSide,
+                                                          TableColumns(store_, *groupTable))) {
+        if (HasColumn(c.alias) ||
+            std::any_of(columns.begin(), columns.end(),
+                        [&](const auto& taken) { return IEquals(taken.second, c.alias); })) {
             LogKeyLeftOut(c.key, category, "the column " + c.alias + " is already taken");
             continue;
         }
@@ -326,32 +341,35 @@ void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view 
     store_.CreateTable(groups, defs);
     used_.push_back(groups);
     std::string inner = "SELECT g.sp_id AS k";
-    for (std::size_t i = 0; i < values.size(); ++i) inner += ", " + values[i] + " AS v" + std::to_string(i);
-    inner += ", row_number() OVER (PARTITION BY g.sp_id ORDER BY g._rowid_ DESC) AS match_rank FROM " +
-             store::QuoteName(*groupTable) + " g";
+    for (std::size_t i = 0; i < values.size(); ++i)
+        inner += ", " + values[i] + " AS v" + std::to_string(i);
+    inner +=
+        ", row_number() OVER (PARTITION BY g.sp_id ORDER BY g._rowid_ DESC) AS match_rank FROM " +
+        store::QuoteName(*groupTable) + " g";
     std::string list = "k";
     for (std::size_t i = 0; i < values.size(); ++i) list += ", v" + std::to_string(i);
-    store_.ExecuteCount("INSERT INTO " + store::QuoteName(groups) + " SELECT " + list + " FROM (" + inner +
-                        ") WHERE match_rank = 1");
+    store_.ExecuteCount("INSERT INTO " + store::QuoteName(groups) + " SELECT " + list + " FROM (" +
+                        inner + ") WHERE match_rank = 1");
     store_.EnsureLookupIndex(groups, kGroup);
     store_.EnsureLookupIndex(*items, itemId);
     MakeRoom(2);
     const Column left = *FindColumn(leftKey);
     const bool uniqueItems =
         store_
-            .QueryValue("SELECT 1 FROM " + store::QuoteName(*items) + " GROUP BY " + store::QuoteName(itemId) +
-                        " HAVING count(*) > 1 LIMIT 1")
+            .QueryValue("SELECT 1 FROM " + store::QuoteName(*items) + " GROUP BY " +
+                        store::QuoteName(itemId) + " HAVING count(*) > 1 LIMIT 1")
             .isNull();
     if (uniqueItems) {
         // An item matches one plant item and that one group at most: two joins that add no rows.
         const std::string item = "s" + std::to_string(order_.size()), group = item + "g";
-        from_ += " LEFT JOIN " + store::QuoteName(*items) + " AS " + item + " ON " + left.alias + "." +
-                 store::QuoteName(left.source) + "=" + item + "." + store::QuoteName(itemId) + " LEFT JOIN " +
-                 store::QuoteName(groups) + " AS " + group + " ON " + item + "." + store::QuoteName(itemGroup) +
-                 "=" + group + "." + store::QuoteName(kGroup);
+        from_ += " LEFT JOIN " + store::QuoteName(*items) + " AS " + item + " ON " + left.alias +
+                 "." + store::QuoteName(left.source) + "=" + item + "." + store::QuoteName(itemId) +
+                 " LEFT JOIN " + store::QuoteName(groups) + " AS " + group + " ON " + item + "." +
+                 store::QuoteName(itemGroup) + "=" + group + "." + store::QuoteName(kGroup);
         // Keeps the aliases apart: the next join takes the next number.
         order_.push_back(item + "._rowid_");
-        for (const auto& [source, name] : columns) columns_.push_back({name, group, groups, source});
+        for (const auto& [source, name] : columns)
+            columns_.push_back({name, group, groups, source});
         return;
     }
     // Several plant items of one id: the last of them, with its group, as one row per id.
@@ -376,8 +394,8 @@ void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view 
              " ORDER BY pi._rowid_ DESC) AS match_rank FROM " + store::QuoteName(*items) + " pi, " +
              store::QuoteName(groups) + " g WHERE pi." + store::QuoteName(itemGroup) + "=g." +
              store::QuoteName(kGroup);
-    store_.ExecuteCount("INSERT INTO " + store::QuoteName(perItem) + " SELECT " + list + " FROM (" + inner +
-                        ") WHERE match_rank = 1");
+    store_.ExecuteCount("INSERT INTO " + store::QuoteName(perItem) + " SELECT " + list + " FROM (" +
+                        inner + ") WHERE match_rank = 1");
     JoinStep(perItem, leftKey, kItem, "LEFT", false);
 }
 

@@ -15,7 +15,7 @@ namespace tb::extraction {
 // Scratch tables of one step. Each is dropped when it is claimed (a crashed earlier run may have
 // left it) and again when the guard goes, whatever way the step ends.
 class ScratchTables {
-public:
+  public:
     explicit ScratchTables(store::Store& store) : store_(store) {}
     ~ScratchTables();
     ScratchTables(const ScratchTables&) = delete;
@@ -26,7 +26,7 @@ public:
     // Drops `table` now, when it is there.
     void Drop(std::string_view table);
 
-private:
+  private:
     store::Store& store_;
     std::vector<std::string> names_;
 };
@@ -38,12 +38,12 @@ void CheckCancelled();
 // Statements whose rows several chains join alike (the grouped "Others" columns of PID): each is
 // run once into a table of its own, kept until the guard goes.
 class SharedJoinSources {
-public:
+  public:
     explicit SharedJoinSources(store::Store& store) : store_(store), scratch_(store) {}
     // The table holding the rows of `query`, made on first use.
     std::string TableFor(const std::string& query);
 
-private:
+  private:
     store::Store& store_;
     ScratchTables scratch_;
     std::vector<std::pair<std::string, std::string>> tables_;  // query, table
@@ -55,10 +55,10 @@ private:
 // are run into scratch tables "temp<n>" (claimed from `scratch`). Each step reports "Add data from
 // <source> to <target>...", and a cancel leaves at once.
 class TableGrower {
-public:
+  public:
     // The working tables are "temp" (first 0), then "temp<first + 1>", ... or "temp<first>", ...
-    TableGrower(store::Store& store, ScratchTables& scratch, std::string target, std::string routine,
-                int first = 0, SharedJoinSources* shared = nullptr);
+    TableGrower(store::Store& store, ScratchTables& scratch, std::string target,
+                std::string routine, int first = 0, SharedJoinSources* shared = nullptr);
 
     // The grown table as it stands, run into a working table if joins are pending.
     const std::string& Current();
@@ -68,13 +68,14 @@ public:
     void Start(std::string_view select);
     // The table itself as the start, read where it stands: it must stay as it is until Finish.
     void StartTable(std::string_view table);
-    void StartJoin(std::string_view kind, std::string_view left, std::string_view leftKey, std::string_view right,
-                   std::string_view rightKey);
+    void StartJoin(std::string_view kind, std::string_view left, std::string_view leftKey,
+                   std::string_view right, std::string_view rightKey);
     // Joins the rows of `query` on current.leftKey = query.rightKey. Passed over (false) when the
     // query is empty or the current table lacks the left key. The right key stays only when
     // `keepRightKey`. With `shareable`, the rows come from the shared sources when there are any.
     bool Extend(std::string_view query, std::string_view leftKey, std::string_view rightKey,
-                std::string_view kind, std::string_view source, bool keepRightKey = false, bool shareable = false);
+                std::string_view kind, std::string_view source, bool keepRightKey = false,
+                bool shareable = false);
     // The same with the rows of a table made beforehand, which must stay as it is until Finish.
     bool ExtendTable(std::string_view table, std::string_view leftKey, std::string_view rightKey,
                      std::string_view kind, std::string_view source, bool keepRightKey = false);
@@ -84,15 +85,16 @@ public:
                const std::string& columnSuffix = {});
     // The category's T_PlantGroup keys of one side (GetPlantGroupColumns4Side) as Text(100)
     // columns named by their alias, from the plant group of the plant item `leftKey` names (the
-    // last match in table order). A key whose name the table already has is left out with a log line.
-    void PlantGroupColumns(const AttributeKeys& keys, std::string_view category, std::string_view leftKey,
-                           std::string_view suffix, bool ownerSide);
+    // last match in table order). A key whose name the table already has is left out with a log
+    // line.
+    void PlantGroupColumns(const AttributeKeys& keys, std::string_view category,
+                           std::string_view leftKey, std::string_view suffix, bool ownerSide);
     // Leaves a column out of the grown table.
     void DropColumn(std::string_view column);
     // Runs the table under the target name (an old table of that name goes first).
     void Finish();
 
-private:
+  private:
     struct Column {
         std::string name;
         std::string alias;   // of the joined table it comes from
@@ -104,8 +106,9 @@ private:
     // Runs the pending joins first when `more` tables would pass SQLite's limit for one statement.
     void MakeRoom(int more);
     // Joins `right` (whose columns are `rightColumns`, each a source column and its name).
-    void JoinStep(std::string_view right, std::string_view leftKey, std::string_view rightKey, std::string_view kind,
-                  bool keepRightKey, std::vector<std::pair<std::string, std::string>> rightColumns = {});
+    void JoinStep(std::string_view right, std::string_view leftKey, std::string_view rightKey,
+                  std::string_view kind, bool keepRightKey,
+                  std::vector<std::pair<std::string, std::string>> rightColumns = {});
     const Column* FindColumn(std::string_view name) const;
     std::string Select() const;
     void DropUsed();
@@ -122,7 +125,7 @@ private:
     std::string from_;                // the base and its pending joins
     std::vector<std::string> order_;  // rowid of each joined table, in join order
     std::vector<Column> columns_;
-    std::vector<std::string> used_;   // working tables the pending joins read
+    std::vector<std::string> used_;  // working tables the pending joins read
     int n_ = 0;
 };
 

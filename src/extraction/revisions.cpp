@@ -23,10 +23,10 @@ void FillRevisionColumn(store::Store& store, const std::string& column, bool las
         "t_lastrevision2");
     store.AddColumn("Drawings", {column, ColumnType::Text(255)});
     store.UpdateFromJoin({.target = "Drawings",
-        .targetAlias = "t1",
-        .source = "[t_lastrevision2] t2",
-        .on = "t1.[DRAWING_SP_ID]=t2.[sp_id]",
-        .set = {{column, "t2.[" + column + "]"}}});
+                          .targetAlias = "t1",
+                          .source = "[t_lastrevision2] t2",
+                          .on = "t1.[DRAWING_SP_ID]=t2.[sp_id]",
+                          .set = {{column, "t2.[" + column + "]"}}});
     store.DropTable("t_lastrevision2");
 }
 
@@ -72,7 +72,8 @@ void ExtractTRevision(const PlantSchema& plant, store::Store& store, const Attri
         const std::vector<std::string> columns = GetCols4Revision(keys, catalogue);
         if (!columns.empty()) {
             std::vector<std::string> select;
-            for (const std::string& c : columns) select.push_back("r." + plant.Column(c, catalogue));
+            for (const std::string& c : columns)
+                select.push_back("r." + plant.Column(c, catalogue));
             Rs2Access(source,
                       "select " + Join(select, ",") + " from " + plant.Table("t_revision") + " r",
                       store, "T_Revision", Join(columns, "\r"));
@@ -99,10 +100,11 @@ void ExtractTRevision(const PlantSchema& plant, store::Store& store, const Attri
 void AddVersionAssociated(store::Store& store) {
     Trap("AddVersionAssociated", [&] {
         store.AddColumn("T_Revision", {"VersionAssociated", ColumnType::Text(10)});
-        store.UpdateFromJoin({.target = "T_Revision",
-            .source = "[t_drawingversion]",
-            .on = "[T_Revision].[Revision_SP_ID]=[t_drawingversion].[sp_revisionid]",
-            .set = {{"VersionAssociated", "'True'"}}});
+        store.UpdateFromJoin(
+            {.target = "T_Revision",
+             .source = "[t_drawingversion]",
+             .on = "[T_Revision].[Revision_SP_ID]=[t_drawingversion].[sp_revisionid]",
+             .set = {{"VersionAssociated", "'True'"}}});
         store.Execute(
             "UPDATE [T_Revision] SET [VersionAssociated]='False' WHERE [VersionAssociated] IS "
             "NULL");
@@ -211,7 +213,8 @@ void AddDrawingLastModified(store::Store& store, const AttributeKeys& keys, bool
         user = user && store.ColumnExists(*history, "actor");
         // Only the last history row of a drawing can win the updates below; the item events that
         // carry the drawing's id are many, so the rest go first (the table is dropped at the end).
-        store.Execute("DELETE FROM [" + *history + "] WHERE _rowid_ NOT IN (SELECT max(_rowid_) FROM [" + *history +
+        store.Execute("DELETE FROM [" + *history +
+                      "] WHERE _rowid_ NOT IN (SELECT max(_rowid_) FROM [" + *history +
                       "] GROUP BY [sp_drawingid])");
 
         // Adds what the flags ask for and fills it from the last history row of the drawing.
@@ -246,9 +249,9 @@ void AddDrawingLastModified2(store::Store& store) {
     Trap("AddDrawingLastModified2", [&] {
         store.AddColumn("t_drawing", {"LastModifiedDate", ColumnType::DateTime()});
         store.UpdateFromJoin({.target = "t_drawing",
-            .source = "[t_history2]",
-            .on = "[t_drawing].[sp_id]=[t_history2].[sp_drawingid]",
-            .set = {{"LastModifiedDate", "[t_history2].[timestamp]"}}});
+                              .source = "[t_history2]",
+                              .on = "[t_drawing].[sp_id]=[t_history2].[sp_drawingid]",
+                              .set = {{"LastModifiedDate", "[t_history2].[timestamp]"}}});
         store.DropTable("t_history2");
     });
 }

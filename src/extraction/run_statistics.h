@@ -19,11 +19,12 @@ std::filesystem::path NotConnectedScratchFile(const std::filesystem::path& folde
 
 // What the NotConnectedRuns statement may read, from the tables as they are.
 struct NotConnectedInputs {
-    bool slaveColumn = false;  // InlineComp_Prun.PipeRun_Slave: tags of slave rows only are not listed
-    bool pipingOnly = true;    // only runs of class "piping" count ("RunClassInstrument" off)
-    bool runClass = false;     // t_piperun.Piperun_piperunclass is there (without it no run is piping)
-    bool opcRun = false;       // OPCs.Plantitem_SP_ID: the off-page connectors of a run
-    bool opcTag = false;       // OPCs.Opc_opctag: their tags join runs
+    bool slaveColumn =
+        false;  // InlineComp_Prun.PipeRun_Slave: tags of slave rows only are not listed
+    bool pipingOnly = true;  // only runs of class "piping" count ("RunClassInstrument" off)
+    bool runClass = false;  // t_piperun.Piperun_piperunclass is there (without it no run is piping)
+    bool opcRun = false;    // OPCs.Plantitem_SP_ID: the off-page connectors of a run
+    bool opcTag = false;    // OPCs.Opc_opctag: their tags join runs
 };
 NotConnectedInputs NotConnectedInputsOf(const store::Store& store, bool runClassInstrument);
 
@@ -39,13 +40,15 @@ std::string NotConnectedRunsSql(const NotConnectedInputs& inputs);
 
 // NotConnectedRuns of InlineComp_Prun, counted inside the store. `scratchFolder` is not used.
 // With `runClassInstrument` instrument runs count too.
-void AddNotConnectedRuns(store::Store& store, const std::filesystem::path& scratchFolder, bool runClassInstrument);
+void AddNotConnectedRuns(store::Store& store, const std::filesystem::path& scratchFolder,
+                         bool runClassInstrument);
 // The same with "RunClassInstrument" of section "NotConnectedRuns" of the program ini.
 void AddNotConnectedRuns(store::Store& store);
 
 // The number of runs of `tag` that touch no other run of the tag; 0 for a tag of fewer than two
 // runs. Each such run is logged.
-int GetNotConnectedRunCount(const store::Store& store, std::string_view tag, const NotConnectedInputs& inputs);
+int GetNotConnectedRunCount(const store::Store& store, std::string_view tag,
+                            const NotConnectedInputs& inputs);
 
 // The label file names of section "Labels", key "Piping" of the attribute configuration, split
 // at ";", lower case, blanks around them taken off, empty ones left out.

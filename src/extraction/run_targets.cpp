@@ -30,9 +30,11 @@ RunTargets PrepareRunTargets(const fs::path& output, bool bigPlant, bool drawing
         std::error_code ec;
         const auto status = fs::status(t.igr, ec);
         if (fs::exists(status) && !fs::is_directory(status))
-            Raise("Cannot write the drawing files into " + t.igr.string() + ": it is not a folder.");
+            Raise("Cannot write the drawing files into " + t.igr.string() +
+                  ": it is not a folder.");
         if (auto other = ConflictingRunPath(t.igr, RunPathRole::Output))
-            Raise("Cannot write the drawing files into " + t.igr.string() + ": it is " + *other + ".");
+            Raise("Cannot write the drawing files into " + t.igr.string() + ": it is " + *other +
+                  ".");
     }
     const std::string names[] = {t.extract.filename().string(), t.linkFile.filename().string(),
                                  t.igr.empty() ? std::string() : t.igr.filename().string()};

@@ -11,19 +11,25 @@ namespace {
 std::atomic<bool> gSorrelwick{false};
 
 // Adds `column` (Text(255)) to `table` when missing and fills it from the source on a key.
-void FillFrom(store::Store& store, const std::string& table, const std::string& column, const std::string& source,
-              const std::string& sourceColumn, const std::string& key, const std::string& sourceKey) {
-    if (!store.ColumnExists(table, column)) store.AddColumn(table, {column, store::ColumnType::Text(255)});
+void FillFrom(store::Store& store, const std::string& table, const std::string& column,
+              const std::string& source, const std::string& sourceColumn, const std::string& key,
+              const std::string& sourceKey) {
+    if (!store.ColumnExists(table, column))
+        store.AddColumn(table, {column, store::ColumnType::Text(255)});
     store.UpdateFromJoin({.target = table,
-        .source = "[" + source + "] b",
-        .on = "[" + table + "].[" + key + "]=b.[" + sourceKey + "]",
-        .set = {{column, "b.[" + sourceColumn + "]"}}});
+                          .source = "[" + source + "] b",
+                          .on = "[" + table + "].[" + key + "]=b.[" + sourceKey + "]",
+                          .set = {{column, "b.[" + sourceColumn + "]"}}});
 }
 
 }  // namespace
 
-bool SorrelwickMode() { return gSorrelwick.load(); }
-void SetSorrelwickMode(bool on) { gSorrelwick.store(on); }
+bool SorrelwickMode() {
+    return gSorrelwick.load();
+}
+void SetSorrelwickMode(bool on) {
+    gSorrelwick.store(on);
+}
 
 void SorrelwickAddPLANTITEMGROUPAtt(store::Store& store) {
     Trap("SorrelwickAddPLANTITEMGROUPAtt", [&] {
@@ -32,7 +38,8 @@ void SorrelwickAddPLANTITEMGROUPAtt(store::Store& store) {
             for (const char* c : {"PLANTITEMGROUPTYPE", "PLANTITEMGROUPCLASS"})
                 FillFrom(store, "Plantitems", c, "T_PLANTITEMGROUP", c, "sp_id", "sp_id");
         if (!store.ColumnExists("Plantitems", "PlantItemType"))
-            FillFrom(store, "Plantitems", "PlantItemType", "PID", "PlantItemType", "sp_id", "sp_id");
+            FillFrom(store, "Plantitems", "PlantItemType", "PID", "PlantItemType", "sp_id",
+                     "sp_id");
     });
 }
 
@@ -50,9 +57,11 @@ void AddRepresentationCols(store::Store& store) {
             if (!table) continue;
             for (const char* c : {"REPRESENTATIONTYPE", "FileName"}) {
                 if (!store.ColumnExists("PID", c)) continue;
-                if (store.ColumnExists(*table, o.itemKey)) FillFrom(store, *table, c, "PID", c, o.itemKey, "SP_ID");
+                if (store.ColumnExists(*table, o.itemKey))
+                    FillFrom(store, *table, c, "PID", c, o.itemKey, "SP_ID");
                 if (store.ColumnExists(*table, o.ownerKey))
-                    FillFrom(store, *table, std::string(o.owner) + "_" + c, "PID", c, o.ownerKey, "SP_ID");
+                    FillFrom(store, *table, std::string(o.owner) + "_" + c, "PID", c, o.ownerKey,
+                             "SP_ID");
             }
         }
     });

@@ -26,7 +26,8 @@ std::string& KeptPlantFolder() {
 
 // Copies the file whole, overwriting the target. The error code tells what failed; `operation`
 // names the file operation.
-void CopyWhole(const fs::path& source, const fs::path& target, std::error_code& ec, std::string& operation) {
+void CopyWhole(const fs::path& source, const fs::path& target, std::error_code& ec,
+               std::string& operation) {
     operation = "copy_file";
     std::error_code exists;
     if (!fs::is_regular_file(source, exists)) {
@@ -57,13 +58,16 @@ std::string WithSlash(const fs::path& folder) {
 }  // namespace
 
 fs::path GetIgrFolder(const fs::path& extractPath) {
-    const fs::path folder = (extractPath.has_parent_path() ? extractPath.parent_path() : fs::current_path()) / "igr";
+    const fs::path folder =
+        (extractPath.has_parent_path() ? extractPath.parent_path() : fs::current_path()) / "igr";
     std::error_code ec;
     if (!fs::is_directory(folder, ec)) fs::create_directories(folder, ec);
     return folder;
 }
 
-fs::path GetIgrFolder() { return GetIgrFolder(fs::path(plantaccess::SessionDatabasePath())); }
+fs::path GetIgrFolder() {
+    return GetIgrFolder(fs::path(plantaccess::SessionDatabasePath()));
+}
 
 std::string DrawingBaseName(std::string_view drawingPath) {
     const auto slash = drawingPath.find_last_of("\\/");
@@ -83,7 +87,8 @@ fs::path DrawingSourcePath(std::string_view plantFolder, std::string_view drawin
     return platform::LocalPath(folder + std::string(drawingPath));
 }
 
-std::optional<fs::path> ConfinedDrawingSource(std::string_view plantFolder, std::string_view drawingPath) {
+std::optional<fs::path> ConfinedDrawingSource(std::string_view plantFolder,
+                                              std::string_view drawingPath) {
     fs::path source = DrawingSourcePath(plantFolder, drawingPath).lexically_normal();
     fs::path root = platform::LocalPath(std::string(plantFolder)).lexically_normal();
     // "a/b/" and "a/b" are the same folder; compare element by element.
@@ -96,14 +101,16 @@ std::optional<fs::path> ConfinedDrawingSource(std::string_view plantFolder, std:
     return source;
 }
 
-CopyResult CopyPid2IgrInto(store::Store& extract, const fs::path& folder, const fs::path& shownFolder,
-                           bool noCancel, const std::string& plantFolder) {
+CopyResult CopyPid2IgrInto(store::Store& extract, const fs::path& folder,
+                           const fs::path& shownFolder, bool noCancel,
+                           const std::string& plantFolder) {
     CopyResult result;
     try {
         ShowStatus("Copying PID files to directory '%0%'...|||" + WithSlash(shownFolder));
         if (!fs::is_directory(folder)) fs::create_directories(folder);
         KeptPlantFolder() = plantFolder;
-        const std::vector<store::Row> rows = extract.QueryRows("SELECT Drawing_Path FROM PID GROUP BY Drawing_Path");
+        const std::vector<store::Row> rows =
+            extract.QueryRows("SELECT Drawing_Path FROM PID GROUP BY Drawing_Path");
         result.drawings = static_cast<int>(rows.size());
         ShowStatus("Drawing count is " + std::to_string(rows.size()));
         for (const store::Row& row : rows) {
@@ -113,8 +120,8 @@ CopyResult CopyPid2IgrInto(store::Store& extract, const fs::path& folder, const 
             } else if (const auto source = ConfinedDrawingSource(plantFolder, path); !source) {
                 // A path of the plant's data that climbs out of the plant folder would copy any
                 // file the user can read into the extract's folder.
-                ShowStatus("Drawing path '%0%' leaves the plant folder '%1%': not copied|||" + path + "|||" +
-                           plantFolder);
+                ShowStatus("Drawing path '%0%' leaves the plant folder '%1%': not copied|||" +
+                           path + "|||" + plantFolder);
             } else {
                 const std::string name = DrawingBaseName(path) + ".igr";
                 const fs::path target = folder / name;
@@ -134,7 +141,8 @@ CopyResult CopyPid2IgrInto(store::Store& extract, const fs::path& folder, const 
             DoEvents();
             if (!noCancel && CancelRequested()) break;
         }
-        ShowStatus("Copying PID files done, " + std::to_string(result.copied) + " igr files copied");
+        ShowStatus("Copying PID files done, " + std::to_string(result.copied) +
+                   " igr files copied");
     } catch (const Error& e) {
         LogLine(ChainSource("CopyPid2Igr", 0, e.source()) + ":" + e.description());
     } catch (const std::exception& e) {
@@ -166,7 +174,8 @@ void CopyPid2Igr(store::Store& extract, const fs::path& extractPath, bool noCanc
     CopyPid2Igr(extract, extractPath, noCancel, PlantFolderOrLog());
 }
 
-void CopyPid2IgrInto(store::Store& extract, const fs::path& folder, const fs::path& shownFolder, bool noCancel) {
+void CopyPid2IgrInto(store::Store& extract, const fs::path& folder, const fs::path& shownFolder,
+                     bool noCancel) {
     CopyPid2IgrInto(extract, folder, shownFolder, noCancel, PlantFolderOrLog());
 }
 
@@ -177,14 +186,17 @@ void EnsureIgr(store::Store& extract, const fs::path& igrPath, const std::string
         if (igrPath.has_parent_path() && !fs::is_directory(igrPath.parent_path(), ec))
             fs::create_directories(igrPath.parent_path());
         // The base name is a pattern of its own: "%" and "_" in it match as in Access.
-        const std::string pattern = "%" + ToLowerAscii(DrawingBaseName(igrPath.filename().string())) + ".pid";
-        const std::vector<store::Row> rows = extract.QueryRows(
-            "SELECT Drawing_Path FROM PID WHERE lcase(Drawing_Path) LIKE " + SqlLiteral(pattern) +
-            " AND NOT Drawing_Path IS NULL");
+        const std::string pattern =
+            "%" + ToLowerAscii(DrawingBaseName(igrPath.filename().string())) + ".pid";
+        const std::vector<store::Row> rows =
+            extract.QueryRows("SELECT Drawing_Path FROM PID WHERE lcase(Drawing_Path) LIKE " +
+                              SqlLiteral(pattern) + " AND NOT Drawing_Path IS NULL");
         if (rows.empty()) return;
         std::string operation;
         CopyWhole(DrawingSourcePath(plantFolder, rows.front()[0].ToText()), igrPath, ec, operation);
-        if (ec) LogLine("EnsureIgr:" + ec.message() + ":" + std::to_string(ec.value()) + ":" + operation);
+        if (ec)
+            LogLine("EnsureIgr:" + ec.message() + ":" + std::to_string(ec.value()) + ":" +
+                    operation);
         DoEvents();
     } catch (const Error& e) {
         LogLine(ChainSource("EnsureIgr", 0, e.source()) + ":" + e.description());

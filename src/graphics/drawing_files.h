@@ -28,7 +28,7 @@ std::filesystem::path DrawingSourcePath(std::string_view plantFolder, std::strin
 // The source of a drawing path when it lies inside the plant folder after mapping (".." taken
 // lexically); nullopt when the path leaves it.
 std::optional<std::filesystem::path> ConfinedDrawingSource(std::string_view plantFolder,
-                                                          std::string_view drawingPath);
+                                                           std::string_view drawingPath);
 
 // The counts of a copy run.
 struct CopyResult {
@@ -40,8 +40,8 @@ struct CopyResult {
 // beside `extractPath`, overwriting; each file is written under a temporary name and renamed when
 // complete. Failures are logged and the loop goes on; unless `noCancel`, the user's cancel ends
 // it. Other errors are logged under "CopyPid2Igr" and end the routine without raising.
-CopyResult CopyPid2Igr(store::Store& extract, const std::filesystem::path& extractPath, bool noCancel,
-                       const std::string& plantFolder);
+CopyResult CopyPid2Igr(store::Store& extract, const std::filesystem::path& extractPath,
+                       bool noCancel, const std::string& plantFolder);
 // The same with the plant folder of GetPlantPath, which is kept for EnsureIgr.
 void CopyPid2Igr(store::Store& extract, const std::filesystem::path& extractPath, bool noCancel);
 
@@ -57,7 +57,8 @@ void CopyPid2IgrInto(store::Store& extract, const std::filesystem::path& igrFold
 // Fetches one drawing's ".igr" file on demand: nothing for an empty path or an existing file;
 // else the first PID.Drawing_Path whose name is like "%<base name>.pid" is copied to `igrPath`.
 // Errors are logged under "EnsureIgr"; the caller then finds no file.
-void EnsureIgr(store::Store& extract, const std::filesystem::path& igrPath, const std::string& plantFolder);
+void EnsureIgr(store::Store& extract, const std::filesystem::path& igrPath,
+               const std::string& plantFolder);
 // The same with the plant folder kept by CopyPid2Igr (GetPlantPath when there is none).
 void EnsureIgr(store::Store& extract, const std::filesystem::path& igrPath);
 

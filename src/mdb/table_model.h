@@ -18,8 +18,8 @@ using tb::JetType;
 struct Column {
     std::string name;
     JetType type = JetType::Text;
-    int length = 255;          // Text: characters (at most 255); ignored for other types
-    bool autoNumber = false;   // Counter
+    int length = 255;         // Text: characters (at most 255); ignored for other types
+    bool autoNumber = false;  // Counter
 };
 
 struct Null {
@@ -41,8 +41,8 @@ using Bytes = std::vector<std::uint8_t>;
 
 // Boolean: bool; Byte, Integer, Long, Counter: int64_t; Single, Double: double; Text, Memo:
 // UTF-8 text; OLE, Binary: Bytes.
-using Value = std::variant<Null, bool, std::int64_t, double, Currency, DateTime, std::string,
-                           Bytes, Guid>;
+using Value =
+    std::variant<Null, bool, std::int64_t, double, Currency, DateTime, std::string, Bytes, Guid>;
 using Row = std::vector<Value>;
 
 // An index of a table: its key columns in order, each ascending or descending. A primary key
@@ -75,7 +75,7 @@ struct LinkDef {
 
 // Rows handed to the writer one at a time, so a table never has to sit in memory whole.
 class RowSource {
-public:
+  public:
     virtual ~RowSource() = default;
     // Fills `row` (one value per column) and returns true, or returns false at the end.
     virtual bool Next(Row& row) = 0;

@@ -9,12 +9,12 @@
 #include "common/ini.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "platform/platform.h"
 #include "plantaccess/connect_string.h"
 #include "plantaccess/odbc.h"
 #include "plantaccess/session.h"
 #include "plantaccess/sqlite_plant.h"
 #include "plantaccess/store_connection.h"
+#include "platform/platform.h"
 #include "shell/program_settings.h"
 #include "shell/settings.h"
 
@@ -51,7 +51,8 @@ std::shared_ptr<store::Store> DefaultCreator(const fs::path& path) {
     static int counter = 0;
     fs::path folder = shell::SessionTempFolder();
     if (folder.empty()) folder = shell::TempFolderInit();
-    const fs::path file = folder / (path.stem().string() + "-" + std::to_string(++counter) + ".store");
+    const fs::path file =
+        folder / (path.stem().string() + "-" + std::to_string(++counter) + ".store");
     return std::make_shared<store::Store>(store::Store::Create(file));
 }
 
@@ -61,8 +62,9 @@ std::shared_ptr<store::Store> StoreForMdb(const fs::path& path) {
     const bool exists = fs::is_regular_file(path, ec);
     if (!exists) throw Error(kErrDatabase, "Could not find file '" + path.string() + "'.");
     if (!Stores().loader)
-        throw Error(kErrDatabase, "The Access file '" + path.string() +
-                                      "' cannot be opened: no reader of Access files is installed.");
+        throw Error(kErrDatabase,
+                    "The Access file '" + path.string() +
+                        "' cannot be opened: no reader of Access files is installed.");
     auto loaded = Stores().loader(path);
     RegisterMdbStore(path, loaded);
     return loaded;
@@ -75,14 +77,17 @@ ConnectionPtr OpenAccess(const std::string& connectString, const ConnectParts& p
 ConnectionPtr Resolve(const ConnectionPtr& connection) {
     const ConnectionPtr& c = connection ? connection : SessionConnection();
     if (!c || !c->IsOpen())
-        throw Error(kErrNoConnection, "The connection cannot be used to perform this operation. It "
-                                      "is either closed or invalid in this context.");
+        throw Error(kErrNoConnection,
+                    "The connection cannot be used to perform this operation. It "
+                    "is either closed or invalid in this context.");
     return c;
 }
 
 }  // namespace
 
-void SetConnectionOpenerForTests(ConnectionOpener opener) { Opener() = std::move(opener); }
+void SetConnectionOpenerForTests(ConnectionOpener opener) {
+    Opener() = std::move(opener);
+}
 
 ConnectionPtr OpenConnection(const std::string& connectString) {
     if (Opener()) return Opener()(connectString);
@@ -90,15 +95,17 @@ ConnectionPtr OpenConnection(const std::string& connectString) {
     switch (parts.target) {
         case ConnectTarget::Sqlite:
             return SqlitePlantConnection::Open(connectString, parts.server, parts.user);
-        case ConnectTarget::Access: return OpenAccess(connectString, parts);
+        case ConnectTarget::Access:
+            return OpenAccess(connectString, parts);
         case ConnectTarget::Oracle:
         case ConnectTarget::OracleFallback:
         case ConnectTarget::SqlServer:
         case ConnectTarget::SqlServerFallback:
         case ConnectTarget::Odbc:
-            return OdbcConnection::Open(connectString, OdbcConnectString(parts, ReadOdbcTemplates()),
-                                        parts.password);
-        case ConnectTarget::Unknown: break;
+            return OdbcConnection::Open(
+                connectString, OdbcConnectString(parts, ReadOdbcTemplates()), parts.password);
+        case ConnectTarget::Unknown:
+            break;
     }
     throw Error(kErrNoProvider, "Provider cannot be found. It may not be properly installed.");
 }
@@ -141,11 +148,13 @@ std::unique_ptr<Recordset> AdoWrite(std::string_view sql, const ConnectionPtr& c
     }
 }
 
-void MDBWrite(std::string_view sql, const ConnectionPtr& connection, std::int64_t* recordsAffected) {
+void MDBWrite(std::string_view sql, const ConnectionPtr& connection,
+              std::int64_t* recordsAffected) {
     Trap("MDBWrite", [&] {
         if (!connection || !connection->IsOpen())
-            throw Error(kErrNoConnection, "The connection cannot be used to perform this operation. "
-                                          "It is either closed or invalid in this context.");
+            throw Error(kErrNoConnection,
+                        "The connection cannot be used to perform this operation. "
+                        "It is either closed or invalid in this context.");
         std::int64_t affected = -1;
         connection->Run(sql, {}, &affected);
         if (recordsAffected) *recordsAffected = affected;
@@ -169,8 +178,8 @@ fs::path LockFileOf(std::string_view connectString) {
     if (at == std::string::npos) return {};
     const std::size_t start = at + kKey.size();
     const auto end = connectString.find(';', start);
-    const std::string_view file =
-        connectString.substr(start, end == std::string_view::npos ? std::string_view::npos : end - start);
+    const std::string_view file = connectString.substr(
+        start, end == std::string_view::npos ? std::string_view::npos : end - start);
     if (file.empty()) return {};
     const fs::path p(file);
     return p.parent_path() / (p.stem().string() + ".ldb");
@@ -240,8 +249,10 @@ bool CreateAccessDatabase(const fs::path& path, int engineType, std::string_view
 
 bool CompactDatabase(const fs::path& path, int, bool verbose) {
     const std::string line = "Compacting database '" + path.string() + "'...";
-    if (verbose) ShowStatus(line);
-    else LogLine(line);
+    if (verbose)
+        ShowStatus(line);
+    else
+        LogLine(line);
     try {
         const auto s = FindMdbStore(path);
         if (!s) throw Error(kErrDatabase, "Could not find file '" + path.string() + "'.");
@@ -263,9 +274,17 @@ std::shared_ptr<store::Store> FindMdbStore(const fs::path& path) {
     return it == Stores().byPath.end() ? nullptr : it->second;
 }
 
-void ForgetMdbStore(const fs::path& path) { Stores().byPath.erase(PathKey(path)); }
-void ForgetAllMdbStores() { Stores().byPath.clear(); }
-void SetMdbStoreLoader(MdbStoreLoader loader) { Stores().loader = std::move(loader); }
-void SetMdbStoreCreator(MdbStoreCreator creator) { Stores().creator = std::move(creator); }
+void ForgetMdbStore(const fs::path& path) {
+    Stores().byPath.erase(PathKey(path));
+}
+void ForgetAllMdbStores() {
+    Stores().byPath.clear();
+}
+void SetMdbStoreLoader(MdbStoreLoader loader) {
+    Stores().loader = std::move(loader);
+}
+void SetMdbStoreCreator(MdbStoreCreator creator) {
+    Stores().creator = std::move(creator);
+}
 
 }  // namespace tb::plantaccess

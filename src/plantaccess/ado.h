@@ -39,8 +39,8 @@ std::unique_ptr<Recordset> AdoRead(std::string_view sql, const ConnectionPtr& co
 // statement that yields some, else nullptr. A failed statement is always logged; then:
 // raiseOnError: raised; else unless silent: "<source>:<description>" logged; nullptr returned.
 std::unique_ptr<Recordset> AdoWrite(std::string_view sql, const ConnectionPtr& connection = nullptr,
-                                    std::int64_t* recordsAffected = nullptr, bool raiseOnError = true,
-                                    bool silent = false);
+                                    std::int64_t* recordsAffected = nullptr,
+                                    bool raiseOnError = true, bool silent = false);
 
 // The same on a connection that must be given; errors go to the caller, nothing is logged.
 void MDBWrite(std::string_view sql, const ConnectionPtr& connection,
@@ -83,11 +83,13 @@ void ForgetMdbStore(const std::filesystem::path& path);
 void ForgetAllMdbStores();
 
 // Loads an existing Access file into a store (the extract-file library installs its reader).
-using MdbStoreLoader = std::function<std::shared_ptr<store::Store>(const std::filesystem::path& path)>;
+using MdbStoreLoader =
+    std::function<std::shared_ptr<store::Store>(const std::filesystem::path& path)>;
 void SetMdbStoreLoader(MdbStoreLoader loader);
 // Makes the store for a new Access file; by default a store file in the session's temporary
 // folder.
-using MdbStoreCreator = std::function<std::shared_ptr<store::Store>(const std::filesystem::path& path)>;
+using MdbStoreCreator =
+    std::function<std::shared_ptr<store::Store>(const std::filesystem::path& path)>;
 void SetMdbStoreCreator(MdbStoreCreator creator);
 
 // The Jet engine type CreateAccessDatabase picks for engine 0.

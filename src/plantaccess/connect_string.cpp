@@ -16,9 +16,9 @@ std::string OracleConnectString(std::string_view provider, std::string_view serv
 std::string SqlServerConnectString(std::string_view firstPair, std::string_view server,
                                    std::string_view database, std::string_view user,
                                    std::string_view password) {
-    return std::string(firstPair) + ";Server=" + std::string(server) + ";Database=" +
-           std::string(database) + ";Uid=" + std::string(user) + ";Pwd=" + std::string(password) +
-           ";";
+    return std::string(firstPair) + ";Server=" + std::string(server) +
+           ";Database=" + std::string(database) + ";Uid=" + std::string(user) +
+           ";Pwd=" + std::string(password) + ";";
 }
 
 std::string AccessConnectString(std::string_view provider, std::string_view path,
@@ -50,19 +50,29 @@ ConnectParts ParseConnectString(std::string_view connectString) {
     std::string provider, driver;
     for (const auto& [key, value] : ConnectPairs(connectString)) {
         const std::string k = ToLowerAscii(key);
-        if (k == "provider") provider = TrimSpace(value);
-        else if (k == "driver") driver = TrimSpace(value);
-        else if (k == "data source" || k == "server") parts.server = value;
-        else if (k == "database" || k == "initial catalog") parts.database = value;
-        else if (k == "user id" || k == "uid") parts.user = value;
+        if (k == "provider")
+            provider = TrimSpace(value);
+        else if (k == "driver")
+            driver = TrimSpace(value);
+        else if (k == "data source" || k == "server")
+            parts.server = value;
+        else if (k == "database" || k == "initial catalog")
+            parts.database = value;
+        else if (k == "user id" || k == "uid")
+            parts.user = value;
         else if (k == "password" || k == "pwd" || k == "jet oledb:database password")
             parts.password = value;
     }
-    if (IEquals(provider, kOracleProvider)) parts.target = ConnectTarget::Oracle;
-    else if (IEquals(provider, kMsdaoraProvider)) parts.target = ConnectTarget::OracleFallback;
-    else if (IStartsWith(provider, "SQLNCLI")) parts.target = ConnectTarget::SqlServerFallback;
-    else if (IEquals(provider, kSqliteProvider)) parts.target = ConnectTarget::Sqlite;
-    else if (IStartsWith(provider, "Microsoft.Jet.OLEDB") || IStartsWith(provider, "Microsoft.ACE.OLEDB"))
+    if (IEquals(provider, kOracleProvider))
+        parts.target = ConnectTarget::Oracle;
+    else if (IEquals(provider, kMsdaoraProvider))
+        parts.target = ConnectTarget::OracleFallback;
+    else if (IStartsWith(provider, "SQLNCLI"))
+        parts.target = ConnectTarget::SqlServerFallback;
+    else if (IEquals(provider, kSqliteProvider))
+        parts.target = ConnectTarget::Sqlite;
+    else if (IStartsWith(provider, "Microsoft.Jet.OLEDB") ||
+             IStartsWith(provider, "Microsoft.ACE.OLEDB"))
         parts.target = ConnectTarget::Access;
     else if (provider.empty() && (IEquals(driver, "{SQL Server}") || IEquals(driver, "SQL Server")))
         parts.target = ConnectTarget::SqlServer;
@@ -106,11 +116,20 @@ std::string OdbcValue(std::string_view value) {
 std::string OdbcConnectString(const ConnectParts& parts, const OdbcTemplates& templates) {
     const std::string* templ = nullptr;
     switch (parts.target) {
-        case ConnectTarget::Oracle: templ = &templates.oracle; break;
-        case ConnectTarget::OracleFallback: templ = &templates.oracleFallback; break;
-        case ConnectTarget::SqlServer: templ = &templates.sqlServer; break;
-        case ConnectTarget::SqlServerFallback: templ = &templates.sqlServerFallback; break;
-        case ConnectTarget::Odbc: return parts.odbc;
+        case ConnectTarget::Oracle:
+            templ = &templates.oracle;
+            break;
+        case ConnectTarget::OracleFallback:
+            templ = &templates.oracleFallback;
+            break;
+        case ConnectTarget::SqlServer:
+            templ = &templates.sqlServer;
+            break;
+        case ConnectTarget::SqlServerFallback:
+            templ = &templates.sqlServerFallback;
+            break;
+        case ConnectTarget::Odbc:
+            return parts.odbc;
         default:
             throw Error(kErrInternal, "This connection string does not lead to an ODBC driver.");
     }
@@ -121,11 +140,16 @@ std::string OdbcConnectString(const ConnectParts& parts, const OdbcTemplates& te
         const auto slot = [&](std::string_view name) {
             return t.compare(i, name.size(), name) == 0;
         };
-        if (slot("{server}")) out += OdbcValue(parts.server), i += 8;
-        else if (slot("{database}")) out += OdbcValue(parts.database), i += 10;
-        else if (slot("{user}")) out += OdbcValue(parts.user), i += 6;
-        else if (slot("{password}")) out += OdbcValue(parts.password), i += 10;
-        else out += t[i++];
+        if (slot("{server}"))
+            out += OdbcValue(parts.server), i += 8;
+        else if (slot("{database}"))
+            out += OdbcValue(parts.database), i += 10;
+        else if (slot("{user}"))
+            out += OdbcValue(parts.user), i += 6;
+        else if (slot("{password}"))
+            out += OdbcValue(parts.password), i += 10;
+        else
+            out += t[i++];
     }
     return out;
 }
@@ -153,9 +177,12 @@ std::string ScrubSecrets(std::string_view text, std::string_view secret) {
             std::size_t j = i + 1;
             while (j < text.size()) {
                 if (text[j] == '}') {
-                    if (j + 1 < text.size() && text[j + 1] == '}') j += 2;
-                    else break;
-                } else ++j;
+                    if (j + 1 < text.size() && text[j + 1] == '}')
+                        j += 2;
+                    else
+                        break;
+                } else
+                    ++j;
             }
             i = j < text.size() ? j + 1 : j;
         } else {

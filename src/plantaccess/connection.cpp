@@ -23,8 +23,10 @@ bool IsAdoDataTypeString(int type) {
         case ado::kVarChar:
         case ado::kVarWChar:
         case ado::kWChar:
-        case ado::kGUID: return true;
-        default: return false;
+        case ado::kGUID:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -42,8 +44,10 @@ bool IsAdoDataTypeNumeric(int type) {
         case ado::kUnsignedInt:
         case ado::kUnsignedSmallInt:
         case ado::kUnsignedTinyInt:
-        case ado::kVarNumeric: return true;
-        default: return false;
+        case ado::kVarNumeric:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -59,12 +63,16 @@ Declared ReadDeclaration(std::string_view declaration) {
     std::string inside;
     bool inParens = false;
     for (char c : declaration) {
-        if (c == '(') inParens = true;
-        else if (c == ')') inParens = false;
-        else if (inParens) inside += c;
+        if (c == '(')
+            inParens = true;
+        else if (c == ')')
+            inParens = false;
+        else if (inParens)
+            inside += c;
         else if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
             if (!d.words.empty() && d.words.back() != ' ') d.words += ' ';
-        } else d.words += static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+        } else
+            d.words += static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
     }
     while (!d.words.empty() && d.words.back() == ' ') d.words.pop_back();
     for (const std::string& part : Split(inside, ",")) {
@@ -134,10 +142,14 @@ FieldInfo FieldFromDeclaration(std::string name, std::string_view declaration) {
 
 store::Value ToValue(const Cell& cell) {
     switch (cell.kind) {
-        case CellKind::Null: return {};
-        case CellKind::Integer: return store::Value(cell.integer);
-        case CellKind::Real: return store::Value(cell.real);
-        case CellKind::Text: return store::Value(std::string(cell.bytes));
+        case CellKind::Null:
+            return {};
+        case CellKind::Integer:
+            return store::Value(cell.integer);
+        case CellKind::Real:
+            return store::Value(cell.real);
+        case CellKind::Text:
+            return store::Value(std::string(cell.bytes));
         case CellKind::Blob:
             return store::Value(store::Blob(cell.bytes.begin(), cell.bytes.end()));
     }

@@ -78,7 +78,7 @@ struct Cell {
 store::Value ToValue(const Cell& cell);
 
 class RowCursor {
-public:
+  public:
     virtual ~RowCursor() = default;
     virtual const std::vector<FieldInfo>& Fields() const = 0;
     // Moves to the next row; false at the end.
@@ -91,7 +91,7 @@ enum class ConnectionKind { Odbc, SqlitePlant, Store };
 // Connections are made shared (std::make_shared) and keep themselves alive for their cursors. A
 // cursor must be used up or dropped before the next statement runs on its connection.
 class Connection : public std::enable_shared_from_this<Connection> {
-public:
+  public:
     virtual ~Connection() = default;
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -114,10 +114,10 @@ public:
     // A statement run for its effect; returns the rows changed.
     std::int64_t Execute(std::string_view sql, const store::Row& params = {});
 
-protected:
+  protected:
     explicit Connection(std::string connectString) : connectString_(std::move(connectString)) {}
 
-private:
+  private:
     std::string connectString_;
 };
 

@@ -17,10 +17,14 @@ bool UsesOracleTexts(Dialect dialect) {
 
 std::string_view DialectName(Dialect dialect) {
     switch (dialect) {
-        case Dialect::Oracle: return "Oracle";
-        case Dialect::SqlServer: return "SqlServer";
-        case Dialect::AccessCopy: return "AccessCopy";
-        case Dialect::Sqlite: return "Sqlite";
+        case Dialect::Oracle:
+            return "Oracle";
+        case Dialect::SqlServer:
+            return "SqlServer";
+        case Dialect::AccessCopy:
+            return "AccessCopy";
+        case Dialect::Sqlite:
+            return "Sqlite";
     }
     return "SqlServer";
 }
@@ -52,13 +56,17 @@ std::string SqlName(Dialect dialect, std::string_view name) {
     return QuoteIdentifier(name, '"', '"');
 }
 
-std::string OrgColumnName(std::string_view name) { return "Org_" + std::string(name); }
+std::string OrgColumnName(std::string_view name) {
+    return "Org_" + std::string(name);
+}
 
 std::string AlterSessionSql(std::string_view schemaUser) {
     return "ALTER SESSION SET CURRENT_SCHEMA=" + SqlName(Dialect::Oracle, schemaUser);
 }
 
-bool NeedsAlterSession(Dialect dialect) { return dialect == Dialect::Oracle; }
+bool NeedsAlterSession(Dialect dialect) {
+    return dialect == Dialect::Oracle;
+}
 
 std::string_view TopOne(Dialect dialect) {
     return dialect == Dialect::SqlServer ? " TOP 1 " : "";
@@ -69,6 +77,8 @@ std::string RowNumBelow2(Dialect dialect, std::string_view conjunction) {
     return " " + std::string(conjunction) + " ROWNUM <2";
 }
 
-std::string_view LimitOne(Dialect dialect) { return dialect == Dialect::Sqlite ? " LIMIT 1" : ""; }
+std::string_view LimitOne(Dialect dialect) {
+    return dialect == Dialect::Sqlite ? " LIMIT 1" : "";
+}
 
 }  // namespace tb::plantaccess

@@ -1,8 +1,8 @@
 #pragma once
 // The SQL dialects of a plant: Oracle, SQL Server, an Access copy of a plant, and the embedded
 // sample plant in SQLite files. The SQLite plant speaks the Oracle texts (IsOracle answers true for
-// it) with two exceptions: it has no ALTER SESSION, and it ends a first-row query with LIMIT 1 where
-// Oracle adds ROWNUM < 2.
+// it) with two exceptions: it has no ALTER SESSION, and it ends a first-row query with LIMIT 1
+// where Oracle adds ROWNUM < 2.
 
 #include <string>
 #include <string_view>

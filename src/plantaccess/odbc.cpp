@@ -23,7 +23,9 @@ constexpr SQLULEN kMaxBoundBinary = 8000;
 // The chunk SQLGetData reads long values in.
 constexpr std::size_t kChunkBytes = 64u << 10;
 
-SQLWCHAR* W(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
+SQLWCHAR* W(std::u16string& text) {
+    return reinterpret_cast<SQLWCHAR*>(text.data());
+}
 
 // The driver's UTF-16 text appended to `out` as UTF-8; a lone surrogate becomes U+FFFD.
 void AppendUtf8(const SQLWCHAR* units, std::size_t count, std::string& out) {
@@ -38,7 +40,7 @@ std::string Narrow(const SQLWCHAR* units, std::size_t count) {
 }
 
 class Handle {
-public:
+  public:
     Handle() = default;
     Handle(SQLSMALLINT type, SQLHANDLE parent) : type_(type) {
         if (!SQL_SUCCEEDED(SQLAllocHandle(type, parent, &h_))) {
@@ -67,7 +69,7 @@ public:
         h_ = SQL_NULL_HANDLE;
     }
 
-private:
+  private:
     SQLSMALLINT type_ = 0;
     SQLHANDLE h_ = SQL_NULL_HANDLE;
 };
@@ -92,8 +94,8 @@ std::vector<Diagnostic> Diagnostics(SQLSMALLINT type, SQLHANDLE h) {
                                 static_cast<SQLSMALLINT>(message.size()), &length);
         }
         if (!SQL_SUCCEEDED(rc)) break;
-        const std::size_t n = std::min<std::size_t>(static_cast<std::size_t>(std::max<SQLSMALLINT>(length, 0)),
-                                                    message.size() - 1);
+        const std::size_t n = std::min<std::size_t>(
+            static_cast<std::size_t>(std::max<SQLSMALLINT>(length, 0)), message.size() - 1);
         out.push_back({Narrow(state, 5), Narrow(message.data(), n)});
     }
     return out;
@@ -118,7 +120,8 @@ void Check(SQLRETURN rc, const Handle& h, std::string_view what, std::string_vie
 std::shared_ptr<Handle> Environment() {
     static std::weak_ptr<Handle> cached;
     if (auto env = cached.lock()) return env;
-    auto env = std::make_shared<Handle>(static_cast<SQLSMALLINT>(SQL_HANDLE_ENV), static_cast<SQLHANDLE>(nullptr));
+    auto env = std::make_shared<Handle>(static_cast<SQLSMALLINT>(SQL_HANDLE_ENV),
+                                        static_cast<SQLHANDLE>(nullptr));
     SQLSetEnvAttr(env->get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
     cached = env;
     return env;
@@ -126,33 +129,56 @@ std::shared_ptr<Handle> Environment() {
 
 int AdoTypeOf(SQLSMALLINT sqlType) {
     switch (sqlType) {
-        case SQL_CHAR: return ado::kChar;
-        case SQL_VARCHAR: return ado::kVarChar;
-        case SQL_LONGVARCHAR: return ado::kLongVarChar;
-        case SQL_WCHAR: return ado::kWChar;
-        case SQL_WVARCHAR: return ado::kVarWChar;
-        case SQL_WLONGVARCHAR: return ado::kLongVarWChar;
-        case SQL_DECIMAL: return ado::kDecimal;
-        case SQL_NUMERIC: return ado::kNumeric;
-        case SQL_SMALLINT: return ado::kSmallInt;
-        case SQL_INTEGER: return ado::kInteger;
-        case SQL_REAL: return ado::kSingle;
+        case SQL_CHAR:
+            return ado::kChar;
+        case SQL_VARCHAR:
+            return ado::kVarChar;
+        case SQL_LONGVARCHAR:
+            return ado::kLongVarChar;
+        case SQL_WCHAR:
+            return ado::kWChar;
+        case SQL_WVARCHAR:
+            return ado::kVarWChar;
+        case SQL_WLONGVARCHAR:
+            return ado::kLongVarWChar;
+        case SQL_DECIMAL:
+            return ado::kDecimal;
+        case SQL_NUMERIC:
+            return ado::kNumeric;
+        case SQL_SMALLINT:
+            return ado::kSmallInt;
+        case SQL_INTEGER:
+            return ado::kInteger;
+        case SQL_REAL:
+            return ado::kSingle;
         case SQL_FLOAT:
-        case SQL_DOUBLE: return ado::kDouble;
-        case SQL_BIT: return ado::kBoolean;
-        case SQL_TINYINT: return ado::kTinyInt;
-        case SQL_BIGINT: return ado::kBigInt;
-        case SQL_BINARY: return ado::kBinary;
-        case SQL_VARBINARY: return ado::kVarBinary;
-        case SQL_LONGVARBINARY: return ado::kLongVarBinary;
+        case SQL_DOUBLE:
+            return ado::kDouble;
+        case SQL_BIT:
+            return ado::kBoolean;
+        case SQL_TINYINT:
+            return ado::kTinyInt;
+        case SQL_BIGINT:
+            return ado::kBigInt;
+        case SQL_BINARY:
+            return ado::kBinary;
+        case SQL_VARBINARY:
+            return ado::kVarBinary;
+        case SQL_LONGVARBINARY:
+            return ado::kLongVarBinary;
         case SQL_TYPE_DATE:
-        case SQL_DATE: return ado::kDBDate;
+        case SQL_DATE:
+            return ado::kDBDate;
         case SQL_TYPE_TIME:
-        case SQL_TIME: return ado::kDBTime;
+        case SQL_TIME:
+            return ado::kDBTime;
         case SQL_TYPE_TIMESTAMP:
-        case SQL_TIMESTAMP: return ado::kDBTimeStamp;
-        case SQL_GUID: return ado::kGUID;
-        default: return ado::kVarWChar;  // anything else is read as text
+        case SQL_TIMESTAMP:
+            return ado::kDBTimeStamp;
+        case SQL_GUID:
+            return ado::kGUID;
+        default:
+            return ado::kVarWChar;  // anything else is read as text
     }
 }
 
@@ -161,8 +187,8 @@ enum class Fetch { Int, Bool, Double, Numeric, Timestamp, Time, Text, Binary };
 struct Column {
     Fetch fetch = Fetch::Text;
     SQLSMALLINT cType = SQL_C_WCHAR;
-    SQLLEN width = 0;     // bytes of one element
-    bool long_ = false;   // read in chunks by SQLGetData
+    SQLLEN width = 0;    // bytes of one element
+    bool long_ = false;  // read in chunks by SQLGetData
     bool bound = false;
     std::vector<unsigned char> data;
     std::vector<SQLLEN> ind;
@@ -231,42 +257,43 @@ struct Parameters {
             SQLRETURN rc;
             if (v.isNull()) {
                 ind[i] = SQL_NULL_DATA;
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 1, 0,
-                                      nullptr, 0, &ind[i]);
+                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 1,
+                                      0, nullptr, 0, &ind[i]);
             } else if (v.isInteger()) {
                 ints.push_back(v.integer());
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_SBIGINT, SQL_BIGINT, 0, 0,
-                                      &ints.back(), 0, &ind[i]);
+                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_SBIGINT, SQL_BIGINT, 0,
+                                      0, &ints.back(), 0, &ind[i]);
             } else if (v.isReal()) {
                 reals.push_back(v.real());
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_DOUBLE, SQL_DOUBLE, 0, 0,
-                                      &reals.back(), 0, &ind[i]);
+                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_DOUBLE, SQL_DOUBLE, 0,
+                                      0, &reals.back(), 0, &ind[i]);
             } else if (v.isText()) {
                 texts.push_back(Utf8ToUtf16(v.text()));
                 std::u16string& t = texts.back();
                 ind[i] = static_cast<SQLLEN>(t.size() * sizeof(SQLWCHAR));
                 const SQLULEN size = std::max<SQLULEN>(t.size(), 1);
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_WCHAR,
-                                      size > static_cast<SQLULEN>(kLongColumnChars) ? SQL_WLONGVARCHAR : SQL_WVARCHAR,
-                                      size, 0, W(t), ind[i], &ind[i]);
+                rc = SQLBindParameter(
+                    stmt.get(), n, SQL_PARAM_INPUT, SQL_C_WCHAR,
+                    size > static_cast<SQLULEN>(kLongColumnChars) ? SQL_WLONGVARCHAR : SQL_WVARCHAR,
+                    size, 0, W(t), ind[i], &ind[i]);
             } else {
                 const store::Blob& b = v.blob();
                 ind[i] = static_cast<SQLLEN>(b.size());
                 const SQLULEN size = std::max<SQLULEN>(b.size(), 1);
-                rc = SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_BINARY,
-                                      size > kMaxBoundBinary ? SQL_LONGVARBINARY : SQL_VARBINARY, size,
-                                      0, const_cast<std::uint8_t*>(b.data()), ind[i], &ind[i]);
+                rc =
+                    SQLBindParameter(stmt.get(), n, SQL_PARAM_INPUT, SQL_C_BINARY,
+                                     size > kMaxBoundBinary ? SQL_LONGVARBINARY : SQL_VARBINARY,
+                                     size, 0, const_cast<std::uint8_t*>(b.data()), ind[i], &ind[i]);
             }
             Check(rc, stmt, "BindParameter", secret);
         }
     }
 };
 
-
 class OdbcCursor : public RowCursor {
-public:
-    OdbcCursor(std::shared_ptr<OdbcConnection> owner, Handle stmt, Parameters params, SQLSMALLINT columns,
-               int maxRows)
+  public:
+    OdbcCursor(std::shared_ptr<OdbcConnection> owner, Handle stmt, Parameters params,
+               SQLSMALLINT columns, int maxRows)
         : owner_(std::move(owner)), params_(std::move(params)), stmt_(std::move(stmt)) {
         Describe(columns);
         Bind(maxRows);
@@ -359,13 +386,14 @@ public:
             }
             case Fetch::Binary:
                 cell.kind = CellKind::Blob;
-                cell.bytes = std::string_view(reinterpret_cast<const char*>(p), static_cast<std::size_t>(ind));
+                cell.bytes = std::string_view(reinterpret_cast<const char*>(p),
+                                              static_cast<std::size_t>(ind));
                 break;
         }
         return cell;
     }
 
-private:
+  private:
     void Describe(SQLSMALLINT count) {
         for (SQLSMALLINT i = 1; i <= count; ++i) {
             std::vector<SQLWCHAR> name(256);
@@ -383,7 +411,7 @@ private:
             Check(rc, stmt_, "Describe", owner_->secret());
             FieldInfo f;
             f.name = Narrow(name.data(), std::min<std::size_t>(static_cast<std::size_t>(nameLength),
-                                                                name.size() - 1));
+                                                               name.size() - 1));
             f.type = AdoTypeOf(sqlType);
             Column c;
             switch (sqlType) {
@@ -417,15 +445,18 @@ private:
                     break;
                 case SQL_TYPE_TIME:
                 case SQL_TIME:
-                    c.fetch = Fetch::Time, c.cType = SQL_C_TYPE_TIME, c.width = sizeof(SQL_TIME_STRUCT);
+                    c.fetch = Fetch::Time, c.cType = SQL_C_TYPE_TIME,
+                    c.width = sizeof(SQL_TIME_STRUCT);
                     break;
                 case SQL_BINARY:
                 case SQL_VARBINARY:
                 case SQL_LONGVARBINARY:
                     c.fetch = Fetch::Binary, c.cType = SQL_C_BINARY;
                     f.definedSize = static_cast<std::int64_t>(size);
-                    if (sqlType == SQL_LONGVARBINARY || size == 0 || size > kMaxBoundBinary) c.long_ = true;
-                    else c.width = static_cast<SQLLEN>(size);
+                    if (sqlType == SQL_LONGVARBINARY || size == 0 || size > kMaxBoundBinary)
+                        c.long_ = true;
+                    else
+                        c.width = static_cast<SQLLEN>(size);
                     break;
                 default:
                     c.fetch = Fetch::Text, c.cType = SQL_C_WCHAR;
@@ -434,7 +465,8 @@ private:
                         size > static_cast<SQLULEN>(kLongColumnChars)) {
                         c.long_ = true;
                         if (f.type == ado::kVarChar) f.type = ado::kLongVarChar;
-                        if (f.type == ado::kVarWChar || f.type == ado::kWChar) f.type = ado::kLongVarWChar;
+                        if (f.type == ado::kVarWChar || f.type == ado::kWChar)
+                            f.type = ado::kLongVarWChar;
                     } else {
                         // Room for characters outside the BMP (two units each) and the terminator.
                         c.width = static_cast<SQLLEN>((2 * size + 1) * sizeof(SQLWCHAR));
@@ -453,18 +485,22 @@ private:
         for (Column& c : columns_) {
             if (c.long_) afterLong = true;
             c.bound = !c.long_ && !(afterLong && !owner_->getDataAnyColumn());
-            if (c.long_) hasUnbound_ = true;
-            else if (!c.bound) hasUnbound_ = true;
+            if (c.long_)
+                hasUnbound_ = true;
+            else if (!c.bound)
+                hasUnbound_ = true;
             if (c.bound) rowBytes += static_cast<std::size_t>(c.width) + sizeof(SQLLEN);
         }
         rows_ = 1;
         if (!hasUnbound_ && rowBytes > 0)
-            rows_ = std::clamp<std::size_t>(kBlockBytes / rowBytes, 1, static_cast<std::size_t>(maxRows));
+            rows_ = std::clamp<std::size_t>(kBlockBytes / rowBytes, 1,
+                                            static_cast<std::size_t>(maxRows));
         SQLHSTMT h = stmt_.get();
-        SQLSetStmtAttr(h, SQL_ATTR_ROW_BIND_TYPE, reinterpret_cast<SQLPOINTER>(SQL_BIND_BY_COLUMN), 0);
+        SQLSetStmtAttr(h, SQL_ATTR_ROW_BIND_TYPE, reinterpret_cast<SQLPOINTER>(SQL_BIND_BY_COLUMN),
+                       0);
         if (rows_ > 1) {
-            const SQLRETURN rc = SQLSetStmtAttr(h, SQL_ATTR_ROW_ARRAY_SIZE,
-                                                reinterpret_cast<SQLPOINTER>(rows_), 0);
+            const SQLRETURN rc =
+                SQLSetStmtAttr(h, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(rows_), 0);
             SQLULEN actual = 1;
             if (!SQL_SUCCEEDED(rc) ||
                 !SQL_SUCCEEDED(SQLGetStmtAttr(h, SQL_ATTR_ROW_ARRAY_SIZE, &actual, 0, nullptr)))
@@ -491,14 +527,15 @@ private:
         for (std::size_t i = 0; i < columns_.size(); ++i) {
             const Column& c = columns_[i];
             if (!c.bound || (c.fetch != Fetch::Text && c.fetch != Fetch::Binary)) continue;
-            const SQLLEN room = c.fetch == Fetch::Text ? c.width - static_cast<SQLLEN>(sizeof(SQLWCHAR)) : c.width;
+            const SQLLEN room =
+                c.fetch == Fetch::Text ? c.width - static_cast<SQLLEN>(sizeof(SQLWCHAR)) : c.width;
             for (std::size_t r = 0; r < fetched_; ++r) {
                 const SQLLEN ind = c.ind[r];
                 if (ind == SQL_NO_TOTAL || ind > room)
-                    throw Error(kErrDatabase,
-                                "The driver gave a value of column '" + fields_[i].name +
-                                    "' longer than the " + std::to_string(fields_[i].definedSize) +
-                                    " characters it declared for the column.");
+                    throw Error(kErrDatabase, "The driver gave a value of column '" +
+                                                  fields_[i].name + "' longer than the " +
+                                                  std::to_string(fields_[i].definedSize) +
+                                                  " characters it declared for the column.");
             }
         }
     }
@@ -531,7 +568,8 @@ private:
                 }
                 // A full chunk (more to come) holds its room less the terminator of text.
                 std::size_t got = text ? chunk.size() - sizeof(SQLWCHAR) : chunk.size();
-                if (rc == SQL_SUCCESS && ind != SQL_NO_TOTAL) got = std::min(got, static_cast<std::size_t>(ind));
+                if (rc == SQL_SUCCESS && ind != SQL_NO_TOTAL)
+                    got = std::min(got, static_cast<std::size_t>(ind));
                 if (text) {
                     const auto* w = reinterpret_cast<const char16_t*>(chunk.data());
                     units.append(w, got / sizeof(SQLWCHAR));
@@ -541,7 +579,8 @@ private:
                 if (rc == SQL_SUCCESS) break;
             }
             if (text && !c.longNull)
-                AppendUtf8(reinterpret_cast<const SQLWCHAR*>(units.data()), units.size(), c.longData);
+                AppendUtf8(reinterpret_cast<const SQLWCHAR*>(units.data()), units.size(),
+                           c.longData);
         }
     }
 
@@ -571,12 +610,15 @@ struct OdbcConnection::Handles {
 OdbcConnection::OdbcConnection(std::string connectString, std::string password)
     : Connection(std::move(connectString)), password_(std::move(password)) {}
 
-OdbcConnection::~OdbcConnection() { Close(); }
+OdbcConnection::~OdbcConnection() {
+    Close();
+}
 
 std::shared_ptr<OdbcConnection> OdbcConnection::Open(std::string connectString,
                                                      const std::string& odbcString,
                                                      std::string password) {
-    std::shared_ptr<OdbcConnection> c(new OdbcConnection(std::move(connectString), std::move(password)));
+    std::shared_ptr<OdbcConnection> c(
+        new OdbcConnection(std::move(connectString), std::move(password)));
     c->handles_ = std::make_unique<Handles>();
     Handles& h = *c->handles_;
     h.env = Environment();
@@ -588,19 +630,23 @@ std::shared_ptr<OdbcConnection> OdbcConnection::Open(std::string connectString,
                                            static_cast<SQLSMALLINT>(completed.size()),
                                            &completedLength, SQL_DRIVER_NOPROMPT);
     // The string may name its own password (a pass-through string): scrub that one as well.
-    const std::string secret = c->password_.empty() ? ParseConnectString(odbcString).password : c->password_;
+    const std::string secret =
+        c->password_.empty() ? ParseConnectString(odbcString).password : c->password_;
     if (!SQL_SUCCEEDED(rc)) RaiseOdbc(SQL_HANDLE_DBC, h.dbc.get(), "Connect", secret);
     h.connected = true;
     if (c->password_.empty()) c->password_ = secret;
     SQLUINTEGER extensions = 0;
-    if (SQL_SUCCEEDED(SQLGetInfo(h.dbc.get(), SQL_GETDATA_EXTENSIONS, &extensions, sizeof extensions, nullptr))) {
+    if (SQL_SUCCEEDED(SQLGetInfo(h.dbc.get(), SQL_GETDATA_EXTENSIONS, &extensions,
+                                 sizeof extensions, nullptr))) {
         c->getDataBlock_ = (extensions & SQL_GD_BLOCK) != 0;
         c->getDataAnyColumn_ = (extensions & SQL_GD_ANY_COLUMN) != 0;
     }
     return c;
 }
 
-bool OdbcConnection::IsOpen() const { return handles_ && handles_->connected; }
+bool OdbcConnection::IsOpen() const {
+    return handles_ && handles_->connected;
+}
 
 void OdbcConnection::Close() {
     if (!handles_) return;
@@ -622,20 +668,24 @@ std::unique_ptr<RowCursor> OdbcConnection::Run(std::string_view sql, const store
     if (params.empty()) {
         rc = SQLExecDirectW(stmt.get(), W(wide), static_cast<SQLINTEGER>(wide.size()));
     } else {
-        Check(SQLPrepareW(stmt.get(), W(wide), static_cast<SQLINTEGER>(wide.size())), stmt, "Prepare",
-              password_);
+        Check(SQLPrepareW(stmt.get(), W(wide), static_cast<SQLINTEGER>(wide.size())), stmt,
+              "Prepare", password_);
         bound.Bind(stmt, params, password_);
         rc = SQLExecute(stmt.get());
     }
     if (rc != SQL_NO_DATA) Check(rc, stmt, "Execute", password_);
     SQLSMALLINT columns = 0;
-    if (rc != SQL_NO_DATA) Check(SQLNumResultCols(stmt.get(), &columns), stmt, "Execute", password_);
+    if (rc != SQL_NO_DATA)
+        Check(SQLNumResultCols(stmt.get(), &columns), stmt, "Execute", password_);
     if (columns > 0)
-        return std::make_unique<OdbcCursor>(self, std::move(stmt), std::move(bound), columns, maxRowsPerFetch_);
+        return std::make_unique<OdbcCursor>(self, std::move(stmt), std::move(bound), columns,
+                                            maxRowsPerFetch_);
     if (recordsAffected) {
         SQLLEN count = -1;
-        if (rc == SQL_NO_DATA) count = 0;
-        else if (!SQL_SUCCEEDED(SQLRowCount(stmt.get(), &count))) count = -1;
+        if (rc == SQL_NO_DATA)
+            count = 0;
+        else if (!SQL_SUCCEEDED(SQLRowCount(stmt.get(), &count)))
+            count = -1;
         *recordsAffected = count;
     }
     return nullptr;

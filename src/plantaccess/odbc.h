@@ -17,7 +17,7 @@ namespace tb::plantaccess {
 inline constexpr std::int64_t kLongColumnChars = 4000;
 
 class OdbcConnection : public Connection {
-public:
+  public:
     // Connects with `odbcString` (no prompt). `connectString` is what the caller knows the
     // connection by; `password` is scrubbed from every message.
     static std::shared_ptr<OdbcConnection> Open(std::string connectString,
@@ -40,7 +40,7 @@ public:
 
     struct Handles;
 
-private:
+  private:
     OdbcConnection(std::string connectString, std::string password);
 
     std::unique_ptr<Handles> handles_;

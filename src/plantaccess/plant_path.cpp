@@ -15,7 +15,8 @@ namespace tb::plantaccess {
 
 std::string PlantPathSql(std::string_view table, std::string_view plantName) {
     return "SELECT Path FROM " + std::string(table) +
-           " WHERE Lower(Name)=" + SqlLiteral(store::ToLowerUnicode(plantName)) + " AND NOT Path IS NULL";
+           " WHERE Lower(Name)=" + SqlLiteral(store::ToLowerUnicode(plantName)) +
+           " AND NOT Path IS NULL";
 }
 
 std::string GetPlantPathText() {
@@ -25,7 +26,8 @@ std::string GetPlantPathText() {
     // attaches the site file under that name), by the connection's prefix on SQL Server.
     const std::string table = IsOracle() ? Settings().siteSchemaUser + ".T_RootItem"
                                          : GetFullTableName(site.prefix, "T_RootItem");
-    auto rs = AdoRead(PlantPathSql(table, Settings().sessionPlantName), site.connection, 3, true, 3);
+    auto rs =
+        AdoRead(PlantPathSql(table, Settings().sessionPlantName), site.connection, 3, true, 3);
     std::string path;
     if (!rs->Eof()) path = GetDBvalue(rs->Field("Path"));
     CloseAdoRecordset(rs);

@@ -21,12 +21,12 @@ struct Clause {
 };
 
 [[noreturn]] void BadFilter(std::string_view criteria, std::string_view why) {
-    throw Error(kErrBadArguments, "The filter \"" + std::string(criteria) + "\" cannot be used: " +
-                                      std::string(why));
+    throw Error(kErrBadArguments,
+                "The filter \"" + std::string(criteria) + "\" cannot be used: " + std::string(why));
 }
 
 class FilterParser {
-public:
+  public:
     FilterParser(std::string_view criteria, const Recordset& rs) : s_(criteria), rs_(rs) {}
 
     std::vector<std::vector<Clause>> Parse() {
@@ -45,13 +45,14 @@ public:
         return groups;
     }
 
-private:
+  private:
     void Skip() {
         while (i_ < s_.size() && (s_[i_] == ' ' || s_[i_] == '\t')) ++i_;
     }
     bool AtEnd() const { return i_ >= s_.size(); }
     bool Keyword(std::string_view word) {
-        if (s_.size() - i_ < word.size() + 1 || !IEquals(s_.substr(i_, word.size()), word)) return false;
+        if (s_.size() - i_ < word.size() + 1 || !IEquals(s_.substr(i_, word.size()), word))
+            return false;
         const char after = s_[i_ + word.size()];
         if (after != ' ' && after != '\t' && after != '(') return false;
         i_ += word.size();
@@ -77,14 +78,22 @@ private:
         if (!field) BadFilter(s_, "there is no field \"" + name + "\"");
         c.field = *field;
         Skip();
-        if (Keyword("LIKE")) c.op = Op::Like;
-        else if (s_.substr(i_, 2) == "<>") c.op = Op::Ne, i_ += 2;
-        else if (s_.substr(i_, 2) == "<=") c.op = Op::Le, i_ += 2;
-        else if (s_.substr(i_, 2) == ">=") c.op = Op::Ge, i_ += 2;
-        else if (s_.substr(i_, 1) == "=") c.op = Op::Eq, i_ += 1;
-        else if (s_.substr(i_, 1) == "<") c.op = Op::Lt, i_ += 1;
-        else if (s_.substr(i_, 1) == ">") c.op = Op::Gt, i_ += 1;
-        else BadFilter(s_, "an operator is missing after \"" + name + "\"");
+        if (Keyword("LIKE"))
+            c.op = Op::Like;
+        else if (s_.substr(i_, 2) == "<>")
+            c.op = Op::Ne, i_ += 2;
+        else if (s_.substr(i_, 2) == "<=")
+            c.op = Op::Le, i_ += 2;
+        else if (s_.substr(i_, 2) == ">=")
+            c.op = Op::Ge, i_ += 2;
+        else if (s_.substr(i_, 1) == "=")
+            c.op = Op::Eq, i_ += 1;
+        else if (s_.substr(i_, 1) == "<")
+            c.op = Op::Lt, i_ += 1;
+        else if (s_.substr(i_, 1) == ">")
+            c.op = Op::Gt, i_ += 1;
+        else
+            BadFilter(s_, "an operator is missing after \"" + name + "\"");
         Skip();
         if (!AtEnd() && s_[i_] == '\'') {
             ++i_;
@@ -136,20 +145,27 @@ bool Holds(const Clause& c, const store::Value& v) {
         cmp = d < c.number ? -1 : (d > c.number ? 1 : 0);
     }
     switch (c.op) {
-        case Op::Eq: return cmp == 0;
-        case Op::Ne: return cmp != 0;
-        case Op::Lt: return cmp < 0;
-        case Op::Gt: return cmp > 0;
-        case Op::Le: return cmp <= 0;
-        case Op::Ge: return cmp >= 0;
-        case Op::Like: break;
+        case Op::Eq:
+            return cmp == 0;
+        case Op::Ne:
+            return cmp != 0;
+        case Op::Lt:
+            return cmp < 0;
+        case Op::Gt:
+            return cmp > 0;
+        case Op::Le:
+            return cmp <= 0;
+        case Op::Ge:
+            return cmp >= 0;
+        case Op::Like:
+            break;
     }
     return false;
 }
 
 // The visible rows of a recordset as a cursor.
 class RecordsetCursor : public RowCursor {
-public:
+  public:
     RecordsetCursor(const std::vector<FieldInfo>& fields, const std::vector<store::Row>& rows,
                     const std::vector<std::size_t>& visible)
         : fields_(fields), rows_(rows), visible_(visible) {}
@@ -162,16 +178,20 @@ public:
     Cell Get(int column) const override {
         const store::Value& v = rows_[visible_[at_]][static_cast<std::size_t>(column)];
         Cell cell;
-        if (v.isInteger()) cell.kind = CellKind::Integer, cell.integer = v.integer();
-        else if (v.isReal()) cell.kind = CellKind::Real, cell.real = v.real();
-        else if (v.isText()) cell.kind = CellKind::Text, cell.bytes = v.text();
+        if (v.isInteger())
+            cell.kind = CellKind::Integer, cell.integer = v.integer();
+        else if (v.isReal())
+            cell.kind = CellKind::Real, cell.real = v.real();
+        else if (v.isText())
+            cell.kind = CellKind::Text, cell.bytes = v.text();
         else if (v.isBlob())
             cell.kind = CellKind::Blob,
-            cell.bytes = std::string_view(reinterpret_cast<const char*>(v.blob().data()), v.blob().size());
+            cell.bytes =
+                std::string_view(reinterpret_cast<const char*>(v.blob().data()), v.blob().size());
         return cell;
     }
 
-private:
+  private:
     const std::vector<FieldInfo>& fields_;
     const std::vector<store::Row>& rows_;
     const std::vector<std::size_t>& visible_;
@@ -206,9 +226,11 @@ std::unique_ptr<Recordset> Recordset::Read(RowCursor& cursor) {
             integer |= r[i].isInteger();
             blob |= r[i].isBlob();
         }
-        fields[i].type = text ? ado::kVarWChar
-                              : blob ? ado::kLongVarBinary
-                                     : real ? ado::kDouble : integer ? ado::kInteger : ado::kVarWChar;
+        fields[i].type = text      ? ado::kVarWChar
+                         : blob    ? ado::kLongVarBinary
+                         : real    ? ado::kDouble
+                         : integer ? ado::kInteger
+                                   : ado::kVarWChar;
     }
     return std::make_unique<Recordset>(std::move(fields), std::move(rows));
 }
@@ -237,15 +259,21 @@ void Recordset::MoveFirst() {
 
 void Recordset::MoveNext() {
     RequireOpen();
-    if (Eof()) throw Error(kErrNoCurrentRecord, "Either BOF or EOF is True, or the current record has been deleted.");
-    if (before_) before_ = false;
-    else ++pos_;
+    if (Eof())
+        throw Error(kErrNoCurrentRecord,
+                    "Either BOF or EOF is True, or the current record has been deleted.");
+    if (before_)
+        before_ = false;
+    else
+        ++pos_;
 }
 
 void Recordset::MovePrevious() {
     RequireOpen();
-    if (pos_ == 0) before_ = true;
-    else --pos_;
+    if (pos_ == 0)
+        before_ = true;
+    else
+        --pos_;
 }
 
 void Recordset::MoveLast() {
@@ -265,15 +293,19 @@ const store::Row& Recordset::CurrentRow() const {
 const store::Value& Recordset::Field(std::string_view name) const {
     const auto i = FindField(name);
     if (!i)
-        throw Error(kErrItemNotFound, "Item cannot be found in the collection corresponding to the "
-                                      "requested name or ordinal: " + std::string(name));
+        throw Error(kErrItemNotFound,
+                    "Item cannot be found in the collection corresponding to the "
+                    "requested name or ordinal: " +
+                        std::string(name));
     return CurrentRow()[static_cast<std::size_t>(*i)];
 }
 
 const store::Value& Recordset::Field(int index) const {
     if (index < 0 || static_cast<std::size_t>(index) >= fields_.size())
-        throw Error(kErrItemNotFound, "Item cannot be found in the collection corresponding to the "
-                                      "requested name or ordinal: " + std::to_string(index));
+        throw Error(kErrItemNotFound,
+                    "Item cannot be found in the collection corresponding to the "
+                    "requested name or ordinal: " +
+                        std::to_string(index));
     return CurrentRow()[static_cast<std::size_t>(index)];
 }
 
@@ -309,6 +341,8 @@ std::unique_ptr<RowCursor> Recordset::Cursor() const {
     return std::make_unique<RecordsetCursor>(fields_, rows_, visible_);
 }
 
-std::string GetDBvalue(const store::Value& value) { return value.ToText(); }
+std::string GetDBvalue(const store::Value& value) {
+    return value.ToText();
+}
 
 }  // namespace tb::plantaccess

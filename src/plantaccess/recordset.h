@@ -22,7 +22,7 @@ inline constexpr long kErrNoCurrentRecord = 3021;
 inline constexpr long kErrBadArguments = 3001;
 
 class Recordset {
-public:
+  public:
     // A closed recordset.
     Recordset() = default;
     Recordset(std::vector<FieldInfo> fields, std::vector<store::Row> rows);
@@ -58,7 +58,7 @@ public:
     // The visible rows as a cursor (for the copy into the store); valid while the recordset is.
     std::unique_ptr<RowCursor> Cursor() const;
 
-private:
+  private:
     void RequireOpen() const;
 
     std::vector<FieldInfo> fields_;

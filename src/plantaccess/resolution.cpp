@@ -9,10 +9,10 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "common/write_guard.h"
-#include "platform/platform.h"
 #include "plantaccess/ado.h"
 #include "plantaccess/connect_string.h"
 #include "plantaccess/session.h"
+#include "platform/platform.h"
 #include "shell/manager_ini.h"
 #include "shell/passwords.h"
 #include "shell/program_settings.h"
@@ -27,7 +27,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view kManagerSection = "SmartPlant Manager";
-constexpr std::string_view kSchemaColumns = "SELECT SP_schema_type,Username,data_base,dbserver FROM ";
+constexpr std::string_view kSchemaColumns =
+    "SELECT SP_schema_type,Username,data_base,dbserver FROM ";
 
 SchemaPasswordDialog& Dialog() {
     static SchemaPasswordDialog dialog;
@@ -40,7 +41,9 @@ std::string ManagerIniValue(std::string_view key) {
 
 // The plant client's root item id of the active plant. Without the client there is none: the
 // resolution finds the plant by its parent or by its name in T_RootItem instead.
-std::string InitSP_RootItemID() { return {}; }
+std::string InitSP_RootItemID() {
+    return {};
+}
 
 // The site's administrator password as the site holds it.
 std::string SiteSysPwd(std::string_view siteNode) {
@@ -67,39 +70,45 @@ struct SchemaRow {
 
 std::string KindName(int kind) {
     switch (kind) {
-        case kPlantSchema: return "plant data (SPPID)";
-        case kDictionarySchema: return "data dictionary (SPPIDDATA_DICTIONARY)";
-        default: return "plant structure (SPAPLANT)";
+        case kPlantSchema:
+            return "plant data (SPPID)";
+        case kDictionarySchema:
+            return "data dictionary (SPPIDDATA_DICTIONARY)";
+        default:
+            return "plant structure (SPAPLANT)";
     }
 }
 
 }  // namespace
 
-std::string SchemaRowsSql(std::string_view p, std::string_view rootItemId, std::string_view plantName) {
+std::string SchemaRowsSql(std::string_view p, std::string_view rootItemId,
+                          std::string_view plantName) {
     const std::string prefix(p);
     if (!rootItemId.empty()) {
         const std::string r = SqlLiteral(rootItemId);
-        return std::string(kSchemaColumns) + prefix + "T_DB_DATA WHERE SP_RootItemID =" + r + " UNION " +
-               std::string(kSchemaColumns) + prefix +
+        return std::string(kSchemaColumns) + prefix + "T_DB_DATA WHERE SP_RootItemID =" + r +
+               " UNION " + std::string(kSchemaColumns) + prefix +
                "T_DB_DATA WHERE UPPER(SP_schema_type)='SPPIDDATA_DICTIONARY' AND SP_RootItemID IN "
                "(SELECT SP_PARENTROOTITEMID FROM " +
                prefix + "T_RootItem WHERE SP_ID =" + r + ")";
     }
     const std::string n = SqlLiteral(store::ToLowerUnicode(plantName));
-    return std::string(kSchemaColumns) + prefix + "T_DB_DATA WHERE SP_RootItemID IN (SELECT SP_ID FROM " +
-           prefix + "T_RootItem WHERE Lower(name)=" + n + ")" + " UNION " + std::string(kSchemaColumns) +
+    return std::string(kSchemaColumns) + prefix +
+           "T_DB_DATA WHERE SP_RootItemID IN (SELECT SP_ID FROM " + prefix +
+           "T_RootItem WHERE Lower(name)=" + n + ")" + " UNION " + std::string(kSchemaColumns) +
            prefix +
            "T_DB_DATA WHERE UPPER(SP_schema_type)='SPPIDDATA_DICTIONARY' AND SP_RootItemID IN "
            "(SELECT SP_PARENTROOTITEMID FROM " +
            prefix + "T_RootItem WHERE Lower(name)=" + n + ")";
 }
 
-std::string RootItemIdSql(std::string_view p, std::string_view parentPlant, std::string_view plantName) {
+std::string RootItemIdSql(std::string_view p, std::string_view parentPlant,
+                          std::string_view plantName) {
     const std::string prefix(p);
-    return "SELECT SP_ID FROM " + prefix + "T_RootItem WHERE Lower(name)=" +
-           SqlLiteral(store::ToLowerUnicode(plantName)) + " and SP_PARENTROOTITEMID in " +
-           "(SELECT SP_ID FROM " + prefix + "T_RootItem WHERE Lower(name)=" +
-           SqlLiteral(store::ToLowerUnicode(parentPlant)) + ")";
+    return "SELECT SP_ID FROM " + prefix +
+           "T_RootItem WHERE Lower(name)=" + SqlLiteral(store::ToLowerUnicode(plantName)) +
+           " and SP_PARENTROOTITEMID in " + "(SELECT SP_ID FROM " + prefix +
+           "T_RootItem WHERE Lower(name)=" + SqlLiteral(store::ToLowerUnicode(parentPlant)) + ")";
 }
 
 std::string ActiveWsSiteSql(std::string_view prefix) {
@@ -110,8 +119,10 @@ void RegisterSiteInputs(const fs::path& siteIni) {
     if (siteIni.empty()) return;
     RegisterRunPath(siteIni, RunPathRole::Input, "site ini file");
     const IniDocument ini = IniDocument::Load(siteIni);
-    if (DialectOfDbType(ini.Get("SITESCHEMA", "DBTYPE").value_or("ORACLE")) != Dialect::Sqlite) return;
-    const std::string folder = SqliteFolder(ini.Get("SITESCHEMA", "DBSERVER").value_or(""), siteIni);
+    if (DialectOfDbType(ini.Get("SITESCHEMA", "DBTYPE").value_or("ORACLE")) != Dialect::Sqlite)
+        return;
+    const std::string folder =
+        SqliteFolder(ini.Get("SITESCHEMA", "DBSERVER").value_or(""), siteIni);
     std::error_code ec;
     fs::directory_iterator it(folder.empty() ? fs::path(".") : fs::path(folder), ec), end;
     for (; !ec && it != end; it.increment(ec))
@@ -127,7 +138,8 @@ void PIDReadBegin(std::string& plantName, std::string& siteNode, bool) {
 
 std::string GetActiveParentPlant() {
     const shell::RunState& run = shell::CurrentRun();
-    return run.activeParentPlant.empty() ? ManagerIniValue("ActiveParentPlant") : run.activeParentPlant;
+    return run.activeParentPlant.empty() ? ManagerIniValue("ActiveParentPlant")
+                                         : run.activeParentPlant;
 }
 
 bool UseSiteSysPassword() {
@@ -135,7 +147,9 @@ bool UseSiteSysPassword() {
            shell::ProgramSetting("DatabaseConfig", "0") != "1";
 }
 
-bool UseMsdaora() { return shell::ProgramFlag("MSDAORA"); }
+bool UseMsdaora() {
+    return shell::ProgramFlag("MSDAORA");
+}
 
 std::string GetStoredSchemaPassword(std::string_view user) {
     if (user.empty()) return {};
@@ -143,8 +157,9 @@ std::string GetStoredSchemaPassword(std::string_view user) {
 }
 
 void SaveSchemaPasswords(std::string_view user1, std::string_view password1, std::string_view user2,
-                         std::string_view password2, std::string_view user3, std::string_view password3,
-                         std::string_view user4, std::string_view password4) {
+                         std::string_view password2, std::string_view user3,
+                         std::string_view password3, std::string_view user4,
+                         std::string_view password4) {
     const fs::path general = shell::GetGeneralFile();
     const std::pair<std::string_view, std::string_view> pairs[] = {
         {user1, password1}, {user2, password2}, {user3, password3}, {user4, password4}};
@@ -154,11 +169,14 @@ void SaveSchemaPasswords(std::string_view user1, std::string_view password1, std
     }
 }
 
-void SetSchemaPasswordDialog(SchemaPasswordDialog dialog) { Dialog() = std::move(dialog); }
+void SetSchemaPasswordDialog(SchemaPasswordDialog dialog) {
+    Dialog() = std::move(dialog);
+}
 
 std::string GetRootItemId(const ConnectionPtr& connection, std::string_view schemaUser,
                           std::string_view parentPlant, std::string_view plantName) {
-    const std::string prefix = IsOracle() ? SqlName(CurrentDialect(), schemaUser) + "." : std::string();
+    const std::string prefix =
+        IsOracle() ? SqlName(CurrentDialect(), schemaUser) + "." : std::string();
     try {
         auto rs = AdoRead(RootItemIdSql(prefix, parentPlant, plantName), connection, 3, true, 3);
         std::string id;
@@ -184,7 +202,8 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
         std::string rootItemId = InitSP_RootItemID();
 
         step = 2;
-        if (TrimSpace(siteNode).empty()) Raise("Site node is not defined in SmartPlant P&ID Drawing Manager.");
+        if (TrimSpace(siteNode).empty())
+            Raise("Site node is not defined in SmartPlant P&ID Drawing Manager.");
         const auto siteIni = platform::FindFileIgnoringCase(siteNode);
         if (!siteIni) Raise("Site Ini " + siteNode + " does not exist.");
         const IniDocument ini = IniDocument::Load(*siteIni);
@@ -214,7 +233,8 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
             if (adminUser.empty()) adminUser = dbaUser;
             adminPassword = shell::ReadStoredPassword(general, "DB", digest, true).value_or("");
             if (adminPassword.empty())
-                adminPassword = shell::ReadStoredPassword(general, "DB", "Password", true).value_or("");
+                adminPassword =
+                    shell::ReadStoredPassword(general, "DB", "Password", true).value_or("");
             if (adminPassword.empty() && !credentialsOnly)
                 Raise("Database password is empty. Please define it in the settings.");
             if (credentialsOnly) return;
@@ -230,7 +250,8 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
 
         step = 6;
         if (dialect == Dialect::Oracle) {
-            next.siteConnectString = OracleConnectString(provider, dbServer, adminUser, adminPassword);
+            next.siteConnectString =
+                OracleConnectString(provider, dbServer, adminUser, adminPassword);
             site = OpenConnection(next.siteConnectString);
             site->Execute(AlterSessionSql(uid));
         } else if (dialect == Dialect::Sqlite) {
@@ -239,16 +260,16 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
         } else {
             const std::string dbName = siteValue("SQLSERVER_DBNAME");
             next.sqlServerFirstPair = std::string(kSqlServerDriverPair);
-            next.siteConnectString =
-                SqlServerConnectString(next.sqlServerFirstPair, dbServer, dbName, adminUser, adminPassword);
+            next.siteConnectString = SqlServerConnectString(next.sqlServerFirstPair, dbServer,
+                                                            dbName, adminUser, adminPassword);
             try {
                 site = OpenConnection(next.siteConnectString);
             } catch (const Error& e) {
                 if (IFind(e.description(), "SSL") == std::string::npos)
                     throw Error(e.number(), e.description());
                 next.sqlServerFirstPair = std::string(kSqlServerProviderPair);
-                next.siteConnectString = SqlServerConnectString(next.sqlServerFirstPair, dbServer, dbName,
-                                                                adminUser, adminPassword);
+                next.siteConnectString = SqlServerConnectString(next.sqlServerFirstPair, dbServer,
+                                                                dbName, adminUser, adminPassword);
                 site = OpenConnection(next.siteConnectString);
             }
         }
@@ -262,7 +283,8 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
         }
 
         step = 8;
-        const std::string p = UsesOracleTexts(dialect) ? SqlName(dialect, uid) + "." : std::string();
+        const std::string p =
+            UsesOracleTexts(dialect) ? SqlName(dialect, uid) + "." : std::string();
         rs = AdoRead(SchemaRowsSql(p, rootItemId, plantName), site, 3, true, 3);
         if (rs->RecordCount() == 0 && !rootItemId.empty()) {
             rootItemId.clear();
@@ -270,11 +292,13 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
             rs = AdoRead(SchemaRowsSql(p, rootItemId, plantName), site, 3, true, 3);
         }
         if (rs->RecordCount() == 0)
-            LogLine("No schema of plant '" + plantName + "' is listed in T_DB_DATA of the site " + siteNode);
+            LogLine("No schema of plant '" + plantName + "' is listed in T_DB_DATA of the site " +
+                    siteNode);
 
         step = 9;
         SchemaRow rows[4];
-        constexpr std::string_view kKinds[4] = {"SPPID", "SPPIDDATA_DICTIONARY", "SPAPLANT", "REPSPAPLANT"};
+        constexpr std::string_view kKinds[4] = {"SPPID", "SPPIDDATA_DICTIONARY", "SPAPLANT",
+                                                "REPSPAPLANT"};
         for (int k = 0; k < 4; ++k) {
             rs->Filter("SP_schema_type='" + std::string(kKinds[k]) + "'");
             if (rs->RecordCount() == 0) continue;
@@ -286,8 +310,10 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
 
         step = 10;
         for (SchemaRow& r : rows) {
-            if (r.server.empty()) r.server = dbServer;
-            else if (dialect == Dialect::Sqlite) r.server = SqliteFolder(r.server, *siteIni);
+            if (r.server.empty())
+                r.server = dbServer;
+            else if (dialect == Dialect::Sqlite)
+                r.server = SqliteFolder(r.server, *siteIni);
         }
         SchemaRow& plant = rows[0];
         SchemaRow& dictionary = rows[1];
@@ -301,8 +327,8 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
         step = 11;
         if (dialect == Dialect::SqlServer) {
             const auto build = [&](const SchemaRow& r) {
-                return SqlServerConnectString(next.sqlServerFirstPair, r.server, r.database, adminUser,
-                                              adminPassword);
+                return SqlServerConnectString(next.sqlServerFirstPair, r.server, r.database,
+                                              adminUser, adminPassword);
             };
             next.adminConnectString = build(plant);
             next.plantConnectString = build(plant);
@@ -321,15 +347,18 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
             next.replicaConnectString = build(replica);
         } else {
             next.adminConnectString = next.siteConnectString;
-            const auto build = [&](const SchemaRow& r, std::string_view user, std::string_view password) {
+            const auto build = [&](const SchemaRow& r, std::string_view user,
+                                   std::string_view password) {
                 return OracleConnectString(provider, r.server, user, password);
             };
-            const auto buildAll = [&](std::string_view pw1, std::string_view pw2, std::string_view pw3,
-                                      std::string_view pw4, bool ownUsers) {
+            const auto buildAll = [&](std::string_view pw1, std::string_view pw2,
+                                      std::string_view pw3, std::string_view pw4, bool ownUsers) {
                 next.plantConnectString = build(plant, ownUsers ? plant.user : adminUser, pw1);
-                next.dictionaryConnectString = build(dictionary, ownUsers ? dictionary.user : adminUser, pw2);
+                next.dictionaryConnectString =
+                    build(dictionary, ownUsers ? dictionary.user : adminUser, pw2);
                 next.plantGroupConnectString = build(group, ownUsers ? group.user : adminUser, pw3);
-                next.replicaConnectString = build(replica, ownUsers ? replica.user : adminUser, pw4);
+                next.replicaConnectString =
+                    build(replica, ownUsers ? replica.user : adminUser, pw4);
             };
             if (IEquals(plant.server, dbServer)) {
                 buildAll(adminPassword, adminPassword, adminPassword, adminPassword, false);
@@ -347,7 +376,8 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
                         // Not again: a scheduled run must not lock the account by guessing.
                         IniWrite(general, "PWD", guessKey, std::string("0"));
                         LogLine("The schema user " + plant.user +
-                                " does not log in with its own name as password; this is not tried again.");
+                                " does not log in with its own name as password; this is not tried "
+                                "again.");
                     }
                 }
                 if (!resolved) {
@@ -365,24 +395,30 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
                         }
                     }
                     if (!resolved) {
-                        const std::array<std::string, 4> users = {plant.user, dictionary.user, group.user,
-                                                                  replica.user};
+                        const std::array<std::string, 4> users = {plant.user, dictionary.user,
+                                                                  group.user, replica.user};
                         if (!Dialog()) {
                             std::vector<std::string> missing, stored;
                             for (int k = 0; k < 4; ++k) {
                                 if (users[k].empty()) continue;
-                                if (pw[k].empty()) missing.push_back(users[k]);
-                                else if (k < 2) stored.push_back(users[k]);
+                                if (pw[k].empty())
+                                    missing.push_back(users[k]);
+                                else if (k < 2)
+                                    stored.push_back(users[k]);
                             }
                             if (!missing.empty())
                                 Raise("The passwords of the schema users " + Join(missing, ", ") +
-                                      " are missing, and this version has no password dialog to ask for them.");
+                                      " are missing, and this version has no password dialog to "
+                                      "ask for them.");
                             Raise("The stored passwords of the schema users " + Join(stored, ", ") +
-                                  " do not log in, and this version has no password dialog to ask for others.");
+                                  " do not log in, and this version has no password dialog to ask "
+                                  "for others.");
                         }
                         if (!Dialog()(users)) Raise("Canceled by user");
-                        buildAll(GetStoredSchemaPassword(plant.user), GetStoredSchemaPassword(dictionary.user),
-                                 GetStoredSchemaPassword(group.user), GetStoredSchemaPassword(replica.user), true);
+                        buildAll(GetStoredSchemaPassword(plant.user),
+                                 GetStoredSchemaPassword(dictionary.user),
+                                 GetStoredSchemaPassword(group.user),
+                                 GetStoredSchemaPassword(replica.user), true);
                     }
                 }
             }
@@ -425,8 +461,12 @@ ConnectionPtr Connect2PIDDB(std::string& plantName, int schemaKind, std::string&
         const PlantSettings& s = Settings();
         std::string connectString, schemaUser;
         switch (schemaKind) {
-            case kSiteSchema: connectString = s.siteConnectString, schemaUser = s.siteSchemaUser; break;
-            case kPlantSchema: connectString = s.plantConnectString, schemaUser = s.plantSchemaUser; break;
+            case kSiteSchema:
+                connectString = s.siteConnectString, schemaUser = s.siteSchemaUser;
+                break;
+            case kPlantSchema:
+                connectString = s.plantConnectString, schemaUser = s.plantSchemaUser;
+                break;
             case kDictionarySchema:
                 connectString = s.dictionaryConnectString, schemaUser = s.dictionarySchemaUser;
                 break;
@@ -437,7 +477,8 @@ ConnectionPtr Connect2PIDDB(std::string& plantName, int schemaKind, std::string&
                 else
                     connectString = s.plantGroupConnectString, schemaUser = s.plantGroupSchemaUser;
                 break;
-            default: break;
+            default:
+                break;
         }
         if (s.dialect == Dialect::Sqlite && schemaKind >= kPlantSchema && schemaKind <= 3 &&
             schemaUser.empty())
@@ -451,7 +492,8 @@ ConnectionPtr Connect2PIDDB(std::string& plantName, int schemaKind, std::string&
 
         step = 5;
         if (UsesOracleTexts(s.dialect)) {
-            if (alterSession && NeedsAlterSession(s.dialect)) c->Execute(AlterSessionSql(schemaUser));
+            if (alterSession && NeedsAlterSession(s.dialect))
+                c->Execute(AlterSessionSql(schemaUser));
             if (copyPlantName) plantNameOut = plantName;
         } else {
             prefixOut = SqlName(s.dialect, schemaUser) + ".";
@@ -470,8 +512,8 @@ PlantConnection Connect2PIDDB(int schemaKind, bool alterSession, bool forcePlant
     std::string plantName, plantNameOut, prefix;
     bool isOracle = false;
     PlantConnection out;
-    out.connection = Connect2PIDDB(plantName, schemaKind, plantNameOut, alterSession, false, isOracle,
-                                   prefix, forcePlantGroup);
+    out.connection = Connect2PIDDB(plantName, schemaKind, plantNameOut, alterSession, false,
+                                   isOracle, prefix, forcePlantGroup);
     out.prefix = prefix;
     return out;
 }

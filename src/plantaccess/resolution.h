@@ -20,9 +20,9 @@ namespace tb::plantaccess {
 
 // Schema kinds of Connect2PIDDB.
 inline constexpr int kSiteSchema = -1;
-inline constexpr int kPlantSchema = 0;        // SPPID
-inline constexpr int kDictionarySchema = 1;   // SPPIDDATA_DICTIONARY
-inline constexpr int kPlantGroupSchema = 2;   // SPAPLANT (or REPSPAPLANT), also 3
+inline constexpr int kPlantSchema = 0;       // SPPID
+inline constexpr int kDictionarySchema = 1;  // SPPIDDATA_DICTIONARY
+inline constexpr int kPlantGroupSchema = 2;  // SPAPLANT (or REPSPAPLANT), also 3
 
 // The plant and site node of this run. forceNew makes no difference here: the values are read
 // anew at every call.
@@ -54,7 +54,8 @@ struct PlantConnection {
     ConnectionPtr connection;
     std::string prefix;
 };
-PlantConnection Connect2PIDDB(int schemaKind, bool alterSession = true, bool forcePlantGroup = false);
+PlantConnection Connect2PIDDB(int schemaKind, bool alterSession = true,
+                              bool forcePlantGroup = false);
 
 // The id of the active WorkShare site, read through `connection`, else through the plant
 // structure schema; empty when neither has one.
@@ -67,10 +68,10 @@ std::string GetActiveParentPlant();
 // General.ini section "PWD": only an enciphered value counts.
 std::string GetStoredSchemaPassword(std::string_view user);
 // Stores each pair with both parts given; a user without password loses the stored one.
-void SaveSchemaPasswords(std::string_view user1, std::string_view password1,
-                         std::string_view user2, std::string_view password2,
-                         std::string_view user3, std::string_view password3,
-                         std::string_view user4, std::string_view password4);
+void SaveSchemaPasswords(std::string_view user1, std::string_view password1, std::string_view user2,
+                         std::string_view password2, std::string_view user3,
+                         std::string_view password3, std::string_view user4,
+                         std::string_view password4);
 
 // The site's own administrator password is used when the client version text is not below
 // "07.01.00.0339" and the program ini's "DatabaseConfig" is not "1".

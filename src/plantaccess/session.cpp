@@ -20,9 +20,13 @@ SessionState& State() {
 
 }  // namespace
 
-PlantSettings& Settings() { return State().settings; }
+PlantSettings& Settings() {
+    return State().settings;
+}
 
-bool IsOracle() { return UsesOracleTexts(State().settings.dialect); }
+bool IsOracle() {
+    return UsesOracleTexts(State().settings.dialect);
+}
 
 Dialect CurrentDialect() {
     return State().useCopyPlantDatabase ? Dialect::AccessCopy : State().settings.dialect;
@@ -33,15 +37,33 @@ void SetSessionConnection(ConnectionPtr connection, std::string path) {
     State().databasePath = std::move(path);
 }
 
-const ConnectionPtr& GetSessionConnection() { return State().connection; }
-const std::string& SessionDatabasePath() { return State().databasePath; }
-const std::string& SessionProjectName() { return State().projectName; }
-void SetSessionProjectName(std::string name) { State().projectName = std::move(name); }
-const std::string& SessionLastSql() { return State().lastSql; }
-void SetSessionLastSql(std::string sql) { State().lastSql = std::move(sql); }
-bool UseCopyPlantDatabase() { return State().useCopyPlantDatabase; }
-void SetUseCopyPlantDatabase(bool value) { State().useCopyPlantDatabase = value; }
+const ConnectionPtr& GetSessionConnection() {
+    return State().connection;
+}
+const std::string& SessionDatabasePath() {
+    return State().databasePath;
+}
+const std::string& SessionProjectName() {
+    return State().projectName;
+}
+void SetSessionProjectName(std::string name) {
+    State().projectName = std::move(name);
+}
+const std::string& SessionLastSql() {
+    return State().lastSql;
+}
+void SetSessionLastSql(std::string sql) {
+    State().lastSql = std::move(sql);
+}
+bool UseCopyPlantDatabase() {
+    return State().useCopyPlantDatabase;
+}
+void SetUseCopyPlantDatabase(bool value) {
+    State().useCopyPlantDatabase = value;
+}
 
-void ResetSession() { State() = SessionState{}; }
+void ResetSession() {
+    State() = SessionState{};
+}
 
 }  // namespace tb::plantaccess

@@ -44,7 +44,9 @@ Dialect CurrentDialect();
 // The default connection (as a rule the open extract) and the path of its file, set as a pair.
 void SetSessionConnection(ConnectionPtr connection, std::string path);
 const ConnectionPtr& GetSessionConnection();
-inline const ConnectionPtr& SessionConnection() { return GetSessionConnection(); }
+inline const ConnectionPtr& SessionConnection() {
+    return GetSessionConnection();
+}
 const std::string& SessionDatabasePath();
 
 const std::string& SessionProjectName();

@@ -23,7 +23,8 @@ void UnicodeCase(sqlite3_context* ctx, int, sqlite3_value** argv) {
         return;
     }
     const auto* p = reinterpret_cast<const char*>(sqlite3_value_text(argv[0]));
-    const std::string out = Convert(std::string_view(p ? p : "", static_cast<std::size_t>(sqlite3_value_bytes(argv[0]))));
+    const std::string out = Convert(
+        std::string_view(p ? p : "", static_cast<std::size_t>(sqlite3_value_bytes(argv[0]))));
     sqlite3_result_text(ctx, out.data(), static_cast<int>(out.size()), SQLITE_TRANSIENT);
 }
 
@@ -98,24 +99,32 @@ Cell SqliteCursor::Get(int column) const {
         case SQLITE_TEXT: {
             const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(st, column));
             cell.kind = CellKind::Text;
-            cell.bytes = std::string_view(p ? p : "", static_cast<std::size_t>(sqlite3_column_bytes(st, column)));
+            cell.bytes = std::string_view(
+                p ? p : "", static_cast<std::size_t>(sqlite3_column_bytes(st, column)));
             break;
         }
         case SQLITE_BLOB: {
             const auto* p = static_cast<const char*>(sqlite3_column_blob(st, column));
             cell.kind = CellKind::Blob;
-            cell.bytes = std::string_view(p ? p : "", static_cast<std::size_t>(sqlite3_column_bytes(st, column)));
+            cell.bytes = std::string_view(
+                p ? p : "", static_cast<std::size_t>(sqlite3_column_bytes(st, column)));
             break;
         }
-        default: break;
+        default:
+            break;
     }
     return cell;
 }
 
-SqlitePlantConnection::SqlitePlantConnection(std::string connectString, fs::path file, std::string schemaUser)
-    : Connection(std::move(connectString)), file_(std::move(file)), schemaUser_(std::move(schemaUser)) {}
+SqlitePlantConnection::SqlitePlantConnection(std::string connectString, fs::path file,
+                                             std::string schemaUser)
+    : Connection(std::move(connectString)),
+      file_(std::move(file)),
+      schemaUser_(std::move(schemaUser)) {}
 
-SqlitePlantConnection::~SqlitePlantConnection() { Close(); }
+SqlitePlantConnection::~SqlitePlantConnection() {
+    Close();
+}
 
 void SqlitePlantConnection::Setup(sqlite3* db) const {
     sqlite3_busy_timeout(db, 5000);
@@ -125,7 +134,8 @@ void SqlitePlantConnection::Setup(sqlite3* db) const {
     sqlite3_create_function_v2(db, "upper", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
                                UnicodeCase<store::ToUpperUnicode>, nullptr, nullptr, nullptr);
     // Touch the schema now, so that a file that is not a database fails here, naming the file.
-    if (sqlite3_exec(db, "SELECT count(*) FROM sqlite_schema", nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (sqlite3_exec(db, "SELECT count(*) FROM sqlite_schema", nullptr, nullptr, nullptr) !=
+        SQLITE_OK)
         throw Error(kErrDatabase, "The plant database file '" + file_.string() +
                                       "' cannot be read: " + sqlite3_errmsg(db));
     if (!IEquals(schemaUser_, "main") && !IEquals(schemaUser_, "temp"))
@@ -137,25 +147,30 @@ std::shared_ptr<SqlitePlantConnection> SqlitePlantConnection::Open(std::string c
                                                                    const fs::path& folder,
                                                                    const std::string& schemaUser) {
     if (TrimSpace(schemaUser).empty())
-        throw Error(kErrDatabase, "No schema user is given for the plant connection in the folder '" +
-                                      folder.string() + "'.");
+        throw Error(kErrDatabase,
+                    "No schema user is given for the plant connection in the folder '" +
+                        folder.string() + "'.");
     const fs::path file = PlantSchemaFile(folder, schemaUser);
     std::error_code ec;
     if (!fs::is_regular_file(file, ec))
-        throw Error(kErrDatabase, "The plant database file '" + file.string() + "' does not exist.");
+        throw Error(kErrDatabase,
+                    "The plant database file '" + file.string() + "' does not exist.");
     std::shared_ptr<SqlitePlantConnection> c(
         new SqlitePlantConnection(std::move(connectString), file, schemaUser));
     if (sqlite3_open_v2(ReadOnlyUri(file).c_str(), &c->db_,
-                        SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK) {
+                        SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX,
+                        nullptr) != SQLITE_OK) {
         const std::string why = c->db_ ? sqlite3_errmsg(c->db_) : "out of memory";
-        throw Error(kErrDatabase, "The plant database file '" + file.string() + "' cannot be opened: " + why);
+        throw Error(kErrDatabase,
+                    "The plant database file '" + file.string() + "' cannot be opened: " + why);
     }
     c->Setup(c->db_);
     return c;
 }
 
 store::Connection SqlitePlantConnection::OpenWritableTwin() const {
-    store::Connection twin(ReadOnlyUri(file_), SQLITE_OPEN_READWRITE | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX);
+    store::Connection twin(ReadOnlyUri(file_),
+                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX);
     Setup(twin.get());
     return twin;
 }
@@ -165,7 +180,8 @@ void SqlitePlantConnection::Close() {
     db_ = nullptr;
 }
 
-std::unique_ptr<RowCursor> SqlitePlantConnection::Run(std::string_view sql, const store::Row& params,
+std::unique_ptr<RowCursor> SqlitePlantConnection::Run(std::string_view sql,
+                                                      const store::Row& params,
                                                       std::int64_t* recordsAffected) {
     if (!db_) throw Error(kErrDatabase, "The connection is closed.");
     store::Statement st = PrepareOne(db_, sql, params);

@@ -4,12 +4,12 @@
 // name, so that both "T_DB_DATA" and the Oracle form "UID.T_DB_DATA" resolve. Files are never
 // created or written: a missing one is an error that names it.
 
+#include <sqlite3.h>
+
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
-
-#include <sqlite3.h>
 
 #include "plantaccess/connection.h"
 #include "store/sqlite.h"
@@ -17,14 +17,15 @@
 namespace tb::plantaccess {
 
 // The schema file of a user in a folder; a file whose name differs only in case counts.
-std::filesystem::path PlantSchemaFile(const std::filesystem::path& folder, std::string_view schemaUser);
+std::filesystem::path PlantSchemaFile(const std::filesystem::path& folder,
+                                      std::string_view schemaUser);
 // "file:<path>?mode=ro" with the characters a URI path cannot hold escaped.
 std::string ReadOnlyUri(const std::filesystem::path& file);
 
 // A RowCursor over a prepared SQLite statement; cells are read in place. Shared by the plant and
 // the store connections.
 class SqliteCursor : public RowCursor {
-public:
+  public:
     // `owner` is kept alive as long as the cursor. The first step has not been made.
     SqliteCursor(std::shared_ptr<Connection> owner, store::Statement statement);
     const std::vector<FieldInfo>& Fields() const override { return fields_; }
@@ -32,10 +33,10 @@ public:
     Cell Get(int column) const override;
     sqlite3_stmt* statement() const { return statement_.get(); }
 
-protected:
+  protected:
     std::vector<FieldInfo> fields_;
 
-private:
+  private:
     std::shared_ptr<Connection> owner_;
     store::Statement statement_;
     bool done_ = false;
@@ -45,7 +46,7 @@ private:
 store::Statement PrepareOne(sqlite3* db, std::string_view sql, const store::Row& params);
 
 class SqlitePlantConnection : public Connection {
-public:
+  public:
     static std::shared_ptr<SqlitePlantConnection> Open(std::string connectString,
                                                        const std::filesystem::path& folder,
                                                        const std::string& schemaUser);
@@ -66,8 +67,9 @@ public:
     // transfer.
     store::Connection OpenWritableTwin() const;
 
-private:
-    SqlitePlantConnection(std::string connectString, std::filesystem::path file, std::string schemaUser);
+  private:
+    SqlitePlantConnection(std::string connectString, std::filesystem::path file,
+                          std::string schemaUser);
     void Setup(sqlite3* db) const;
 
     sqlite3* db_ = nullptr;

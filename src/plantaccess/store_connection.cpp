@@ -9,7 +9,7 @@ namespace {
 
 // Fields typed by the catalogue where SQLite tells the origin of a column.
 class StoreCursor : public SqliteCursor {
-public:
+  public:
     StoreCursor(std::shared_ptr<Connection> owner, store::Statement st, const store::Store& store)
         : SqliteCursor(std::move(owner), std::move(st)) {
         sqlite3_stmt* s = statement();
@@ -35,21 +35,51 @@ FieldInfo FieldFromColumnType(std::string name, const store::ColumnType& type) {
     FieldInfo f;
     f.name = std::move(name);
     switch (type.jet) {
-        case JetType::Text: f.type = ado::kVarWChar, f.definedSize = type.width; break;
-        case JetType::Memo: f.type = ado::kLongVarWChar; break;
-        case JetType::Byte: f.type = ado::kUnsignedTinyInt; break;
-        case JetType::Integer: f.type = ado::kSmallInt; break;
-        case JetType::Long: f.type = ado::kInteger; break;
-        case JetType::Single: f.type = ado::kSingle; break;
-        case JetType::Double: f.type = ado::kDouble; break;
-        case JetType::Currency: f.type = ado::kCurrency; break;
-        case JetType::DateTime: f.type = ado::kDate; break;
-        case JetType::Boolean: f.type = ado::kBoolean; break;
-        case JetType::OLE: f.type = ado::kLongVarBinary; break;
-        case JetType::Binary: f.type = ado::kVarBinary; break;
-        case JetType::GUID: f.type = ado::kGUID; break;
-        case JetType::Numeric: f.type = ado::kNumeric; break;
-        default: f.type = ado::kVarWChar; break;
+        case JetType::Text:
+            f.type = ado::kVarWChar, f.definedSize = type.width;
+            break;
+        case JetType::Memo:
+            f.type = ado::kLongVarWChar;
+            break;
+        case JetType::Byte:
+            f.type = ado::kUnsignedTinyInt;
+            break;
+        case JetType::Integer:
+            f.type = ado::kSmallInt;
+            break;
+        case JetType::Long:
+            f.type = ado::kInteger;
+            break;
+        case JetType::Single:
+            f.type = ado::kSingle;
+            break;
+        case JetType::Double:
+            f.type = ado::kDouble;
+            break;
+        case JetType::Currency:
+            f.type = ado::kCurrency;
+            break;
+        case JetType::DateTime:
+            f.type = ado::kDate;
+            break;
+        case JetType::Boolean:
+            f.type = ado::kBoolean;
+            break;
+        case JetType::OLE:
+            f.type = ado::kLongVarBinary;
+            break;
+        case JetType::Binary:
+            f.type = ado::kVarBinary;
+            break;
+        case JetType::GUID:
+            f.type = ado::kGUID;
+            break;
+        case JetType::Numeric:
+            f.type = ado::kNumeric;
+            break;
+        default:
+            f.type = ado::kVarWChar;
+            break;
     }
     return f;
 }
@@ -57,7 +87,8 @@ FieldInfo FieldFromColumnType(std::string name, const store::ColumnType& type) {
 std::shared_ptr<StoreConnection> StoreConnection::Open(std::string connectString,
                                                        std::shared_ptr<store::Store> store) {
     if (!store) throw Error(kErrInternal, "No store to connect to.");
-    return std::shared_ptr<StoreConnection>(new StoreConnection(std::move(connectString), std::move(store)));
+    return std::shared_ptr<StoreConnection>(
+        new StoreConnection(std::move(connectString), std::move(store)));
 }
 
 store::Store& StoreConnection::store() const {

@@ -12,7 +12,7 @@
 namespace tb::plantaccess {
 
 class StoreConnection : public Connection {
-public:
+  public:
     static std::shared_ptr<StoreConnection> Open(std::string connectString,
                                                  std::shared_ptr<store::Store> store);
 
@@ -27,7 +27,7 @@ public:
     store::Store& store() const;
     const std::shared_ptr<store::Store>& storePtr() const { return store_; }
 
-private:
+  private:
     StoreConnection(std::string connectString, std::shared_ptr<store::Store> store)
         : Connection(std::move(connectString)), store_(std::move(store)) {}
 

@@ -27,38 +27,48 @@ enum class Target { Text, Long, Boolean, Double, Blob, Any };
 Target TargetOf(const ColumnType& t) {
     if (t.jet == JetType::Boolean) return Target::Boolean;
     switch (t.storage()) {
-        case store::Storage::Text: return Target::Text;
-        case store::Storage::Integer: return Target::Long;
-        case store::Storage::Real: return Target::Double;
-        case store::Storage::Binary: return Target::Blob;
+        case store::Storage::Text:
+            return Target::Text;
+        case store::Storage::Integer:
+            return Target::Long;
+        case store::Storage::Real:
+            return Target::Double;
+        case store::Storage::Binary:
+            return Target::Blob;
     }
     return Target::Any;
 }
 
 bool Fits32(std::int64_t v) {
-    return v >= std::numeric_limits<std::int32_t>::min() && v <= std::numeric_limits<std::int32_t>::max();
+    return v >= std::numeric_limits<std::int32_t>::min() &&
+           v <= std::numeric_limits<std::int32_t>::max();
 }
 
 std::string OverflowText(std::string_view table, std::string_view column, std::string_view value) {
     return "Column '" + std::string(column) + "' of table '" + std::string(table) +
-           "' holds whole numbers of 32 bits, but the plant gives the value " + std::string(value) + ".";
+           "' holds whole numbers of 32 bits, but the plant gives the value " + std::string(value) +
+           ".";
 }
 
 void CheckNames(const std::vector<FieldInfo>& fields, std::string_view table) {
     for (std::size_t i = 0; i < fields.size(); ++i)
         for (std::size_t j = 0; j < i; ++j)
             if (IEquals(fields[i].name, fields[j].name))
-                Raise("The query for table '" + std::string(table) + "' gives the column '" + fields[i].name +
-                      "' twice.");
+                Raise("The query for table '" + std::string(table) + "' gives the column '" +
+                      fields[i].name + "' twice.");
 }
 
 // The type of a column the source does not type, from its first value.
 ColumnType GuessFromCell(const Cell& cell) {
     switch (cell.kind) {
-        case CellKind::Integer: return Fits32(cell.integer) ? ColumnType::Long() : ColumnType::Double();
-        case CellKind::Real: return ColumnType::Double();
-        case CellKind::Blob: return ColumnType::OLE();
-        default: return ColumnType::Text(255);
+        case CellKind::Integer:
+            return Fits32(cell.integer) ? ColumnType::Long() : ColumnType::Double();
+        case CellKind::Real:
+            return ColumnType::Double();
+        case CellKind::Blob:
+            return ColumnType::OLE();
+        default:
+            return ColumnType::Text(255);
     }
 }
 
@@ -91,7 +101,9 @@ ColumnType FromSeen(const Seen& s) {
 void BindCell(store::Statement& insert, int i, Target target, bool guessed, const Cell& cell,
               std::string& scratch, Seen& seen, std::string_view table, std::string_view column) {
     switch (cell.kind) {
-        case CellKind::Null: insert.BindNull(i + 1); return;
+        case CellKind::Null:
+            insert.BindNull(i + 1);
+            return;
         case CellKind::Text:
             if (!NeedsCleaning(cell.bytes)) {
                 seen.Text(cell.bytes);
@@ -115,12 +127,19 @@ void BindCell(store::Statement& insert, int i, Target target, bool guessed, cons
                     return;
                 case Target::Long:
                     if (!Fits32(cell.integer) && !guessed)
-                        throw Error(kErrOverflow, OverflowText(table, column, std::to_string(cell.integer)));
+                        throw Error(kErrOverflow,
+                                    OverflowText(table, column, std::to_string(cell.integer)));
                     insert.BindInt(i + 1, cell.integer);
                     return;
-                case Target::Boolean: insert.BindInt(i + 1, cell.integer ? -1 : 0); return;
-                case Target::Double: insert.BindDouble(i + 1, static_cast<double>(cell.integer)); return;
-                default: insert.BindInt(i + 1, cell.integer); return;
+                case Target::Boolean:
+                    insert.BindInt(i + 1, cell.integer ? -1 : 0);
+                    return;
+                case Target::Double:
+                    insert.BindDouble(i + 1, static_cast<double>(cell.integer));
+                    return;
+                default:
+                    insert.BindInt(i + 1, cell.integer);
+                    return;
             }
         case CellKind::Real:
             seen.real = true;
@@ -138,12 +157,17 @@ void BindCell(store::Statement& insert, int i, Target target, bool guessed, cons
                     }
                     if (std::trunc(r) != r || r < std::numeric_limits<std::int32_t>::min() ||
                         r > std::numeric_limits<std::int32_t>::max())
-                        throw Error(kErrOverflow, OverflowText(table, column, store::FormatAccessNumber(r)));
+                        throw Error(kErrOverflow,
+                                    OverflowText(table, column, store::FormatAccessNumber(r)));
                     insert.BindInt(i + 1, static_cast<std::int64_t>(r));
                     return;
                 }
-                case Target::Boolean: insert.BindInt(i + 1, cell.real != 0 ? -1 : 0); return;
-                default: insert.BindDouble(i + 1, cell.real); return;
+                case Target::Boolean:
+                    insert.BindInt(i + 1, cell.real != 0 ? -1 : 0);
+                    return;
+                default:
+                    insert.BindDouble(i + 1, cell.real);
+                    return;
             }
         case CellKind::Blob:
             seen.blob = true;
@@ -162,12 +186,17 @@ void FitCopiedTypes(store::Store& st, const std::string& table, const std::vecto
     for (std::size_t i = 0; i < made.size(); ++i) {
         const ColumnType now = made[i].type;
         ColumnType wanted = now;
-        if (guessed[i] && targets[i] == Target::Any) wanted = FromSeen(seen[i]);
-        else if (guessed[i] && now.jet == JetType::Long && (seen[i].real || seen[i].wide)) wanted = ColumnType::Double();
-        if (wanted.jet == JetType::Text && seen[i].maxChars > static_cast<std::size_t>(wanted.width))
-            wanted = seen[i].maxChars > 255 ? ColumnType::Memo() : ColumnType::Text(static_cast<int>(seen[i].maxChars));
+        if (guessed[i] && targets[i] == Target::Any)
+            wanted = FromSeen(seen[i]);
+        else if (guessed[i] && now.jet == JetType::Long && (seen[i].real || seen[i].wide))
+            wanted = ColumnType::Double();
+        if (wanted.jet == JetType::Text &&
+            seen[i].maxChars > static_cast<std::size_t>(wanted.width))
+            wanted = seen[i].maxChars > 255 ? ColumnType::Memo()
+                                            : ColumnType::Text(static_cast<int>(seen[i].maxChars));
         const store::Storage storage = wanted.storage();
-        textInNumbers |= seen[i].text && (storage == store::Storage::Integer || storage == store::Storage::Real);
+        textInNumbers |=
+            seen[i].text && (storage == store::Storage::Integer || storage == store::Storage::Real);
         if (!(wanted == now)) st.AlterColumnType(table, made[i].name, wanted);
     }
     // Text where the plant declared numbers (only a SQLite plant can hold it): as the store does.
@@ -209,7 +238,9 @@ void CopyCell(sqlite3_context* ctx, int, sqlite3_value** argv) {
     const Target target = c.targets[i];
     Seen& seen = c.seen[i];
     switch (sqlite3_value_type(v)) {
-        case SQLITE_NULL: sqlite3_result_null(ctx); return;
+        case SQLITE_NULL:
+            sqlite3_result_null(ctx);
+            return;
         case SQLITE_TEXT: {
             const auto* p = reinterpret_cast<const char*>(sqlite3_value_text(v));
             const std::string_view t(p ? p : "", static_cast<std::size_t>(sqlite3_value_bytes(v)));
@@ -251,7 +282,8 @@ void CopyCell(sqlite3_context* ctx, int, sqlite3_value** argv) {
             if (target == Target::Long && !c.guessed[i]) {
                 if (std::trunc(r) != r || r < std::numeric_limits<std::int32_t>::min() ||
                     r > std::numeric_limits<std::int32_t>::max())
-                    return SetError(ctx, c, OverflowText(c.table, (*c.names)[i], store::FormatAccessNumber(r)));
+                    return SetError(
+                        ctx, c, OverflowText(c.table, (*c.names)[i], store::FormatAccessNumber(r)));
                 return sqlite3_result_int64(ctx, static_cast<std::int64_t>(r));
             }
             sqlite3_result_double(ctx, r);
@@ -268,7 +300,8 @@ void CopyCell(sqlite3_context* ctx, int, sqlite3_value** argv) {
 struct ReadGuard {
     sqlite3* db;
     std::string schema;
-    static int Authorize(void* self, int action, const char*, const char*, const char* database, const char*) {
+    static int Authorize(void* self, int action, const char*, const char*, const char* database,
+                         const char*) {
         const auto& g = *static_cast<ReadGuard*>(self);
         if (action == SQLITE_READ && database && IEquals(database, g.schema)) return SQLITE_DENY;
         return SQLITE_OK;
@@ -289,8 +322,8 @@ int PumpEvents(void*) {
 
 std::string StripStatementEnd(std::string_view sql) {
     std::string_view s = TrimSpace(sql);
-    while (!s.empty() && (s.back() == ';' || s.back() == ' ' || s.back() == '\t' || s.back() == '\r' ||
-                          s.back() == '\n'))
+    while (!s.empty() && (s.back() == ';' || s.back() == ' ' || s.back() == '\t' ||
+                          s.back() == '\r' || s.back() == '\n'))
         s.remove_suffix(1);
     return std::string(s);
 }
@@ -328,11 +361,18 @@ TransferResult CopyFromSqlitePlant(const SqlitePlantConnection& plant, std::stri
             } else if (hasRow && sqlite3_column_type(probe.get(), i) != SQLITE_NULL) {
                 switch (sqlite3_column_type(probe.get(), i)) {
                     case SQLITE_INTEGER:
-                        type = GuessFromCell({CellKind::Integer, sqlite3_column_int64(probe.get(), i), 0, {}});
+                        type = GuessFromCell(
+                            {CellKind::Integer, sqlite3_column_int64(probe.get(), i), 0, {}});
                         break;
-                    case SQLITE_FLOAT: type = ColumnType::Double(); break;
-                    case SQLITE_BLOB: type = ColumnType::OLE(); break;
-                    default: type = ColumnType::Text(255); break;
+                    case SQLITE_FLOAT:
+                        type = ColumnType::Double();
+                        break;
+                    case SQLITE_BLOB:
+                        type = ColumnType::OLE();
+                        break;
+                    default:
+                        type = ColumnType::Text(255);
+                        break;
                 }
                 guessed = true;
                 target = TargetOf(*type);
@@ -356,19 +396,20 @@ TransferResult CopyFromSqlitePlant(const SqlitePlantConnection& plant, std::stri
     try {
         const std::string schema = IEquals(plant.schemaUser(), "store") ? "tb_store" : "store";
         store::StoreAttachment attached(db, st, schema);
-        if (sqlite3_create_function_v2(db, "tb_copy_cell", 2, SQLITE_UTF8, &ctx, CopyCell, nullptr, nullptr,
-                                       nullptr) != SQLITE_OK)
+        if (sqlite3_create_function_v2(db, "tb_copy_cell", 2, SQLITE_UTF8, &ctx, CopyCell, nullptr,
+                                       nullptr, nullptr) != SQLITE_OK)
             store::RaiseSqliteError(db, "tb_copy_cell");
         std::string source = "WITH __tb_source(";
         std::string columns, values;
         for (std::size_t i = 0; i < names.size(); ++i) {
             source += (i ? ", c" : "c") + std::to_string(i);
             columns += (i ? ", " : "") + store::QuoteName(names[i]);
-            values += std::string(i ? ", " : "") + "tb_copy_cell(c" + std::to_string(i) + ", " + std::to_string(i) + ")";
+            values += std::string(i ? ", " : "") + "tb_copy_cell(c" + std::to_string(i) + ", " +
+                      std::to_string(i) + ")";
         }
-        const std::string insert = source + ") AS (" + body + ") INSERT INTO " + store::QuoteName(schema) + "." +
-                                   store::QuoteName(ctx.table) + " (" + columns + ") SELECT " + values +
-                                   " FROM __tb_source";
+        const std::string insert = source + ") AS (" + body + ") INSERT INTO " +
+                                   store::QuoteName(schema) + "." + store::QuoteName(ctx.table) +
+                                   " (" + columns + ") SELECT " + values + " FROM __tb_source";
         ReadGuard guard(db, schema);
         sqlite3_progress_handler(db, 1000000, PumpEvents, nullptr);
         try {
@@ -401,23 +442,29 @@ std::optional<ColumnType> CopyColumnType(const FieldInfo& f) {
         case ado::kUnsignedSmallInt:
         case ado::kUnsignedInt:
         case ado::kBigInt:
-        case ado::kUnsignedBigInt: return ColumnType::Long();
+        case ado::kUnsignedBigInt:
+            return ColumnType::Long();
         case ado::kNumeric:
         case ado::kDecimal:
         case ado::kVarNumeric:
             return (f.scale == 0 && f.precision > 0) ? ColumnType::Long() : ColumnType::Double();
         case ado::kSingle:
         case ado::kDouble:
-        case ado::kCurrency: return ColumnType::Double();
-        case ado::kBoolean: return ColumnType::Boolean();
+        case ado::kCurrency:
+            return ColumnType::Double();
+        case ado::kBoolean:
+            return ColumnType::Boolean();
         case ado::kDate:
         case ado::kDBDate:
         case ado::kDBTime:
-        case ado::kDBTimeStamp: return ColumnType::DateTime();
+        case ado::kDBTimeStamp:
+            return ColumnType::DateTime();
         case ado::kBinary:
         case ado::kVarBinary:
-        case ado::kLongVarBinary: return ColumnType::OLE();
-        case ado::kEmpty: return std::nullopt;
+        case ado::kLongVarBinary:
+            return ColumnType::OLE();
+        case ado::kEmpty:
+            return std::nullopt;
         default:  // text of every kind, GUIDs, and what a driver calls by another name
             if (f.definedSize >= 1 && f.definedSize <= 255 && f.type != ado::kLongVarChar &&
                 f.type != ado::kLongVarWChar)
@@ -430,7 +477,8 @@ bool NeedsCleaning(std::string_view text) {
     if (text.empty()) return true;
     // A plain loop: find_first_of looks each character up in the set with memchr.
     for (const char c : text)
-        if (static_cast<unsigned char>(c) <= '\r' && (c == '\r' || c == '\n' || c == '\t')) return true;
+        if (static_cast<unsigned char>(c) <= '\r' && (c == '\r' || c == '\n' || c == '\t'))
+            return true;
     return false;
 }
 
@@ -467,9 +515,12 @@ TransferResult CopyCursorToStore(RowCursor& cursor, store::Store& st, std::strin
             Target target = Target::Any;
             const bool guess = !type.has_value();
             const Cell first = hasRow ? cursor.Get(static_cast<int>(i)) : Cell{};
-            if (type) target = TargetOf(*type);
-            else if (first.kind != CellKind::Null) type = GuessFromCell(first), target = TargetOf(*type);
-            else type = ColumnType::OLE();  // no affinity: the values decide afterwards
+            if (type)
+                target = TargetOf(*type);
+            else if (first.kind != CellKind::Null)
+                type = GuessFromCell(first), target = TargetOf(*type);
+            else
+                type = ColumnType::OLE();  // no affinity: the values decide afterwards
             defs.push_back({fields[i].name, *type});
             targets.push_back(target);
             guessed.push_back(guess);
@@ -488,14 +539,15 @@ TransferResult CopyCursorToStore(RowCursor& cursor, store::Store& st, std::strin
                 names.push_back(d.name);
             }
             store::Transaction tx(st.handle());
-            store::Statement insert(st.handle(),
-                                    "INSERT INTO " + store::QuoteName(name) + " (" + columns + ") VALUES (" + marks + ")");
+            store::Statement insert(st.handle(), "INSERT INTO " + store::QuoteName(name) + " (" +
+                                                     columns + ") VALUES (" + marks + ")");
             std::vector<std::string> scratch(fields.size());
             const int n = static_cast<int>(fields.size());
             for (; hasRow; hasRow = cursor.Next()) {
                 for (int i = 0; i < n; ++i) {
                     const auto k = static_cast<std::size_t>(i);
-                    BindCell(insert, i, targets[k], guessed[k], cursor.Get(i), scratch[k], seen[k], name, names[k]);
+                    BindCell(insert, i, targets[k], guessed[k], cursor.Get(i), scratch[k], seen[k],
+                             name, names[k]);
                 }
                 insert.Run();
                 if (++rows % 20000 == 0) {
@@ -514,7 +566,8 @@ TransferResult CopyCursorToStore(RowCursor& cursor, store::Store& st, std::strin
     });
 }
 
-TransferResult CopyRecordsetToStore(const Recordset& recordset, store::Store& st, std::string_view table) {
+TransferResult CopyRecordsetToStore(const Recordset& recordset, store::Store& st,
+                                    std::string_view table) {
     auto cursor = recordset.Cursor();
     return CopyCursorToStore(*cursor, st, table);
 }
@@ -523,7 +576,8 @@ TransferResult CopyQueryToStore(Connection& source, std::string_view sql, store:
                                 std::string_view table) {
     if (source.kind() == ConnectionKind::SqlitePlant && !st.path().empty())
         return Trap("CopyToStore", [&] {
-            return CopyFromSqlitePlant(static_cast<const SqlitePlantConnection&>(source), sql, st, table);
+            return CopyFromSqlitePlant(static_cast<const SqlitePlantConnection&>(source), sql, st,
+                                       table);
         });
     auto cursor = source.Query(sql);
     return CopyCursorToStore(*cursor, st, table);

@@ -17,7 +17,9 @@ extern char** environ;
 
 namespace tb::platform {
 
-std::string ProgramVersion() { return TB_VERSION; }
+std::string ProgramVersion() {
+    return TB_VERSION;
+}
 
 fs::path ProgramPath() {
     std::error_code ec;
@@ -25,9 +27,13 @@ fs::path ProgramPath() {
     return ec ? fs::path("tarnbrook") : p;
 }
 
-fs::path ProgramFolder() { return ProgramPath().parent_path(); }
+fs::path ProgramFolder() {
+    return ProgramPath().parent_path();
+}
 
-std::string ProgramFileName() { return ProgramPath().stem().string(); }
+std::string ProgramFileName() {
+    return ProgramPath().stem().string();
+}
 
 std::string GetEnv(const char* name) {
     const char* v = std::getenv(name);
@@ -46,7 +52,9 @@ fs::path ApplicationFolder() {
     return TB_INSTALL_DATADIR;
 }
 
-fs::path ProgramIniFile() { return ApplicationFolder() / "tarnbrook.ini"; }
+fs::path ProgramIniFile() {
+    return ApplicationFolder() / "tarnbrook.ini";
+}
 
 TempBase TempVariable() {
     if (auto t = GetEnv("TEMP"); !t.empty()) return {t, true, "TEMP"};
@@ -65,7 +73,9 @@ fs::path ProfileFolder() {
     return "/";
 }
 
-fs::path RegistryFile() { return RoamingDataFolder() / "Morvanex" / "Tarnbrook" / "registry.ini"; }
+fs::path RegistryFile() {
+    return RoamingDataFolder() / "Morvanex" / "Tarnbrook" / "registry.ini";
+}
 
 std::optional<std::string> RegistryRead(std::string_view keyPath, std::string_view valueName) {
     return IniDocument::Load(RegistryFile()).Get(keyPath, valueName);
@@ -98,7 +108,9 @@ void EndProcess(int code) {
     std::exit(code);
 }
 
-long ParentProcessId() { return static_cast<long>(::getppid()); }
+long ParentProcessId() {
+    return static_cast<long>(::getppid());
+}
 
 long ExecA(std::string_view command, const fs::path& redirectFile, const fs::path& scriptFolder,
            bool wait) {

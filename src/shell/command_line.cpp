@@ -13,8 +13,8 @@ namespace {
 
 // Every argument the program knows, plus "task", which only the /Write file sets.
 constexpr std::array<std::string_view, 18> kArgumentNames = {
-    "Write",   "log",  "exclude", "reload",   "output",   "Extract", "vmpk",  "config", "site",
-    "plant",   "parentplant", "pbs", "unitcode", "name", "revision", "black", "border", "task"};
+    "Write", "log",         "exclude", "reload",   "output", "Extract",  "vmpk",  "config", "site",
+    "plant", "parentplant", "pbs",     "unitcode", "name",   "revision", "black", "border", "task"};
 
 struct Parsed {
     bool done = false;
@@ -103,9 +103,10 @@ bool IsParameterSet(std::string_view name) {
 }
 
 std::vector<std::string> GetParameterNames() {
-    return Split("output,pbs,unitcode,site,plant,parentplant,config,revision,vmpk,write,task,log,"
-                 "black,name,exclude",
-                 ",");
+    return Split(
+        "output,pbs,unitcode,site,plant,parentplant,config,revision,vmpk,write,task,log,"
+        "black,name,exclude",
+        ",");
 }
 
 std::string CommandLineUsageText() {
@@ -148,7 +149,8 @@ std::string CommandLineUsageText() {
         "/parentplant parent_plant_name - (Optional) Parent plant name",
         "                          If not defined, it will be set the same as plant name",
         "/config config_file.ini - (Optional) Attribute configuration file",
-        "                          If not defined, the last configuration of the plant will be used",
+        "                          If not defined, the last configuration of the plant will be "
+        "used",
         "/revision Major - Minor - (Optional) Extract revision",
         "                          Example: A - 1",
         "",
@@ -158,8 +160,9 @@ std::string CommandLineUsageText() {
         "",
         fullPath + " /output \"/tmp/PlantA.mdb\"",
         "",
-        fullPath + " /site \"/srv/Site1/smartplantv4.ini\" /plant PlantA /parentplant PlantA "
-                   "/config \"/srv/PlantA.ini\"",
+        fullPath +
+            " /site \"/srv/Site1/smartplantv4.ini\" /plant PlantA /parentplant PlantA "
+            "/config \"/srv/PlantA.ini\"",
     };
     lines.insert(lines.end(), rest.begin(), rest.end());
     std::string text;
@@ -168,6 +171,8 @@ std::string CommandLineUsageText() {
     return text;
 }
 
-void ShowCommandLineUsage() { platform::ConsoleWrite(CommandLineUsageText()); }
+void ShowCommandLineUsage() {
+    platform::ConsoleWrite(CommandLineUsageText());
+}
 
 }  // namespace tb::shell

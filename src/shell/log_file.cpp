@@ -44,7 +44,7 @@ std::string Format(std::chrono::system_clock::time_point t, const char* pattern)
 }
 
 bool IsPlainFile(int fd) {
-    struct stat st{};
+    struct stat st {};
     return ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
 }
 
@@ -61,8 +61,8 @@ bool WriteAll(int fd, std::string_view bytes) {
 // Opens a log file for writing; never through a symbolic link (one planted at the log's name
 // after the start included), and only a plain file: O_NONBLOCK keeps a FIFO from hanging the run.
 UniqueFd OpenLogFile(const fs::path& file, int flags) {
-    UniqueFd fd(::open(file.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags,
-                       kLogMode));
+    UniqueFd fd(
+        ::open(file.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, kLogMode));
     if (fd && !IsPlainFile(fd.get())) fd.reset();
     return fd;
 }
@@ -80,7 +80,7 @@ fs::path DefaultLogFolder() {
     const fs::path temp = platform::TempVariable().value;
     const fs::path folder = temp / std::string(kAppTitle);
     if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) return temp;
-    struct stat st{};
+    struct stat st {};
     if (::lstat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode) ||
         ::access(folder.c_str(), W_OK | X_OK) != 0)
         return temp;
@@ -127,7 +127,7 @@ bool CopyToBackup(const fs::path& from, const fs::path& backup) {
 // Why `path` may not be this run's log; the file is not touched.
 std::optional<std::string> WhyNotLog(const fs::path& path) {
     if (auto why = WhyNotWritable(path, RunPathRole::Log)) return why;
-    struct stat st{};
+    struct stat st {};
     if (::lstat(path.c_str(), &st) == 0) {
         if (S_ISLNK(st.st_mode)) return std::string("it is a symbolic link");
         if (::access(path.c_str(), W_OK) != 0) return std::string("it cannot be written");
@@ -199,7 +199,7 @@ void MaskUrlPasswords(std::string& text) {
 }
 
 class ShellSink final : public LogSink {
-public:
+  public:
     void Line(std::string_view text) override { shell::LogLine(text); }
     void Raw(std::string_view text) override { shell::LogRaw(text); }
     void Status(std::string_view messageTemplate) override { shell::ShowStatus(messageTemplate); }
@@ -237,7 +237,7 @@ std::string LogBanner(std::string_view description) {
     const fs::path program = platform::ProgramPath();
     std::string date;
     std::string size;
-    struct stat st{};
+    struct stat st {};
     if (::stat(program.c_str(), &st) == 0) {
         date = Format(std::chrono::system_clock::from_time_t(st.st_mtime), "%Y-%m-%d %H:%M:%S");
         size = std::to_string(st.st_size) + " Bytes";
@@ -284,8 +284,12 @@ std::optional<std::string> OpenLog(std::string_view description, std::string_vie
     return refusal;
 }
 
-void SetLogFileName(const fs::path& path) { gLogFile = path; }
-const fs::path& GetLogFileName() { return gLogFile; }
+void SetLogFileName(const fs::path& path) {
+    gLogFile = path;
+}
+const fs::path& GetLogFileName() {
+    return gLogFile;
+}
 
 void LogLine(std::string_view text) {
     if (!TrimBlanks(text).empty()) {
@@ -296,13 +300,15 @@ void LogLine(std::string_view text) {
             1000 / 10;
         const std::string hundredths{static_cast<char>('0' + centis / 10),
                                      static_cast<char>('0' + centis % 10)};
-        AppendToLog(Format(now, "%Y-%m-%d %H:%M:%S") + "." + hundredths + "  " +
-                    std::string(text) + "\r\n");
+        AppendToLog(Format(now, "%Y-%m-%d %H:%M:%S") + "." + hundredths + "  " + std::string(text) +
+                    "\r\n");
     }
     if (CurrentRun().consoleEnabled) WriteConsoleLine(text);
 }
 
-void LogRaw(std::string_view text) { AppendToLog(std::string(text) + "\r\n"); }
+void LogRaw(std::string_view text) {
+    AppendToLog(std::string(text) + "\r\n");
+}
 
 void LogFileContent(const fs::path& file) {
     std::ifstream in(file, std::ios::binary);
@@ -315,13 +321,17 @@ void LogFileContent(const fs::path& file) {
                 CentredStarLine("End of '" + file.string() + "' file") + "\r\n\r\n");
 }
 
-void WriteConsoleLine(std::string_view text) { platform::ConsoleWrite(std::string(text) + "\r\n"); }
+void WriteConsoleLine(std::string_view text) {
+    platform::ConsoleWrite(std::string(text) + "\r\n");
+}
 
 void InstallLogSink() {
     static ShellSink sink;
     SetLogSink(&sink);
 }
 
-void SetLogClock(Clock clock) { gClock = std::move(clock); }
+void SetLogClock(Clock clock) {
+    gClock = std::move(clock);
+}
 
 }  // namespace tb::shell

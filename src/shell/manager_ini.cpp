@@ -9,7 +9,9 @@ namespace tb::shell {
 
 namespace fs = std::filesystem;
 
-fs::path ManagerIniFile() { return platform::ProfileFolder() / "SmartplantManager.INI"; }
+fs::path ManagerIniFile() {
+    return platform::ProfileFolder() / "SmartplantManager.INI";
+}
 
 void ApplySiteAndPlantToManagerIni(std::string_view site, std::string_view plant,
                                    std::string parentplant, std::string& backup) {

@@ -54,9 +54,8 @@ int DefaultAnswer(int style) {
     const int def = style & 0xF00;  // 0, 256, 512 or 768
     const int which = def == 0 ? 0 : (def == kMbDefButton2 ? 1 : 2);
     static constexpr int kTable[6][3] = {
-        {kIdOk, kIdOk, kIdOk},          {kIdOk, kIdCancel, kIdCancel},
-        {kIdAbort, kIdRetry, kIdIgnore}, {kIdYes, kIdNo, kIdCancel},
-        {kIdYes, kIdNo, kIdNo},         {kIdRetry, kIdCancel, kIdCancel},
+        {kIdOk, kIdOk, kIdOk},      {kIdOk, kIdCancel, kIdCancel}, {kIdAbort, kIdRetry, kIdIgnore},
+        {kIdYes, kIdNo, kIdCancel}, {kIdYes, kIdNo, kIdNo},        {kIdRetry, kIdCancel, kIdCancel},
     };
     return buttons < 6 ? kTable[buttons][which] : kIdOk;
 }
@@ -64,8 +63,9 @@ int DefaultAnswer(int style) {
 int UniMsgBox(std::string_view text, int style, std::string_view title, bool show) {
     if (show && gMessageBox) return gMessageBox(text, style, title);
     // No window to show a box in: standard error stands in, the default button answers.
-    if (show) std::fprintf(stderr, "%.*s: %.*s\n", static_cast<int>(title.size()), title.data(),
-                           static_cast<int>(text.size()), text.data());
+    if (show)
+        std::fprintf(stderr, "%.*s: %.*s\n", static_cast<int>(title.size()), title.data(),
+                     static_cast<int>(text.size()), text.data());
     return DefaultAnswer(style);
 }
 
@@ -81,7 +81,8 @@ int Report(std::string description, std::string source, int style) {
         if (TrimBlanks(description).empty()) description = "Unknown error.";
         std::string shown = FormatMessage(description, false, true);
         if (TrimBlanks(shown).empty()) shown = "Unknown error.";
-        answer = UniMsgBox(shown, style, "Morvanex " + std::string(kAppTitle), !CurrentRun().batchMode);
+        answer =
+            UniMsgBox(shown, style, "Morvanex " + std::string(kAppTitle), !CurrentRun().batchMode);
         const bool multiLine = shown.find('\n') != std::string::npos;
         LogLine(source + (!TrimBlanks(source).empty() && multiLine ? "\r\n" : "") + shown);
     } catch (...) {
@@ -101,7 +102,11 @@ int ReportError(std::string_view messageTemplate, int style) {
     return Report(std::string(messageTemplate), {}, style);
 }
 
-void SetMessageBoxHandler(MessageBoxHandler handler) { gMessageBox = std::move(handler); }
-void SetStatusHandler(StatusHandler handler) { gStatus = std::move(handler); }
+void SetMessageBoxHandler(MessageBoxHandler handler) {
+    gMessageBox = std::move(handler);
+}
+void SetStatusHandler(StatusHandler handler) {
+    gStatus = std::move(handler);
+}
 
 }  // namespace tb::shell

@@ -54,7 +54,8 @@ int DefaultAnswer(int style);
 int UniMsgBox(std::string_view text, int style, std::string_view title, bool show);
 
 // The window installs these: a real message box and the status bar.
-using MessageBoxHandler = std::function<int(std::string_view text, int style, std::string_view title)>;
+using MessageBoxHandler =
+    std::function<int(std::string_view text, int style, std::string_view title)>;
 void SetMessageBoxHandler(MessageBoxHandler handler);
 using StatusHandler = std::function<void(std::string_view text)>;
 void SetStatusHandler(StatusHandler handler);

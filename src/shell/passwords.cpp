@@ -72,8 +72,9 @@ std::string PasswordKeyForSite(std::string_view siteIniPath) {
 
 void SaveStoredPassword(const std::filesystem::path& file, std::string_view section,
                         std::string_view key, std::string_view password) {
-    IniWrite(file, section, std::string(key),
-             password.empty() ? std::nullopt : std::optional<std::string>(EncipherPassword(password)));
+    IniWrite(
+        file, section, std::string(key),
+        password.empty() ? std::nullopt : std::optional<std::string>(EncipherPassword(password)));
 }
 
 std::optional<std::string> ReadStoredPassword(const std::filesystem::path& file,

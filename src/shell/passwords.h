@@ -1,8 +1,8 @@
 #pragma once
 // Stored database passwords in "General.ini". A value is "|||" followed by the standard base64 of
 // a random nonce and the password sealed with libsodium's secretbox under a key derived from the
-// program's fixed pass phrase. Since the pass phrase ships with the program this only keeps passwords from
-// being read at a glance; it is not protection against someone who has the program.
+// program's fixed pass phrase. Since the pass phrase ships with the program this only keeps
+// passwords from being read at a glance; it is not protection against someone who has the program.
 
 #include <filesystem>
 #include <optional>

@@ -15,6 +15,8 @@ bool ProgramFlag(std::string_view key, std::string_view defaultValue) {
     return LeadingNumber(ProgramSetting(key, defaultValue)) == 1;
 }
 
-std::string GetSPPIDVersionNumber() { return ProgramSetting("PIDVersion", ""); }
+std::string GetSPPIDVersionNumber() {
+    return ProgramSetting("PIDVersion", "");
+}
 
 }  // namespace tb::shell

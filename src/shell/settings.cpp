@@ -3,7 +3,6 @@
 #include <stdlib.h>
 
 #include <ctime>
-
 #include <map>
 #include <optional>
 
@@ -65,7 +64,9 @@ const fs::path& GetUserConfigFile() {
     return gUserConfig;
 }
 
-fs::path GetGeneralFile() { return GetUserConfigFile().parent_path() / "General.ini"; }
+fs::path GetGeneralFile() {
+    return GetUserConfigFile().parent_path() / "General.ini";
+}
 
 fs::path GetPlantFile(std::string_view plant) {
     if (!gAttributeOverride.empty()) return gAttributeOverride;
@@ -77,10 +78,18 @@ fs::path GetPlantFile(std::string_view plant) {
     return file;
 }
 
-void SetAttributeConfigFile(const fs::path& path) { gAttributeOverride = path; }
-const fs::path& GetAttributeConfigFile() { return gAttributeOverride; }
-void SetCurrentPlantName(std::string_view plant) { gCurrentPlant = plant; }
-const std::string& CurrentPlantName() { return gCurrentPlant; }
+void SetAttributeConfigFile(const fs::path& path) {
+    gAttributeOverride = path;
+}
+const fs::path& GetAttributeConfigFile() {
+    return gAttributeOverride;
+}
+void SetCurrentPlantName(std::string_view plant) {
+    gCurrentPlant = plant;
+}
+const std::string& CurrentPlantName() {
+    return gCurrentPlant;
+}
 
 // The base of session folder names; RemoveSessionLeftovers takes only names of this base.
 constexpr std::string_view kSessionBase = "tb";
@@ -89,8 +98,9 @@ const fs::path& TempFolderInit() {
     const auto base = platform::TempVariable();
     std::error_code ec;
     if (base.value.empty())
-        Raise("TEMP directory not defined. Please first set operating system environment variable "
-              "TEMP to a correct folder");
+        Raise(
+            "TEMP directory not defined. Please first set operating system environment variable "
+            "TEMP to a correct folder");
     if (!fs::is_directory(base.value, ec)) {
         // The message names the variable the folder came from: blaming TEMP when it is unset and
         // TMPDIR is wrong sends the user to the wrong place.
@@ -104,7 +114,9 @@ const fs::path& TempFolderInit() {
     return gTempFolder;
 }
 
-const fs::path& SessionTempFolder() { return gTempFolder; }
+const fs::path& SessionTempFolder() {
+    return gTempFolder;
+}
 
 void RemoveSessionLeftovers() {
     const auto base = platform::TempVariable();

@@ -36,7 +36,8 @@ void RemoveSessionLeftovers();
 // Removes the session's temporary folder; errors are ignored.
 void DeleteTempFolder();
 // Where the store of a failed run is kept with "KeepFailedStore=1":
-// "<TEMP>/Tarnbrook/failed-<yyyy-mm-dd_hhmmss>.store" (a number added when taken). Makes the folder.
+// "<TEMP>/Tarnbrook/failed-<yyyy-mm-dd_hhmmss>.store" (a number added when taken). Makes the
+// folder.
 fs::path FailedStorePath();
 
 // Copies the plant file to or from the central folder when section "Central" says so; every

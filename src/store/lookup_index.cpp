@@ -24,7 +24,8 @@ void Store::EnsureLookupIndex(std::string_view table, std::string_view column) {
         do {
             name = std::string(kInternalPrefix) + "lookup" + std::to_string(++sequence);
         } while (!QueryValue("SELECT 1 FROM sqlite_master WHERE name = ?1", {name}).isNull());
-        Execute("CREATE INDEX " + QuoteName(name) + " ON " + QuoteName(t) + "(" + QuoteName(c) + ")");
+        Execute("CREATE INDEX " + QuoteName(name) + " ON " + QuoteName(t) + "(" + QuoteName(c) +
+                ")");
     });
 }
 

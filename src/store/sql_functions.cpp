@@ -261,7 +261,8 @@ void Like(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
 // The user data is a shared pointer to the texts, released by SQLite with the function.
 void Decode(sqlite3_context* ctx, int, sqlite3_value** argv) {
     Guard(ctx, [&] {
-        const CodeTexts& texts = **static_cast<const std::shared_ptr<const CodeTexts>*>(sqlite3_user_data(ctx));
+        const CodeTexts& texts =
+            **static_cast<const std::shared_ptr<const CodeTexts>*>(sqlite3_user_data(ctx));
         sqlite3_value* value = argv[1];
         if (sqlite3_value_type(argv[0]) == SQLITE_NULL) return sqlite3_result_value(ctx, value);
         if (sqlite3_value_type(value) == SQLITE_BLOB && sqlite3_value_bytes(value) == 0)
@@ -320,7 +321,8 @@ void RegisterFunctions(sqlite3* db) {
 void RegisterDecode(sqlite3* db, std::shared_ptr<const CodeTexts> texts) {
     // SQLite calls ReleaseCodeTexts when the function is replaced or removed, even on failure.
     auto* data = texts ? new std::shared_ptr<const CodeTexts>(std::move(texts)) : nullptr;
-    if (sqlite3_create_function_v2(db, "tb_decode", 2, kFlags, data, data ? Decode : nullptr, nullptr, nullptr,
+    if (sqlite3_create_function_v2(db, "tb_decode", 2, kFlags, data, data ? Decode : nullptr,
+                                   nullptr, nullptr,
                                    data ? ReleaseCodeTexts : nullptr) != SQLITE_OK)
         throw Error(kErrInternal, std::string("Cannot register tb_decode: ") + sqlite3_errmsg(db));
 }

@@ -32,7 +32,8 @@ void RegisterStoreSql(sqlite3* db);
 // as jcat makes it) in the list, Null where that text is Null, the value itself where the list has
 // no such code; an empty blob stays. Lists and codes compare exactly: the caller folds them.
 struct CodeTexts {
-    std::unordered_map<std::string, std::unordered_map<std::string, std::optional<std::string>>> lists;
+    std::unordered_map<std::string, std::unordered_map<std::string, std::optional<std::string>>>
+        lists;
 };
 // Makes tb_decode read `texts`; without texts, tb_decode is gone.
 void RegisterDecode(sqlite3* db, std::shared_ptr<const CodeTexts> texts);

@@ -82,7 +82,8 @@ namespace {
 [[noreturn]] void Raise(int rc, std::string message, std::string_view sql) {
     // Only our progress handler interrupts, and only on a cancel; the flag is checked again so that
     // an interruption from anywhere else stays a database error.
-    if ((rc & 0xff) == SQLITE_INTERRUPT && CancelRequested()) throw Error(kErrCancelled, "Cancelled.");
+    if ((rc & 0xff) == SQLITE_INTERRUPT && CancelRequested())
+        throw Error(kErrCancelled, "Cancelled.");
     if (!sql.empty()) message += " (statement: " + Excerpt(sql) + ")";
     throw Error(kErrDatabase, message);
 }
@@ -98,13 +99,17 @@ void RaiseSqliteError(sqlite3* db, std::string_view sql) {
     Raise(sqlite3_errcode(db), sqlite3_errmsg(db), sql);
 }
 
-int CancelProgress(void*) { return CancelRequested() ? 1 : 0; }
+int CancelProgress(void*) {
+    return CancelRequested() ? 1 : 0;
+}
 
 void StopOnCancel(sqlite3* db) {
     sqlite3_progress_handler(db, kStepsBetweenCancelChecks, CancelProgress, nullptr);
 }
 
-std::string QuoteName(std::string_view name) { return QuoteIdentifier(name, '"', '"'); }
+std::string QuoteName(std::string_view name) {
+    return QuoteIdentifier(name, '"', '"');
+}
 
 std::string SqlName(std::string_view name) {
     if (name.find(']') != std::string_view::npos) return QuoteName(name);
@@ -279,7 +284,8 @@ Connection::Connection(const std::string& filename, int flags) {
                 if (elapsed >= thresholdNs) {
                     std::string sql = sqlite3_sql(static_cast<sqlite3_stmt*>(stmt));
                     if (sql.size() > 4000) sql = sql.substr(0, 4000) + "...";
-                    LogLine("Slow statement (" + std::to_string(elapsed / 1000000) + " ms): " + sql);
+                    LogLine("Slow statement (" + std::to_string(elapsed / 1000000) +
+                            " ms): " + sql);
                 }
                 return 0;
             },
@@ -306,7 +312,8 @@ Connection& Connection::operator=(Connection&& other) noexcept {
 void Execute(sqlite3* db, std::string_view sql) {
     std::string text(sql);
     char* message = nullptr;
-    if (const int rc = sqlite3_exec(db, text.c_str(), nullptr, nullptr, &message); rc != SQLITE_OK) {
+    if (const int rc = sqlite3_exec(db, text.c_str(), nullptr, nullptr, &message);
+        rc != SQLITE_OK) {
         std::string m = message ? message : sqlite3_errmsg(db);
         sqlite3_free(message);
         Raise(rc, std::move(m), sql);

@@ -277,7 +277,8 @@ void Store::CreateTable(std::string_view name, const std::vector<ColumnDef>& col
     });
 }
 
-void Store::AddColumn(std::string_view table, const ColumnDef& column, std::optional<std::int64_t> everyRow) {
+void Store::AddColumn(std::string_view table, const ColumnDef& column,
+                      std::optional<std::int64_t> everyRow) {
     Trap("AddColumn", [&] {
         if (column.type.counter) return AddCounterId(table, column.name);
         if (everyRow && column.type.storage() != Storage::Integer)
@@ -290,7 +291,8 @@ void Store::AddColumn(std::string_view table, const ColumnDef& column, std::opti
         Transaction tx(handle());
         // A default fills the rows without writing them.
         Execute("ALTER TABLE " + QuoteName(t) + " ADD COLUMN " + QuoteName(column.name) + " " +
-                Declaration(column.type) + (everyRow ? " DEFAULT " + std::to_string(*everyRow) : ""));
+                Declaration(column.type) +
+                (everyRow ? " DEFAULT " + std::to_string(*everyRow) : ""));
         SetCatalogType(t, column.name, column.type);
         tx.Commit();
     });

@@ -129,7 +129,8 @@ class Store {
     void CreateTable(std::string_view name, const std::vector<ColumnDef>& columns);
     // A Counter column goes through AddCounterId.
     // With `everyRow`, every row holds that number in the new column.
-    void AddColumn(std::string_view table, const ColumnDef& column, std::optional<std::int64_t> everyRow = {});
+    void AddColumn(std::string_view table, const ColumnDef& column,
+                   std::optional<std::int64_t> everyRow = {});
     void DropTable(std::string_view name);
     // SELECT ... INTO: creates `target` from the statement's result. Each column's type comes
     // from the catalogue types of its sources (the widest over every branch of a UNION), else

@@ -226,7 +226,8 @@ void Store::AddCounterId(std::string_view table, std::string_view column) {
 // Only what FitTypesToData acts on, in one scan: whether a number column holds text or bytes, and
 // the longest text of a text column. Far cheaper than the full statistics on a big table.
 namespace {
-std::vector<ColumnStats> FitStats(const Store& store, const std::string& table, const std::vector<ColumnDef>& cols) {
+std::vector<ColumnStats> FitStats(const Store& store, const std::string& table,
+                                  const std::vector<ColumnDef>& cols) {
     std::vector<ColumnStats> out(cols.size());
     if (cols.empty()) return out;
     std::string sql = "SELECT ";
@@ -269,8 +270,7 @@ void Store::ConvertValues(const std::string& table, const std::vector<ColumnDef>
             const auto ch = std::find_if(changes.begin(), changes.end(),
                                          [&](const ColumnDef& c) { return c.name == d.name; });
             const std::size_t i = static_cast<std::size_t>(ch - changes.begin());
-            if (ch != changes.end() &&
-                (olds[i].storage() != ch->type.storage() || olds[i].counter))
+            if (ch != changes.end() && (olds[i].storage() != ch->type.storage() || olds[i].counter))
                 rebuilt.push_back({d.name, ch->type, ConversionExpression(d.name, ch->type)});
             else
                 rebuilt.push_back({d.name, d.type, QuoteName(d.name)});
@@ -295,8 +295,9 @@ void Store::ConvertValues(const std::string& table, const std::vector<ColumnDef>
                                          ") NOT IN ('integer', 'real', 'null') LIMIT 1");
             if (!bad.isNull())
                 throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table +
-                                                  "' cannot become " + type.Name() + ": the value '" +
-                                                  bad.ToText() + "' is not a number.");
+                                                  "' cannot become " + type.Name() +
+                                                  ": the value '" + bad.ToText() +
+                                                  "' is not a number.");
         }
         if (storage == Storage::Integer) {
             const auto [lo, hi] = IntegerRange(type.jet);
@@ -305,8 +306,9 @@ void Store::ConvertValues(const std::string& table, const std::vector<ColumnDef>
                 {lo, hi});
             if (!bad.isNull())
                 throw Error(kErrTypeMismatch, "Column '" + column + "' of table '" + table +
-                                                  "' cannot become " + type.Name() + ": the value " +
-                                                  bad.ToText() + " is out of its range.");
+                                                  "' cannot become " + type.Name() +
+                                                  ": the value " + bad.ToText() +
+                                                  " is out of its range.");
         }
         SetCatalogType(table, column, type);
     }
@@ -327,7 +329,8 @@ void Store::ChangeTypes(std::string_view table, const std::vector<ColumnDef>& co
     Transaction tx(handle());
     for (const ColumnDef& want : columns) {
         const std::string c = RequireColumn(t, want.name, {});
-        if (want.type.counter) throw Error(kErrInternal, "A counter column is made by AddCounterId.");
+        if (want.type.counter)
+            throw Error(kErrInternal, "A counter column is made by AddCounterId.");
         const ColumnType old = TypeOf(t, c);
         if (old.storage() == want.type.storage() && !old.counter && !want.type.isNumber())
             SetCatalogType(t, c, want.type);
@@ -341,7 +344,6 @@ void Store::ChangeTypes(std::string_view table, const std::vector<ColumnDef>& co
         SetCatalogType(t, texts[i].name, WidenText(texts[i].type, stats[i].maxLength));
     tx.Commit();
 }
-
 
 bool Store::FitTypesToData(std::string_view table) {
     return Trap("FitTypesToData", [&] {
@@ -585,9 +587,11 @@ std::string UpdateFromJoinSql(const JoinUpdate& u) {
     }
     if (u.oneMatch && !u.leftJoin) {
         // One match at most: SQLite's own UPDATE ... FROM, without ranking the pairs.
-        std::string sql = "UPDATE " + target + (u.targetAlias.empty() ? "" : " AS " + u.targetAlias) + " SET ";
+        std::string sql =
+            "UPDATE " + target + (u.targetAlias.empty() ? "" : " AS " + u.targetAlias) + " SET ";
         for (std::size_t i = 0; i < u.set.size(); ++i)
-            sql += (i ? ", " : "") + QuoteName(u.set[i].column) + " = (" + u.set[i].expression + ")";
+            sql +=
+                (i ? ", " : "") + QuoteName(u.set[i].column) + " = (" + u.set[i].expression + ")";
         sql += " FROM " + u.source + " WHERE (" + u.on + ")";
         if (!u.where.empty()) sql += " AND (" + u.where + ")";
         return sql;
@@ -633,9 +637,11 @@ std::int64_t Store::UpdateFromJoin(const JoinUpdate& update) {
         if (!u.oneMatch && !u.uniqueKeys.empty()) {
             u.oneMatch = true;
             for (const auto& [table, column] : u.uniqueKeys) {
-                const std::string t = RequireTable(table, {}), c = QuoteName(RequireColumn(t, column, {}));
-                if (!QueryValue("SELECT 1 FROM " + QuoteName(t) + " WHERE " + c + " IS NOT NULL GROUP BY " + c +
-                                " COLLATE " + std::string(kTextCollation) + " HAVING count(*) > 1 LIMIT 1")
+                const std::string t = RequireTable(table, {}),
+                                  c = QuoteName(RequireColumn(t, column, {}));
+                if (!QueryValue("SELECT 1 FROM " + QuoteName(t) + " WHERE " + c +
+                                " IS NOT NULL GROUP BY " + c + " COLLATE " +
+                                std::string(kTextCollation) + " HAVING count(*) > 1 LIMIT 1")
                          .isNull())
                     u.oneMatch = false;
             }

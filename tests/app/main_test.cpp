@@ -1,15 +1,16 @@
 // Runs the real executable in a sandbox of its own and checks exit codes, console and log.
+#include "app/main.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <regex>
 
-#include "app/main.h"
 #include "common/ini.h"
+#include "common/text.h"
 #include "plantaccess/ado.h"
 #include "plantaccess/recordset.h"
 #include "storefile/store_file.h"
-#include "common/text.h"
 #include "support/test_support.h"
 
 namespace tb::app {
@@ -40,26 +41,58 @@ TEST(Main, ModesExitCodesAndConsole) {
         std::vector<std::string> notConsole;  // texts it must not show
     } cases[] = {
         {"blanks only: window mode", {" ", ""}, 1, {"The main window"}, {"Batch mode"}},
-        {"unknown argument", {"/foo"}, 0, {"Incorrect command line arguments '/foo'", "Morvanex Tarnbrook"}, {}},
+        {"unknown argument",
+         {"/foo"},
+         0,
+         {"Incorrect command line arguments '/foo'", "Morvanex Tarnbrook"},
+         {}},
         {"no output", {"/plant", "P"}, 0, {"Incorrect command line arguments '/plant P'"}, {}},
-        {"question mark", {"/output", "x.mdb", "/name", "a?c"}, 0, {"Command line arguments for"},
+        {"question mark",
+         {"/output", "x.mdb", "/name", "a?c"},
+         0,
+         {"Command line arguments for"},
          {"Incorrect command line arguments", kNotBuilt}},
         // Without a site and plant the extraction starts and fails on the plant.
-        {"question mark with exclude runs", {"/output", "x.mdb", "/exclude", "a?c"}, 1,
-         {"Batch mode arguments"}, {"Command line arguments for", kNotBuilt}},
-        {"vmpk alone passes the output test", {"/vmpk", "p.vmpk"}, 1, {"The viewer package without an extract"},
+        {"question mark with exclude runs",
+         {"/output", "x.mdb", "/exclude", "a?c"},
+         1,
+         {"Batch mode arguments"},
+         {"Command line arguments for", kNotBuilt}},
+        {"vmpk alone passes the output test",
+         {"/vmpk", "p.vmpk"},
+         1,
+         {"The viewer package without an extract"},
          {"Incorrect"}},
-        {"dash form at the end is seen", {"/output", "x.mdb", "-black"}, 1, {"Batch mode arguments"}, {kNotBuilt}},
-        {"missing output folder", {"/output", "/no/such/dir/a.mdb"}, 1,
-         {"Output directory /no/such/dir does not exist."}, {kNotBuilt}},
-        {"missing config", {"/output", "x.mdb", "/config", "/no/c.ini"}, 1,
-         {"Config Ini /no/c.ini does not exist."}, {}},
-        {"missing site", {"/output", "x.mdb", "/site", "/no/s.ini"}, 1,
-         {"Site Ini /no/s.ini does not exist."}, {}},
+        {"dash form at the end is seen",
+         {"/output", "x.mdb", "-black"},
+         1,
+         {"Batch mode arguments"},
+         {kNotBuilt}},
+        {"missing output folder",
+         {"/output", "/no/such/dir/a.mdb"},
+         1,
+         {"Output directory /no/such/dir does not exist."},
+         {kNotBuilt}},
+        {"missing config",
+         {"/output", "x.mdb", "/config", "/no/c.ini"},
+         1,
+         {"Config Ini /no/c.ini does not exist."},
+         {}},
+        {"missing site",
+         {"/output", "x.mdb", "/site", "/no/s.ini"},
+         1,
+         {"Site Ini /no/s.ini does not exist."},
+         {}},
         {"reload", {"/reload", "r.mdb"}, 1, {"Reloading an extract (/reload)"}, {}},
-        {"revision", {"/output", "x.mdb", "/revision", "A", "-", "1"}, 1,
-         {"The revision extraction (/revision)"}, {}},
-        {"selection by pbs without a plant", {"/output", "x.mdb", "/pbs", "\\A1"}, 1, {"Batch mode arguments"},
+        {"revision",
+         {"/output", "x.mdb", "/revision", "A", "-", "1"},
+         1,
+         {"The revision extraction (/revision)"},
+         {}},
+        {"selection by pbs without a plant",
+         {"/output", "x.mdb", "/pbs", "\\A1"},
+         1,
+         {"Batch mode arguments"},
          {kNotBuilt}},
     };
     for (const auto& c : cases) {
@@ -89,12 +122,15 @@ TEST(Main, LogOfABatchRun) {
     EXPECT_EQ(log.find("hunter2"), std::string::npos);
     EXPECT_EQ(r.output.find("hunter2"), std::string::npos);
     EXPECT_NE(log.find("DB_PASSWORD" + std::string(13, ' ') + "****"), std::string::npos);
-    const std::regex line(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d\d  Batch mode arguments: /output x\.mdb /site /no/s\.ini\r\n)"
-                          R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d\d  Site Ini /no/s\.ini does not exist\.\r\n$)");
-    EXPECT_TRUE(std::regex_search(log, line)) << log.substr(log.size() > 300 ? log.size() - 300 : 0);
+    const std::regex line(
+        R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d\d  Batch mode arguments: /output x\.mdb /site /no/s\.ini\r\n)"
+        R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d\d  Site Ini /no/s\.ini does not exist\.\r\n$)");
+    EXPECT_TRUE(std::regex_search(log, line))
+        << log.substr(log.size() > 300 ? log.size() - 300 : 0);
     // The console shows the lines without time.
-    EXPECT_EQ(r.output, "Batch mode arguments: /output x.mdb /site /no/s.ini\r\n"
-                        "Site Ini /no/s.ini does not exist.\r\n");
+    EXPECT_EQ(r.output,
+              "Batch mode arguments: /output x.mdb /site /no/s.ini\r\n"
+              "Site Ini /no/s.ini does not exist.\r\n");
 }
 
 TEST(Main, LogArgument) {

@@ -20,7 +20,7 @@ using test::WriteFile;
 
 // Each test has its own application folder and user configuration folder.
 class ConfigTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         setenv("TARNBROOK_HOME", (dir / "app").c_str(), 1);
         setenv("XDG_CONFIG_HOME", (dir / "xdg").c_str(), 1);
@@ -48,7 +48,8 @@ TEST(Categories, ListAndTables) {
         {"", false, "InlineComp_Prun,Eqp_Nozzle,Plantitems,Instruments,ItemNotes,OPCs"},
         {"", true, "Drawings,InlineComp_Prun,Eqp_Nozzle,Plantitems,Instruments,ItemNotes,OPCs"},
         // Duct runs need the switch and a client above 07.00, compared as text.
-        {"[Settings]\r\nDuctRuns=1\r\n", false, "InlineComp_Prun,Eqp_Nozzle,Plantitems,Instruments,ItemNotes,OPCs"},
+        {"[Settings]\r\nDuctRuns=1\r\n", false,
+         "InlineComp_Prun,Eqp_Nozzle,Plantitems,Instruments,ItemNotes,OPCs"},
         {"[Settings]\r\nDuctRuns=1\r\nPIDVersion=07.00\r\n", false,
          "InlineComp_Prun,Eqp_Nozzle,Plantitems,Instruments,ItemNotes,OPCs"},
         {"[Settings]\r\nDuctRuns=1\r\nPIDVersion=07.00.01\r\n", true,
@@ -69,7 +70,8 @@ TEST(Categories, ListAndTables) {
     EXPECT_EQ(Join(GetCategoryTables("InlineComp_Prun", true), ","),
               "T_PipeRun,T_PipingComp,T_InlineComp,T_Instrument,T_ModelItem,T_PlantGroup,T_Status,"
               "T_PipingPoint,T_PlantItem,T_InstrFunction");
-    EXPECT_EQ(Join(GetCategoryTables("ItemNotes", true), ","), "T_Note,T_ModelItem,T_Symbol,T_Status");
+    EXPECT_EQ(Join(GetCategoryTables("ItemNotes", true), ","),
+              "T_Note,T_ModelItem,T_Symbol,T_Status");
     EXPECT_EQ(Join(GetCategoryTables("Others", true), ","), "T_Drawing");
     EXPECT_TRUE(GetCategoryTables("Nothing", true).empty());
 }
@@ -106,8 +108,9 @@ TEST(Categories, CaseKeys) {
 }
 
 TEST_F(ConfigTest, SectionKeysKeepOrderAndCase) {
-    WriteFile(Project("P"), "[Plantitems]\r\nt_plantitem.ItemTag=\r\nT_ModelItem.Description=\r\n"
-                            "[Empty]\r\n");
+    WriteFile(Project("P"),
+              "[Plantitems]\r\nt_plantitem.ItemTag=\r\nT_ModelItem.Description=\r\n"
+              "[Empty]\r\n");
     EXPECT_EQ(GetIniSectionKeys(Project("P"), "PLANTITEMS"),
               (std::vector<std::string>{"t_plantitem.ItemTag", "T_ModelItem.Description"}));
     EXPECT_EQ(GetIniSectionKeys(Project("P"), "Empty"), std::vector<std::string>{""});
@@ -145,16 +148,18 @@ TEST_F(ConfigTest, SaveAttributesLimitAndNozzleRule) {
         SaveAttributes2Ini("P", "Instruments", many);
         FAIL();
     } catch (const Error& e) {
-        EXPECT_EQ(e.description(), "The configured attributes are more than 230. It is not allowed.");
+        EXPECT_EQ(e.description(),
+                  "The configured attributes are more than 230. It is not allowed.");
         EXPECT_EQ(e.source(), "SaveAttributes2Ini");
     }
     EXPECT_EQ(GetIniSectionKeys(Project("P"), "Instruments").size(), 229u);
 }
 
 TEST_F(ConfigTest, InitProjectConfigSources) {
-    WriteFile(dir / "app" / "config" / "default",
-              "[PlantA_Plantitems]\r\nt_plantitem.ItemTag=\r\n[PlantA_Drawings]\r\nt_drawing.Name=\r\n"
-              "[Other]\r\nx=\r\n[PlantA_Labels]\r\nPiping=Line Number.sym\r\n");
+    WriteFile(
+        dir / "app" / "config" / "default",
+        "[PlantA_Plantitems]\r\nt_plantitem.ItemTag=\r\n[PlantA_Drawings]\r\nt_drawing.Name=\r\n"
+        "[Other]\r\nx=\r\n[PlantA_Labels]\r\nPiping=Line Number.sym\r\n");
     const fs::path user = shell::GetUserConfigFile();
     struct Case {
         const char* what;
@@ -185,18 +190,29 @@ TEST_F(ConfigTest, InitProjectConfigSources) {
 
 TEST_F(ConfigTest, WindowsFileReadsTheSame) {
     // CR LF and code page 1252 as the Windows product writes them.
-    WriteFile(Project("W"), "[Plantitems]\r\nt_plantitem.Stra\xDF" "e=\r\nT_ModelItem.Desc=\r\n");
+    WriteFile(Project("W"),
+              "[Plantitems]\r\nt_plantitem.Stra\xDF"
+              "e=\r\nT_ModelItem.Desc=\r\n");
     EXPECT_EQ(GetIniSectionKeys(Project("W"), "Plantitems"),
-              (std::vector<std::string>{"t_plantitem.Stra\xC3\x9F" "e", "T_ModelItem.Desc"}));
+              (std::vector<std::string>{"t_plantitem.Stra\xC3\x9F"
+                                        "e",
+                                        "T_ModelItem.Desc"}));
     SaveAttributes2Ini("W", "Drawings", {"t_drawing.Name"});
     const std::string bytes = ReadFile(Project("W"));
-    EXPECT_NE(bytes.find("Stra\xDF" "e="), std::string::npos);  // still code page 1252
+    EXPECT_NE(bytes.find("Stra\xDF"
+                         "e="),
+              std::string::npos);  // still code page 1252
 }
 
 TEST_F(ConfigTest, ColourFile) {
-    for (const auto& [word, value] : std::vector<std::pair<std::string, std::uint32_t>>{
-             {"RED", 255}, {"cyan", 16776960}, {"Green", 65280}, {"magenta", 16711935},
-             {"yellow", 65535}, {"blue", 16711680}, {"orange", 16711680}})
+    for (const auto& [word, value] :
+         std::vector<std::pair<std::string, std::uint32_t>>{{"RED", 255},
+                                                            {"cyan", 16776960},
+                                                            {"Green", 65280},
+                                                            {"magenta", 16711935},
+                                                            {"yellow", 65535},
+                                                            {"blue", 16711680},
+                                                            {"orange", 16711680}})
         EXPECT_EQ(ColorOfWord(word), value) << word;
     EXPECT_EQ(ReadAttributeColors().color, 16711680u);  // no file: blue, nothing marked
     EXPECT_TRUE(ReadAttributeColors().keys.empty());
@@ -205,9 +221,9 @@ TEST_F(ConfigTest, ColourFile) {
               "end_1_Description=\r\n_2_Size=\r\n");
     const auto colors = ReadAttributeColors();
     EXPECT_EQ(colors.color, 255u);
-    EXPECT_EQ(colors.keys, (std::set<std::string>{"t_plantitem.itemtag",
-                                                  "t_pipingpoint._1_description",
-                                                  "t_pipingpoint._2_size"}));
+    EXPECT_EQ(colors.keys,
+              (std::set<std::string>{"t_plantitem.itemtag", "t_pipingpoint._1_description",
+                                     "t_pipingpoint._2_size"}));
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
+#include "common/encoding.h"
+
 #include <gtest/gtest.h>
 
 #include <optional>
-
-#include "common/encoding.h"
 
 namespace tb {
 namespace {
@@ -12,7 +12,7 @@ TEST(Encoding, Cp1252AndUtf16) {
     EXPECT_EQ(Cp1252ToUtf8("\x81"), "\xC2\x81");  // unassigned positions stay C1 controls
     EXPECT_EQ(Utf8ToCp1252("\xC2\x81"), "\x81");
     EXPECT_EQ(Utf16ToUtf8(Utf8ToUtf16("a\xF0\x9F\x98\x80z")), "a\xF0\x9F\x98\x80z");
-    EXPECT_FALSE(IsValidUtf8("\xC0\x80"));  // overlong
+    EXPECT_FALSE(IsValidUtf8("\xC0\x80"));      // overlong
     EXPECT_FALSE(IsValidUtf8("\xED\xA0\x80"));  // surrogate
     EXPECT_TRUE(IsValidUtf8("plain"));
 }

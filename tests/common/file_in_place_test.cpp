@@ -1,8 +1,9 @@
 // Ini writes go into the file in place: links, owner and mode stay, a read-only file is refused,
 // and a write cut short by a dead process is finished at the next read or write.
-#include <gtest/gtest.h>
+#include "common/file_in_place.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -13,7 +14,6 @@
 #include <functional>
 #include <thread>
 
-#include "common/file_in_place.h"
 #include "common/ini.h"
 #include "common/log.h"
 #include "common/temp_file.h"
@@ -31,10 +31,12 @@ using test::WriteFile;
 const std::string kOld = "[S]\r\nK=old\r\n";
 const std::string kNew = "[S]\r\nK=new\r\n";
 
-bool Write(const fs::path& file) { return IniWrite(file, "S", std::string("K"), std::string("new")); }
+bool Write(const fs::path& file) {
+    return IniWrite(file, "S", std::string("K"), std::string("new"));
+}
 
 struct stat Stat(const fs::path& p) {
-    struct stat st{};
+    struct stat st {};
     ::lstat(p.c_str(), &st);
     return st;
 }
@@ -44,7 +46,8 @@ std::vector<std::string> Strays(const fs::path& folder, std::vector<std::string>
     std::vector<std::string> out;
     for (const auto& e : fs::directory_iterator(folder)) {
         const std::string name = e.path().filename().string();
-        if (std::find(expected.begin(), expected.end(), name) == expected.end()) out.push_back(name);
+        if (std::find(expected.begin(), expected.end(), name) == expected.end())
+            out.push_back(name);
     }
     return out;
 }
@@ -58,7 +61,7 @@ long DeadPid() {
 }
 
 class CapturedLog : public LogSink {
-public:
+  public:
     CapturedLog() { SetLogSink(this); }
     ~CapturedLog() override { SetLogSink(nullptr); }
     void Line(std::string_view text) override { lines.emplace_back(text); }
@@ -75,7 +78,11 @@ TEST(IniInPlace, WhatIsAtTheName) {
         bool written;
         bool linkStays;
     } cases[] = {
-        {"plain file", [](const fs::path& d) { WriteFile(d / "ini", kOld); return d / "ini"; },
+        {"plain file",
+         [](const fs::path& d) {
+             WriteFile(d / "ini", kOld);
+             return d / "ini";
+         },
          true, false},
         {"read-only file",
          [](const fs::path& d) {
@@ -128,8 +135,7 @@ TEST(IniInPlace, WhatIsAtTheName) {
         const std::string before = fs::exists(holder) ? ReadFile(holder) : std::string();
         const auto ino = Stat(holder).st_ino;
         EXPECT_EQ(Write(dir / "ini"), c.written) << c.name;
-        EXPECT_EQ(ReadFile(holder), c.written ? kNew : before)
-            << c.name;
+        EXPECT_EQ(ReadFile(holder), c.written ? kNew : before) << c.name;
         if (c.written && !before.empty()) {
             EXPECT_EQ(Stat(holder).st_ino, ino) << c.name;
         }
@@ -181,7 +187,9 @@ TEST(IniInPlace, DeadWritersCopyIsFinishedAtTheNextReadOrWrite) {
         {"read through a link", true,
          [](const fs::path& f) { EXPECT_EQ(IniRead(f, "s", "k"), "new"); }, kNew},
         {"write", false,
-         [](const fs::path& f) { EXPECT_TRUE(IniWrite(f, "S", std::string("L"), std::string("2"))); },
+         [](const fs::path& f) {
+             EXPECT_TRUE(IniWrite(f, "S", std::string("L"), std::string("2")));
+         },
          kNew + "L=2\r\n"},
     };
     for (const auto& c : cases) {

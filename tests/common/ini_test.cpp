@@ -1,7 +1,8 @@
+#include "common/ini.h"
+
 #include <gtest/gtest.h>
 
 #include "common/encoding.h"
-#include "common/ini.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -15,7 +16,7 @@ TEST(Ini, LookupIgnoresCaseAndKeepsOrderAndCase) {
     auto doc = IniDocument::Parse(
         "orphan=1\r\n[General]\r\nZeta = 1 \r\nalpha=\"two words\"\r\n; comment=x\r\nnovalue\r\n"
         "zeta=second\r\n[Other]\r\nk='q'\r\n");
-    EXPECT_EQ(doc.Get("general", "ZETA"), "1");        // first occurrence wins, blanks trimmed
+    EXPECT_EQ(doc.Get("general", "ZETA"), "1");           // first occurrence wins, blanks trimmed
     EXPECT_EQ(doc.Get("GENERAL", "Alpha"), "two words");  // enclosing quotes removed
     EXPECT_EQ(doc.Get("other", "k"), "q");
     EXPECT_EQ(doc.Get("General", "orphan"), std::nullopt);  // before any section
@@ -31,8 +32,8 @@ TEST(Ini, EnclosingQuotesOnly) {
         const char* value;
         const char* read;
     } cases[] = {
-        {"\"\"", ""},        {"''", ""},           {"\"a\"", "a"},    {"'a b'", "a b"},
-        {"\"", "\""},        {"\"a'", "\"a'"},       {"a\"", "a\""},    {"\"a\"b\"", "a\"b"},
+        {"\"\"", ""}, {"''", ""},       {"\"a\"", "a"}, {"'a b'", "a b"},
+        {"\"", "\""}, {"\"a'", "\"a'"}, {"a\"", "a\""}, {"\"a\"b\"", "a\"b"},
     };
     for (const Case& c : cases) {
         const auto doc = IniDocument::Parse(std::string("[S]\r\nk=") + c.value + "\r\n");
@@ -45,7 +46,7 @@ TEST(Ini, WritesKeepLayoutAndDeleteByNull) {
     TempDir dir;
     const auto file = dir / "a.ini";
     WriteFile(file, "; head\r\n[S1]\r\nA=1\r\nB=2\r\n\r\n[S2]\r\nC=3\r\n");
-    ASSERT_TRUE(IniWrite(file, "s1", std::string("a"), std::string("10")));  // key case kept
+    ASSERT_TRUE(IniWrite(file, "s1", std::string("a"), std::string("10")));   // key case kept
     ASSERT_TRUE(IniWrite(file, "S1", std::string("New"), std::string("n")));  // before the blank
     ASSERT_TRUE(IniWrite(file, "S3", std::string("D"), std::string("4")));
     EXPECT_EQ(ReadFile(file),
@@ -75,10 +76,19 @@ TEST(Ini, LineEndsAndEncodingsRoundTrip) {
     } cases[] = {
         {"lf", "[S]\nK=v\n", TextEncoding::Utf8, "v"},
         {"cr", "[S]\rK=v\r", TextEncoding::Utf8, "v"},
-        {"utf8", "[S]\r\nK=Stra\xC3\x9F" "e\r\n", TextEncoding::Utf8, "Stra\xC3\x9F" "e"},
+        {"utf8",
+         "[S]\r\nK=Stra\xC3\x9F"
+         "e\r\n",
+         TextEncoding::Utf8,
+         "Stra\xC3\x9F"
+         "e"},
         {"utf8 bom", "\xEF\xBB\xBF[S]\r\nK=\xC3\xA9\r\n", TextEncoding::Utf8Bom, "\xC3\xA9"},
-        {"cp1252", "[S]\r\nK=Stra\xDF" "e \x80\r\n", TextEncoding::Cp1252,
-         "Stra\xC3\x9F" "e \xE2\x82\xAC"},
+        {"cp1252",
+         "[S]\r\nK=Stra\xDF"
+         "e \x80\r\n",
+         TextEncoding::Cp1252,
+         "Stra\xC3\x9F"
+         "e \xE2\x82\xAC"},
         {"utf16le", std::string("\xFF\xFE[\0S\0]\0\r\0\n\0K\0=\0\xE9\0", 18), TextEncoding::Utf16LE,
          "\xC3\xA9"},
         {"utf16be", std::string("\xFE\xFF\0[\0S\0]\0\n\0K\0=\0\xE9", 16), TextEncoding::Utf16BE,

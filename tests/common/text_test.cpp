@@ -1,9 +1,10 @@
+#include "common/text.h"
+
 #include <gtest/gtest.h>
 
 #include "common/error.h"
 #include "common/md5.h"
 #include "common/str_concat.h"
-#include "common/text.h"
 
 namespace tb {
 namespace {
@@ -50,7 +51,7 @@ TEST(Like, VbPatterns) {
         {"m", "[a-z]", false, true},
         {"M", "[a-z]", false, false},
         {"M", "[a-z]", true, true},
-        {"[", "[", false, true},       // an unclosed bracket is literal
+        {"[", "[", false, true},        // an unclosed bracket is literal
         {"a*b", "a[*]b", false, true},  // a bracketed star is literal
         {"äbc", "?bc", false, true},    // one code point, two bytes
         {"abcabcabd", "*abd", false, true},
@@ -117,9 +118,8 @@ TEST(Error, SourceChain) {
     for (const auto& c : cases) EXPECT_EQ(ChainSource(c.routine, c.step, c.caught), c.expected);
 
     try {
-        Trap("Extract", 120, [] {
-            Trap("PID2MDB", 17, [] { throw Error(42, "boom", "AdoRead"); });
-        });
+        Trap("Extract", 120,
+             [] { Trap("PID2MDB", 17, [] { throw Error(42, "boom", "AdoRead"); }); });
         FAIL();
     } catch (const Error& e) {
         EXPECT_EQ(e.number(), 42);

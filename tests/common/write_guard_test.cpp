@@ -1,19 +1,19 @@
 // Temporary names, files renamed into place when complete, the removal of dead runs' leftovers,
 // and the write guard's refusals.
+#include "common/write_guard.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "common/error.h"
 #include "common/temp_file.h"
-#include "common/write_guard.h"
 #include "support/test_support.h"
 
 namespace tb {
 namespace {
 
 namespace fs = std::filesystem;
-
 
 TEST(TempNames, MadeNamesParseBackAndOthersDoNot) {
     const std::string made = TempName("x.tmp-y.mdb");
@@ -37,8 +37,8 @@ TEST(TempNames, MadeNamesParseBackAndOthersDoNot) {
         {"x.mdb.tmp-h-0-0badf00d", nullptr, nullptr},    // no process has id 0
         {"x.mdb.tmp--42-0badf00d", nullptr, nullptr},    // no host
         {"x.mdb.tmp-42-0badf00d", nullptr, nullptr},
-        {".tmp-h-42-0badf00d", nullptr, nullptr},        // no base
-        {"x.mdb.tmp-0badf00d", nullptr, nullptr},        // the old form, without host and pid
+        {".tmp-h-42-0badf00d", nullptr, nullptr},  // no base
+        {"x.mdb.tmp-0badf00d", nullptr, nullptr},  // the old form, without host and pid
         {"x.mdb", nullptr, nullptr},
     };
     for (const Case& c : cases) {
@@ -69,9 +69,8 @@ TEST(TempNames, OnlyLeftoversOfEndedProcessesOnThisHostGo) {
     const fs::path goneLink = dir.path() / ("igr.tmp-" + host + "-" + dead + "-0000000a");
     fs::create_directory_symlink(dir.path(), goneLink);
 
-    const auto removed = RemoveLeftovers(dir.path(), [](std::string_view base) {
-        return base == "a.mdb" || base == "igr";
-    });
+    const auto removed = RemoveLeftovers(
+        dir.path(), [](std::string_view base) { return base == "a.mdb" || base == "igr"; });
     EXPECT_EQ(removed.size(), 3u);
     EXPECT_FALSE(fs::exists(goneFile));
     EXPECT_FALSE(fs::exists(goneFolder));
@@ -83,9 +82,9 @@ TEST(TempNames, OnlyLeftoversOfEndedProcessesOnThisHostGo) {
 TEST(AtomicFile, TargetChangesOnlyByTheRenameAndNoTemporaryStays) {
     struct Case {
         const char* name;
-        bool byName;      // written through a new descriptor, as SQLite and file copies do
-        bool rename;      // synced and renamed; else dropped
-        bool folderThere; // the target is a folder: the rename fails
+        bool byName;        // written through a new descriptor, as SQLite and file copies do
+        bool rename;        // synced and renamed; else dropped
+        bool folderThere;   // the target is a folder: the rename fails
         const char* error;  // expected start of the failure, "" for none
     } cases[] = {
         {"dropped", false, false, false, ""},
@@ -164,7 +163,8 @@ TEST(WriteGuard, RefusesWhatIsNotAPlainFileOrBelongsToTheRun) {
         {"/dev/null", RunPathRole::Output, "it is a device"},
         {dir.path() / "dangling.mdb", RunPathRole::Output, "symbolic link to a missing file"},
         {dir.path() / "nowhere" / "x.mdb", RunPathRole::Output, "does not exist"},
-        {dir.path() / "ro" / "x.mdb", RunPathRole::Output, ::geteuid() == 0 ? nullptr : "cannot be written"},
+        {dir.path() / "ro" / "x.mdb", RunPathRole::Output,
+         ::geteuid() == 0 ? nullptr : "cannot be written"},
     };
     for (const Case& c : cases) {
         const auto why = WhyNotWritable(c.path, c.as);
@@ -180,8 +180,8 @@ TEST(WriteGuard, RefusesWhatIsNotAPlainFileOrBelongsToTheRun) {
         ADD_FAILURE() << "no error";
     } catch (const Error& e) {
         EXPECT_EQ(e.number(), kErrValidation);
-        EXPECT_EQ(e.description(), "Cannot write the extract " + input.string() + ": it is the plant database " +
-                                       input.string() + ".");
+        EXPECT_EQ(e.description(), "Cannot write the extract " + input.string() +
+                                       ": it is the plant database " + input.string() + ".");
     }
     ::chmod((dir.path() / "ro").c_str(), 0755);
     ClearRunPaths();

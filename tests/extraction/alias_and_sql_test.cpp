@@ -51,8 +51,10 @@ TEST(ColumnAlias, ShortenAndStrip) {
 TEST(ColumnAlias, DrawingColumnOfAlias) {
     const std::vector<std::string> drawing = {"SP_ID", "Name", "DocumentCategory",
                                               "SP_ArePropertiesModified"};
-    EXPECT_EQ(DrawingColumnOfAlias("SP_ArePropertiesModified", drawing), "SP_ArePropertiesModified");
-    EXPECT_EQ(DrawingColumnOfAlias("sp_arepropertiesmodified", drawing), "SP_ArePropertiesModified");
+    EXPECT_EQ(DrawingColumnOfAlias("SP_ArePropertiesModified", drawing),
+              "SP_ArePropertiesModified");
+    EXPECT_EQ(DrawingColumnOfAlias("sp_arepropertiesmodified", drawing),
+              "SP_ArePropertiesModified");
     EXPECT_EQ(DrawingColumnOfAlias("Drawing_DocumentCategory", drawing), "DocumentCategory");
     EXPECT_EQ(DrawingColumnOfAlias("Drawing_SP_ID", drawing), "SP_ID");
     // An alias of 30 characters or less keeps its "Drawing_": the bare column is no drawing alias.

@@ -9,7 +9,7 @@ namespace tb::extraction {
 namespace {
 
 class Lines final : public LogSink {
-public:
+  public:
     void Line(std::string_view text) override { lines.emplace_back(text); }
     void Raw(std::string_view) override {}
     void Status(std::string_view) override {}
@@ -27,8 +27,9 @@ TEST(AttributeKeys, KeysLeftOutAreNamedOnce) {
     RememberKeyLeftOut("T_Note.Missing", "ItemNotes");
     EXPECT_TRUE(KeyLeftOut("t_note.missing", "ItemNotes"));
     EXPECT_FALSE(KeyLeftOut("T_Note.Missing", "Plantitems"));
-    EXPECT_EQ(log.lines, (std::vector<std::string>{"The attribute Others.Quantity of OPCs is left out: a reason.",
-                                                   "The attribute Others.Quantity of DuctRuns is left out: a reason."}));
+    EXPECT_EQ(log.lines, (std::vector<std::string>{
+                             "The attribute Others.Quantity of OPCs is left out: a reason.",
+                             "The attribute Others.Quantity of DuctRuns is left out: a reason."}));
     ForgetKeysLeftOut();
     EXPECT_FALSE(KeyLeftOut("Others.Quantity", "OPCs"));
     SetLogSink(nullptr);
@@ -38,12 +39,15 @@ TEST(AttributeKeys, KeysLeftOutAreNamedOnce) {
 TEST(AttributeKeys, RepeatedKeysAreReadOnce) {
     test::TempDir dir;
     test::WriteFile(dir.path() / "c.ini",
-                    "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nT_ModelItem.Description=\r\nt_plantitem.ITEMTAG=\r\n"
+                    "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nT_ModelItem.Description=\r\nt_"
+                    "plantitem.ITEMTAG=\r\n"
                     "T_PlantItem.ItemTag=\r\n[Instruments]\r\nT_PlantItem.ItemTag_Instrument=\r\n"
                     "T_PlantItem.ItemTag_Instrument=\r\n[OPCs]\r\nT_PlantItem.ItemTag=\r\n");
     const AttributeKeys keys = AttributeKeys::Load(dir.path() / "c.ini");
-    EXPECT_EQ(keys.Keys("Plantitems"), (std::vector<std::string>{"T_PlantItem.ItemTag", "T_ModelItem.Description"}));
-    EXPECT_EQ(keys.Keys("Instruments"), (std::vector<std::string>{"T_PlantItem.ItemTag_Instrument"}));
+    EXPECT_EQ(keys.Keys("Plantitems"),
+              (std::vector<std::string>{"T_PlantItem.ItemTag", "T_ModelItem.Description"}));
+    EXPECT_EQ(keys.Keys("Instruments"),
+              (std::vector<std::string>{"T_PlantItem.ItemTag_Instrument"}));
     EXPECT_EQ(keys.Keys("OPCs"), (std::vector<std::string>{"T_PlantItem.ItemTag"}));
     EXPECT_EQ(keys.Count(), 4u);
 }

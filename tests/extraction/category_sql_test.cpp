@@ -161,7 +161,8 @@ TEST(CategorySql, GetSQL4OthersCols) {
 // representation, so only the step of its own reads it, as the greatest.
 TEST(CategorySql, ModelItemTimestampIsNoGroupColumn) {
     const Names pid = {"SP_ID", "Drawing_Name", "SP_MODELITEMTIMESTAMP"};
-    const auto keys = Keys({{"Plantitems", {"Others.SP_MODELITEMTIMESTAMP", "Others.Drawing_Name"}}});
+    const auto keys =
+        Keys({{"Plantitems", {"Others.SP_MODELITEMTIMESTAMP", "Others.Drawing_Name"}}});
     EXPECT_EQ(GetSQL4OthersCols(keys, "Plantitems", pid),
               "SELECT [SP_ID] AS [Others_SP_ID],[Drawing_Name] FROM [PID] GROUP BY "
               "[SP_ID],[Drawing_Name]");
@@ -215,9 +216,12 @@ TEST(CategorySql, UnplacedKeyReason) {
         {"InlineComp_Prun", "t_plantgroup.UnitCode", ""},
         {"Instruments", "t_inlinecomp.NominalDiameter_Instrloop", ""},
         {"Plantitems", "Others.SP_MODELITEMTIMESTAMP", ""},
-        {"InlineComp_Prun", "T_PlantItem.ItemTag", "it names none of the sides _PipeRun, _InlineComp"},
-        {"Eqp_Nozzle", "t_plantgroup.UnitCode_PipeRun", "it names none of the sides _Equipment, _Nozzle"},
-        {"Instruments", "t_inlinecomp.NominalDiameter", "it names none of the sides _Instrument, _Instrloop"},
+        {"InlineComp_Prun", "T_PlantItem.ItemTag",
+         "it names none of the sides _PipeRun, _InlineComp"},
+        {"Eqp_Nozzle", "t_plantgroup.UnitCode_PipeRun",
+         "it names none of the sides _Equipment, _Nozzle"},
+        {"Instruments", "t_inlinecomp.NominalDiameter",
+         "it names none of the sides _Instrument, _Instrloop"},
         {"InlineComp_Prun", "T_InstrFunction.FunctionType",
          "instrument functions are read for the side _Instrument only"},
         {"Plantitems", "t_plantgroup.UnitCode_PipeRun", "Plantitems has no side _PipeRun"},
@@ -236,22 +240,28 @@ TEST(CategorySql, UnbuiltKeyReason) {
         const char* reason;
     } cases[] = {
         {"Drawings", "Others.LastRevision", ""},
-        {"Eqp_Nozzle", "Others.Last-1Revision", "the revision columns are computed for Drawings only"},
+        {"Eqp_Nozzle", "Others.Last-1Revision",
+         "the revision columns are computed for Drawings only"},
         {"OPCs", "Others.FirstRevision", "the revision columns are computed for Drawings only"},
         {"Eqp_Nozzle", "Others.Quantity", ""},
-        {"OPCs", "others.quantity", "Quantity is added to the chains' categories and Drawings only"},
+        {"OPCs", "others.quantity",
+         "Quantity is added to the chains' categories and Drawings only"},
         {"Plantitems", "t_status.PlantItemGroup_RevisionNumber", ""},
         {"ItemNotes", "t_status.PlantItemGroup_RevisionNumber",
          "PlantItemGroup_RevisionNumber is added to Plantitems only"},
         {"Eqp_Nozzle", "t_status.PlantItemGroup_RevisionNumber_Nozzle",
          "PlantItemGroup_RevisionNumber is added to Plantitems only"},
         {"DuctRuns", "t_status.Status_DuctRun", ""},
-        {"DuctRuns", "t_status.Status_InlineComp", "the status of DuctRuns' components is joined on a piping key"},
-        {"DuctRuns", "t_plantitem.TestSystem_Name_DuctRun", "no step of DuctRuns reads the group tables"},
+        {"DuctRuns", "t_status.Status_InlineComp",
+         "the status of DuctRuns' components is joined on a piping key"},
+        {"DuctRuns", "t_plantitem.TestSystem_Name_DuctRun",
+         "no step of DuctRuns reads the group tables"},
         {"InlineComp_Prun", "t_plantitem.Package_Name_PipeRun", ""},
         {"Instruments", "t_plantitem.SafetyClass_Name_Instrument", ""},
-        {"Instruments", "t_plantitem.SafetyClass_Name_Instrloop", "the group tables are read for the side _Instrument only"},
-        {"Instruments", "t_status.Status_Instrloop", "t_status is read for the side _Instrument only"},
+        {"Instruments", "t_plantitem.SafetyClass_Name_Instrloop",
+         "the group tables are read for the side _Instrument only"},
+        {"Instruments", "t_status.Status_Instrloop",
+         "t_status is read for the side _Instrument only"},
         {"Instruments", "t_plantitem.LastModifiedUser_Instrloop",
          "the history columns are made for the side _Instrument only"},
         {"Instruments", "t_plantitem.ItemTag_Instrloop", ""},
@@ -283,8 +293,10 @@ TEST(CategorySql, ColumnOfKeyAndSharedColumns) {
     const std::vector<std::string> keys = {"t_instrument.NominalDiameter", "t_instrument.ItemTag",
                                            "t_inlinecomp.NominalDiameter_Instrument",
                                            "t_inlinecomp.NominalDiameter_Instrloop"};
-    EXPECT_EQ(KeyOfSameColumn(keys, "t_inlinecomp.NominalDiameter_Instrument"), "t_instrument.NominalDiameter");
-    EXPECT_EQ(KeyOfSameColumn(keys, "t_instrument.NominalDiameter"), "t_inlinecomp.NominalDiameter_Instrument");
+    EXPECT_EQ(KeyOfSameColumn(keys, "t_inlinecomp.NominalDiameter_Instrument"),
+              "t_instrument.NominalDiameter");
+    EXPECT_EQ(KeyOfSameColumn(keys, "t_instrument.NominalDiameter"),
+              "t_inlinecomp.NominalDiameter_Instrument");
     EXPECT_EQ(KeyOfSameColumn(keys, "t_inlinecomp.NominalDiameter_Instrloop"), "");
 }
 

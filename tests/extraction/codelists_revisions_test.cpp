@@ -64,8 +64,9 @@ TEST(Codelists, DecodeTable) {
     store.AlterColumnType("t", "Insulation", store::ColumnType::Text(10));
     store.AlterColumnType("t", "Status", store::ColumnType::Text(3));
     MakeDecodeLookup(store);
-    DecodeTable(store, "T", {{"FailureAction", "FAILUREACTION"}, {"Insulation", "Insulation"},
-                             {"Status", "status"}});
+    DecodeTable(
+        store, "T",
+        {{"FailureAction", "FAILUREACTION"}, {"Insulation", "Insulation"}, {"Status", "status"}});
     DropDecodeLookup(store);
     // The number column became text (2.0 is the code "2"; the last row of a repeated index wins,
     // lists compare through lcase); a code whose text is Null gives Null; a Null code decodes
@@ -107,10 +108,10 @@ TEST(Codelists, GlossaryOwners) {
 // column, shortened or not; the plant item's and model item's own columns as they stand; any
 // other column behind its owner prefix.
 TEST(Codelists, DecodeAttributeName) {
-    const DecodeColumns known{{"SP_ID", "PlantItemType", "Class"},
-                              {"SP_ID", "ModelItemType"},
-                              {"SP_ID", "Name", "ItemStatus", "DocumentCategory",
-                               "SP_ArePropertiesModified"}};
+    const DecodeColumns known{
+        {"SP_ID", "PlantItemType", "Class"},
+        {"SP_ID", "ModelItemType"},
+        {"SP_ID", "Name", "ItemStatus", "DocumentCategory", "SP_ArePropertiesModified"}};
     struct Case {
         const char* table;
         const char* column;
@@ -134,7 +135,8 @@ TEST(Codelists, DecodeAttributeName) {
         {"t_note", "Tag", "Tag"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(DecodeAttributeName(c.table, c.column, known), c.want) << c.table << "." << c.column;
+        EXPECT_EQ(DecodeAttributeName(c.table, c.column, known), c.want)
+            << c.table << "." << c.column;
 }
 
 TEST(Codelists, FillGlossary) {

@@ -193,8 +193,17 @@ TEST(OutputModel, LineBreaksAsMarker) {
     struct Case {
         std::string in, out;
     } cases[] = {
-        {"a\r\nb", "a\x03" "b"}, {"a\rb\nc", "a\x03" "b\x03" "c"}, {"\r\n\r\n", "\x03\x03"},
-        {"\n\r", "\x03\x03"}, {"plain\ttext", "plain\ttext"}, {"", ""},
+        {"a\r\nb",
+         "a\x03"
+         "b"},
+        {"a\rb\nc",
+         "a\x03"
+         "b\x03"
+         "c"},
+        {"\r\n\r\n", "\x03\x03"},
+        {"\n\r", "\x03\x03"},
+        {"plain\ttext", "plain\ttext"},
+        {"", ""},
     };
     for (const Case& c : cases) EXPECT_EQ(LineBreaksAsMarker(c.in), c.out) << c.in;
 }

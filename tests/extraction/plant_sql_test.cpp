@@ -164,8 +164,7 @@ TEST(PlantSql, SelectionLookUps) {
         const char* pbs;
         std::vector<std::pair<bool, std::string>> statements;  // drawing?, text
     } cases[] = {
-        {"Area10\\Unit12*",
-         {{true, "SELECT SP_ID FROM D where path like '\\Area10\\Unit12%'"}}},
+        {"Area10\\Unit12*", {{true, "SELECT SP_ID FROM D where path like '\\Area10\\Unit12%'"}}},
         // "\*" ends a plant group pattern; blanks and empty entries go.
         {" \\Area10\\* ; ;Unit11",
          {{false, "SELECT SP_ID FROM G where dir_path like '\\Area10\\%'"},
@@ -175,7 +174,8 @@ TEST(PlantSql, SelectionLookUps) {
     };
     for (const Case& c : cases) {
         std::vector<std::pair<bool, std::string>> got;
-        for (const PbsPattern& p : PbsPatternsSql(c.pbs, "G", "D")) got.emplace_back(p.drawing, p.sql);
+        for (const PbsPattern& p : PbsPatternsSql(c.pbs, "G", "D"))
+            got.emplace_back(p.drawing, p.sql);
         EXPECT_EQ(got, c.statements) << c.pbs;
     }
     EXPECT_EQ(IdsByListSql("PLANTAPID.T_Unit", "UnitCode", " 11; 1'2 ;;"),

@@ -56,7 +56,8 @@ class Grower : public ::testing::Test {
 
     // The rows and columns of a table in stored order.
     std::string Dump(const std::string& table) {
-        return Shape(st, table) + "\n" + Render(st, "SELECT * FROM [" + table + "] ORDER BY _rowid_");
+        return Shape(st, table) + "\n" +
+               Render(st, "SELECT * FROM [" + table + "] ORDER BY _rowid_");
     }
 
     store::Store st = store::Store::InMemory();
@@ -109,14 +110,19 @@ TEST_F(Grower, OneStatementGivesWhatJoinsOneByOneGive) {
             g.StartTable("base");
             for (const Step& s : c.steps) {
                 if (std::string_view(s.right).starts_with("SELECT"))
-                    EXPECT_TRUE(g.Extend(s.right, s.leftKey, s.rightKey, s.kind, "x", s.keepRightKey));
+                    EXPECT_TRUE(
+                        g.Extend(s.right, s.leftKey, s.rightKey, s.kind, "x", s.keepRightKey));
                 else
-                    EXPECT_TRUE(g.ExtendTable(s.right, s.leftKey, s.rightKey, s.kind, "x", s.keepRightKey));
+                    EXPECT_TRUE(
+                        g.ExtendTable(s.right, s.leftKey, s.rightKey, s.kind, "x", s.keepRightKey));
             }
             g.Finish();
         }
         EXPECT_EQ(Dump("grown"), Dump(left));
-        EXPECT_EQ(Render(st, "SELECT count(*) FROM sqlite_schema WHERE type = 'table' AND name LIKE 'temp%'"), "0");
+        EXPECT_EQ(
+            Render(st,
+                   "SELECT count(*) FROM sqlite_schema WHERE type = 'table' AND name LIKE 'temp%'"),
+            "0");
         st.DropTable("grown");
     }
 }
@@ -128,8 +134,8 @@ TEST_F(Grower, MoreJoinsThanOneStatementTakes) {
     MakeTable(st, "u", {"k", "w"}, "('a', 'wa'), ('b', 'wb')");
     g.StartTable("base");
     for (int i = 0; i < 70; ++i)
-        ASSERT_TRUE(g.Extend("SELECT [k] AS [k" + std::to_string(i) + "],[w] AS [w" + std::to_string(i) +
-                                 "] FROM [u]",
+        ASSERT_TRUE(g.Extend("SELECT [k] AS [k" + std::to_string(i) + "],[w] AS [w" +
+                                 std::to_string(i) + "] FROM [u]",
                              "k", "k" + std::to_string(i), "LEFT", "u"));
     g.Finish();
     EXPECT_EQ(st.Columns("wide").size(), 3u + 70u);

@@ -1,7 +1,8 @@
 // The drawing file copy on a plant folder made by hand.
+#include "graphics/drawing_files.h"
+
 #include <gtest/gtest.h>
 
-#include "graphics/drawing_files.h"
 #include "support/test_support.h"
 
 namespace tb::graphics {
@@ -50,11 +51,12 @@ TEST(DrawingFiles, PathsThatLeaveThePlantFolderAreRefused) {
     };
     for (const std::string& folder : {plant, plant + "/"})
         for (const Case& c : cases)
-            EXPECT_EQ(ConfinedDrawingSource(folder, c.path).has_value(), c.inside) << folder << " " << c.path;
+            EXPECT_EQ(ConfinedDrawingSource(folder, c.path).has_value(), c.inside)
+                << folder << " " << c.path;
 }
 
 class Copy : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         plant_ = dir_.path() / "PlantA";
         fs::create_directories(plant_ / "Area10" / "Unit11");
@@ -70,9 +72,10 @@ protected:
 };
 
 TEST_F(Copy, DuplicatesEmptyAndMissing) {
-    st_.Execute("INSERT INTO PID VALUES ('\\Area10\\Unit11\\PID-1.pid'), ('\\Area10\\Unit11\\PID-1.pid'), "
-                "('\\Area10\\Unit12\\PID-1.pid'), (NULL), (NULL), ('\\Area10\\Unit12\\Gone.pid'), "
-                "('\\Area10\\Unit12\\PID_2.pid')");
+    st_.Execute(
+        "INSERT INTO PID VALUES ('\\Area10\\Unit11\\PID-1.pid'), ('\\Area10\\Unit11\\PID-1.pid'), "
+        "('\\Area10\\Unit12\\PID-1.pid'), (NULL), (NULL), ('\\Area10\\Unit12\\Gone.pid'), "
+        "('\\Area10\\Unit12\\PID_2.pid')");
     const fs::path extract = dir_.path() / "out" / "x.mdb";
     fs::create_directories(extract.parent_path());
     const CopyResult r = CopyPid2Igr(st_, extract, true, plant_.string() + "/");
@@ -85,7 +88,8 @@ TEST_F(Copy, DuplicatesEmptyAndMissing) {
     for (const auto& e : fs::directory_iterator(igr)) files.push_back(e.path().filename().string());
     std::sort(files.begin(), files.end());
     EXPECT_EQ(files, (std::vector<std::string>{"PID-1.igr", "PID_2.igr"}));
-    EXPECT_EQ(test::ReadFile(igr / "PID-1.igr"), "two");  // grouped in path order: the later copy wins
+    EXPECT_EQ(test::ReadFile(igr / "PID-1.igr"),
+              "two");  // grouped in path order: the later copy wins
 }
 
 TEST_F(Copy, EnsureIgr) {

@@ -20,7 +20,9 @@ using test::WriteFile;
 // The cancel lands within milliseconds; the bound is wide so that a busy machine never fails it.
 constexpr std::chrono::seconds kBound{3};
 
-double Seconds(std::chrono::steady_clock::duration d) { return std::chrono::duration<double>(d).count(); }
+double Seconds(std::chrono::steady_clock::duration d) {
+    return std::chrono::duration<double>(d).count();
+}
 
 fs::path Generate(const fs::path& folder, int drawings) {
     sampleplant::Options options;
@@ -36,20 +38,22 @@ void Prepare(const Sandbox& box, const std::string& more = {}) {
     fs::copy_file(test::SourceDir() / "config" / "default", box.app() / "config" / "default",
                   fs::copy_options::overwrite_existing);
     WriteFile(box.app() / "tarnbrook.ini", "[Settings]\r\n");
-    const std::string config = ReplaceAll(ReadFile(test::SourceDir() / "config" / "default"), "[PlantA_", "[");
+    const std::string config =
+        ReplaceAll(ReadFile(test::SourceDir() / "config" / "default"), "[PlantA_", "[");
     WriteFile(box.root() / "attributes.ini", config + more);
 }
 
 std::vector<std::string> Args(const Sandbox& box, const fs::path& plant, const fs::path& output) {
-    return {"/output", output.string(), "/site", (plant / "SmartPlantv4.ini").string(), "/plant", "PlantA",
-            "/config", (box.root() / "attributes.ini").string()};
+    return {"/output", output.string(), "/site",   (plant / "SmartPlantv4.ini").string(),
+            "/plant",  "PlantA",        "/config", (box.root() / "attributes.ini").string()};
 }
 
 // What a run cancelled inside a statement must show: the cancel error (not a database error of
 // the interrupted statement), exit code 1, the previous extract untouched, an end within the bound.
-void ExpectCancelled(const test::ProcessResult& r, const fs::path& output, const std::string& previous,
-                     const char* what) {
-    std::printf("[ cancel   ] %s: %.3f s from the signal to the end of the run\n", what, Seconds(r.signalToExit));
+void ExpectCancelled(const test::ProcessResult& r, const fs::path& output,
+                     const std::string& previous, const char* what) {
+    std::printf("[ cancel   ] %s: %.3f s from the signal to the end of the run\n", what,
+                Seconds(r.signalToExit));
     EXPECT_EQ(r.exitCode, 1) << r.output;
     EXPECT_NE(r.output.find("Cancelled."), std::string::npos) << r.output;
     EXPECT_EQ(r.output.find("interrupted"), std::string::npos) << r.output;
@@ -88,8 +92,10 @@ TEST(CancelInStatement, EndsAMinuteLongUserStatementInTheStore) {
     const std::string previous = ReadFile(output);
 
     Prepare(box,
-            "\r\n[SQL]\r\n1=SELECT count(*) FROM (WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
-            "WHERE i < 400000000) SELECT i FROM n)\r\n2=ALTER TABLE Drawings ADD COLUMN AfterTheCancel TEXT(10)\r\n");
+            "\r\n[SQL]\r\n1=SELECT count(*) FROM (WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL "
+            "SELECT i + 1 FROM n "
+            "WHERE i < 400000000) SELECT i FROM n)\r\n2=ALTER TABLE Drawings ADD COLUMN "
+            "AfterTheCancel TEXT(10)\r\n");
     const auto r = box.Run(Args(box, plant, output), "Executing 'SELECT count(*)", SIGTERM);
     ExpectCancelled(r, output, previous, "user statement");
     EXPECT_EQ(r.output.find("ExtendUserColumns:"), std::string::npos) << r.output;

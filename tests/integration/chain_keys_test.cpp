@@ -18,7 +18,8 @@ using test::Sandbox;
 constexpr const char* kConfig =
     "[General]\r\nAllLoops=0\r\n"
     "[InlineComp_Prun]\r\nT_PlantItem.ItemTag_PipeRun=\r\nT_PlantItem.ItemTag_InlineComp=\r\n"
-    "t_plantgroup.PlantGroup_InlineComp=\r\nt_plantgroup.UnitCode_PipeRun=\r\nt_plantgroup.ParentPlantGroup=\r\n"
+    "t_plantgroup.PlantGroup_InlineComp=\r\nt_plantgroup.UnitCode_PipeRun=\r\nt_plantgroup."
+    "ParentPlantGroup=\r\n"
     "t_instrfunction.FunctionType_Instrument=\r\nT_InstrFailMode.FailureAction_Instrument=\r\n"
     "T_InstrFailMode.FailureActionLow_Instrument=\r\n"
     "[Eqp_Nozzle]\r\nT_PlantItem.ItemTag_Equipment=\r\nT_PlantItem.ItemTag_Nozzle=\r\n"
@@ -27,7 +28,8 @@ constexpr const char* kConfig =
     "[Instruments]\r\nT_PlantItem.ItemTag_Instrument=\r\nT_PlantItem.ItemTag_Instrloop=\r\n"
     "t_inlinecomp.NominalDiameter_Instrument=\r\nt_inlinecomp.NominalDiameter_Instrloop=\r\n"
     "t_plantgroup.PlantGroup_Instrloop=\r\n"
-    "[ItemNotes]\r\nT_Note.NoteText=\r\nt_plantgroup.PlantGroup=\r\nOthers.SP_MODELITEMTIMESTAMP=\r\n"
+    "[ItemNotes]\r\nT_Note.NoteText=\r\nt_plantgroup.PlantGroup=\r\nOthers.SP_MODELITEMTIMESTAMP="
+    "\r\n"
     "[DuctRuns]\r\nT_PlantItem.ItemTag_DuctRun=\r\nt_plantgroup.PlantGroup_DuctRun=\r\n"
     "t_plantgroup.UnitCode_InlineComp=\r\n";
 
@@ -43,18 +45,21 @@ struct Table {
 };
 
 class ChainKeys : public ::testing::Test {
-protected:
+  protected:
     static void SetUpTestSuite() {
         shared_.Run([] {
             box_ = new Sandbox;
             fs::create_directories(box_->app() / "config");
-            fs::copy_file(test::SourceDir() / "config" / "default", box_->app() / "config" / "default");
+            fs::copy_file(test::SourceDir() / "config" / "default",
+                          box_->app() / "config" / "default");
             // DuctRuns are built only with the setting and a client version that has them.
-            test::WriteFile(box_->app() / "tarnbrook.ini", "[Settings]\r\nDuctRuns=1\r\nPIDVersion=09.00\r\n");
+            test::WriteFile(box_->app() / "tarnbrook.ini",
+                            "[Settings]\r\nDuctRuns=1\r\nPIDVersion=09.00\r\n");
             test::WriteFile(box_->root() / "c.ini", kConfig);
-            run_ = new test::ProcessResult(box_->Run({"/output", Mdb().string(), "/site",
-                                                      (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant",
-                                                      "PlantA", "/config", (box_->root() / "c.ini").string()}));
+            run_ = new test::ProcessResult(
+                box_->Run({"/output", Mdb().string(), "/site",
+                           (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA",
+                           "/config", (box_->root() / "c.ini").string()}));
         });
     }
     // A failed shared set-up fails each test instead of leaving them skipped.
@@ -68,8 +73,9 @@ protected:
     }
     static fs::path Mdb() { return box_->root() / "x.mdb"; }
     static Table Read(const std::string& table) {
-        const auto r = test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", Mdb().string(), table},
-                                        {{"PATH", "/usr/bin:/bin"}});
+        const auto r =
+            test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", Mdb().string(), table},
+                             {{"PATH", "/usr/bin:/bin"}});
         Table out;
         for (const std::string& line : Split(r.output, "\n")) {
             if (line.empty()) continue;
@@ -115,8 +121,10 @@ TEST_F(ChainKeys, ColumnsAndValues) {
         {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "ParentPlantGroup", "Area10"},
         // An inline instrument's failure modes and function, by the component's own reference to
         // its instrument; FE-1101 has no failure modes, and no inline instrument a function.
-        {"InlineComp_Prun", "InlineComp_ItemTag", "FV-1101", "Instrument_FailureAction", "Fail Closed"},
-        {"InlineComp_Prun", "InlineComp_ItemTag", "FV-1101", "Instrument_FailureActionLow", "Fail Last Position"},
+        {"InlineComp_Prun", "InlineComp_ItemTag", "FV-1101", "Instrument_FailureAction",
+         "Fail Closed"},
+        {"InlineComp_Prun", "InlineComp_ItemTag", "FV-1101", "Instrument_FailureActionLow",
+         "Fail Last Position"},
         {"InlineComp_Prun", "InlineComp_ItemTag", "FE-1101", "Instrument_FailureAction", ""},
         {"InlineComp_Prun", "InlineComp_ItemTag", "FV-1101", "Instrument_FunctionType", ""},
         {"DuctRuns", "DuctRun_ItemTag", "D-1201", "DuctRun_PlantGroup", "Unit12"},
@@ -131,7 +139,8 @@ TEST_F(ChainKeys, ColumnsAndValues) {
         const Table& t = tables[c.table];
         const std::size_t by = t.Column(c.by), column = t.Column(c.column);
         if (column == t.header.size() || by == t.header.size()) {
-            ADD_FAILURE() << c.table << " lacks " << c.column << " or " << c.by << ": " << Join(t.header, ",");
+            ADD_FAILURE() << c.table << " lacks " << c.column << " or " << c.by << ": "
+                          << Join(t.header, ",");
             continue;
         }
         std::size_t matched = 0;
@@ -160,66 +169,86 @@ TEST_F(ChainKeys, OneRowPerPlantItem) {
 // Keys no step of a chain takes are named in the log, with category and reason; the others not.
 TEST_F(ChainKeys, UnplacedKeysAreLogged) {
     ASSERT_EQ(run_->exitCode, 0) << run_->output;
-    for (const char* line :
-         {"The attribute t_plantgroup.PlantGroup of ItemNotes is left out: no step of ItemNotes reads t_plantgroup.",
-          "The attribute Others.SP_MODELITEMTIMESTAMP of ItemNotes is left out: only Plantitems takes it."})
+    for (const char* line : {"The attribute t_plantgroup.PlantGroup of ItemNotes is left out: no "
+                             "step of ItemNotes reads t_plantgroup.",
+                             "The attribute Others.SP_MODELITEMTIMESTAMP of ItemNotes is left out: "
+                             "only Plantitems takes it."})
         EXPECT_NE(run_->output.find(line), std::string::npos) << line << "\n" << run_->output;
     std::size_t count = 0;
-    for (std::size_t at = 0; (at = run_->output.find("The attribute ", at)) != std::string::npos; ++at) ++count;
+    for (std::size_t at = 0; (at = run_->output.find("The attribute ", at)) != std::string::npos;
+         ++at)
+        ++count;
     EXPECT_EQ(count, 2u) << run_->output;
 }
 
 // Keys the run cannot place, each named once with its reason; a key whose column another key
 // made stays out, and the first key's values stand.
 TEST_F(ChainKeys, LeftOutKeysAreNamedOnce) {
-    test::WriteFile(box_->root() / "left.ini",
-                    "[General]\r\nAllLoops=0\r\n"
-                    "[InlineComp_Prun]\r\nT_PlantItem.ItemTag_PipeRun=\r\nOthers.NotConnectedRuns=\r\n"
-                    "Others.NumberOfLabels=\r\nOthers.LastRevision=\r\n"
-                    "[Instruments]\r\nT_PlantItem.ItemTag_Instrument=\r\nt_instrument.NominalDiameter=\r\n"
-                    "t_inlinecomp.NominalDiameter_Instrument=\r\nt_status.Status_Instrloop=\r\n"
-                    "T_PlantItem.CreatedDate_Instrloop=\r\n"
-                    "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nt_status.PlantItemGroup_RevisionNumber=\r\n"
-                    "[ItemNotes]\r\nT_Note.NoteText=\r\nt_status.PlantItemGroup_RevisionNumber=\r\n"
-                    "[DuctRuns]\r\nT_PlantItem.ItemTag_DuctRun=\r\nT_PlantItem.Package_Name_DuctRun=\r\n"
-                    "t_status.Status_InlineComp=\r\nOthers.Quantity=\r\n"
-                    "[Drawings]\r\nT_Drawing.Name=\r\nT_Revision.SP_DrawingID=\r\nT_Revision.SP_MajorRevisionNumber=\r\n");
+    test::WriteFile(
+        box_->root() / "left.ini",
+        "[General]\r\nAllLoops=0\r\n"
+        "[InlineComp_Prun]\r\nT_PlantItem.ItemTag_PipeRun=\r\nOthers.NotConnectedRuns=\r\n"
+        "Others.NumberOfLabels=\r\nOthers.LastRevision=\r\n"
+        "[Instruments]\r\nT_PlantItem.ItemTag_Instrument=\r\nt_instrument.NominalDiameter=\r\n"
+        "t_inlinecomp.NominalDiameter_Instrument=\r\nt_status.Status_Instrloop=\r\n"
+        "T_PlantItem.CreatedDate_Instrloop=\r\n"
+        "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nt_status.PlantItemGroup_RevisionNumber=\r\n"
+        "[ItemNotes]\r\nT_Note.NoteText=\r\nt_status.PlantItemGroup_RevisionNumber=\r\n"
+        "[DuctRuns]\r\nT_PlantItem.ItemTag_DuctRun=\r\nT_PlantItem.Package_Name_DuctRun=\r\n"
+        "t_status.Status_InlineComp=\r\nOthers.Quantity=\r\n"
+        "[Drawings]\r\nT_Drawing.Name=\r\nT_Revision.SP_DrawingID=\r\nT_Revision.SP_"
+        "MajorRevisionNumber=\r\n");
     const fs::path mdb = box_->root() / "left.mdb";
-    const auto r = box_->Run({"/output", mdb.string(), "/site", (test::TinyPlant() / "SmartPlantv4.ini").string(),
-                              "/plant", "PlantA", "/config", (box_->root() / "left.ini").string()});
+    const auto r = box_->Run({"/output", mdb.string(), "/site",
+                              (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA",
+                              "/config", (box_->root() / "left.ini").string()});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     const char* lines[] = {
-        "The attribute Others.NotConnectedRuns of InlineComp_Prun is left out: it counts the OPCs, and the "
+        "The attribute Others.NotConnectedRuns of InlineComp_Prun is left out: it counts the OPCs, "
+        "and the "
         "category OPCs is not built.",
-        "The attribute Others.NumberOfLabels of InlineComp_Prun is left out: no piping label file is named in the "
+        "The attribute Others.NumberOfLabels of InlineComp_Prun is left out: no piping label file "
+        "is named in the "
         "configuration (Labels, Piping).",
-        "The attribute Others.LastRevision of InlineComp_Prun is left out: the revision columns are computed for "
+        "The attribute Others.LastRevision of InlineComp_Prun is left out: the revision columns "
+        "are computed for "
         "Drawings only.",
-        "The attribute t_inlinecomp.NominalDiameter_Instrument of Instruments is left out: its column "
+        "The attribute t_inlinecomp.NominalDiameter_Instrument of Instruments is left out: its "
+        "column "
         "Instrument_NominalDiameter is already made by t_instrument.NominalDiameter.",
-        "The attribute t_status.Status_Instrloop of Instruments is left out: t_status is read for the side "
+        "The attribute t_status.Status_Instrloop of Instruments is left out: t_status is read for "
+        "the side "
         "_Instrument only.",
-        "The attribute T_PlantItem.CreatedDate_Instrloop of Instruments is left out: the history columns are made "
+        "The attribute T_PlantItem.CreatedDate_Instrloop of Instruments is left out: the history "
+        "columns are made "
         "for the side _Instrument only.",
-        "The attribute t_status.PlantItemGroup_RevisionNumber of ItemNotes is left out: PlantItemGroup_RevisionNumber "
+        "The attribute t_status.PlantItemGroup_RevisionNumber of ItemNotes is left out: "
+        "PlantItemGroup_RevisionNumber "
         "is added to Plantitems only.",
-        "The attribute T_PlantItem.Package_Name_DuctRun of DuctRuns is left out: no step of DuctRuns reads the group "
+        "The attribute T_PlantItem.Package_Name_DuctRun of DuctRuns is left out: no step of "
+        "DuctRuns reads the group "
         "tables.",
-        "The attribute t_status.Status_InlineComp of DuctRuns is left out: the status of DuctRuns' components is "
+        "The attribute t_status.Status_InlineComp of DuctRuns is left out: the status of DuctRuns' "
+        "components is "
         "joined on a piping key.",
-        "The attribute Others.Quantity of DuctRuns is left out: Quantity is added to the chains' categories and "
+        "The attribute Others.Quantity of DuctRuns is left out: Quantity is added to the chains' "
+        "categories and "
         "Drawings only.",
-        "The attribute T_Revision.SP_DrawingID of Drawings is left out: the revisions are joined on it, and the join "
+        "The attribute T_Revision.SP_DrawingID of Drawings is left out: the revisions are joined "
+        "on it, and the join "
         "drops it; Drawing_SP_ID holds the same id.",
     };
-    for (const char* line : lines) EXPECT_NE(r.output.find(line), std::string::npos) << line << "\n" << r.output;
+    for (const char* line : lines)
+        EXPECT_NE(r.output.find(line), std::string::npos) << line << "\n" << r.output;
     std::size_t count = 0;
-    for (std::size_t at = 0; (at = r.output.find("The attribute ", at)) != std::string::npos; ++at) ++count;
+    for (std::size_t at = 0; (at = r.output.find("The attribute ", at)) != std::string::npos; ++at)
+        ++count;
     EXPECT_EQ(count, std::size(lines)) << r.output;
 
     // The instrument's own nominal diameter stands; PSV-1201's inline row agrees, FE-1101 has none.
-    const auto e = test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", mdb.string(), "Instruments"},
-                                    {{"PATH", "/usr/bin:/bin"}});
+    const auto e =
+        test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", mdb.string(), "Instruments"},
+                         {{"PATH", "/usr/bin:/bin"}});
     const std::vector<std::string> rows = Split(e.output, "\n");
     ASSERT_FALSE(rows.empty());
     const std::vector<std::string> header = Split(rows[0], "|");
@@ -232,7 +261,8 @@ TEST_F(ChainKeys, LeftOutKeysAreNamedOnce) {
     ASSERT_LT(diameter, header.size());
     std::map<std::string, std::string> byTag;
     for (std::size_t i = 1; i < rows.size(); ++i)
-        if (const auto f = Split(rows[i], "|"); f.size() == header.size()) byTag[f[tag]] = f[diameter];
+        if (const auto f = Split(rows[i], "|"); f.size() == header.size())
+            byTag[f[tag]] = f[diameter];
     EXPECT_EQ(byTag["PSV-1201"], "1\"");
     EXPECT_EQ(byTag["FE-1101"], "");
 }

@@ -20,8 +20,7 @@ using test::ReadFile;
 using test::Sandbox;
 
 class ExtractionRun : public ::testing::Test {
-protected:
-
+  protected:
     // The shipped configuration in the sandbox's application folder.
     static void PrepareApp(const Sandbox& box) {
         fs::create_directories(box.app() / "config");
@@ -31,30 +30,32 @@ protected:
         PrepareApp(box);
         std::vector<std::string> args = {"/output", (box.root() / "x.mdb").string(), "/site",
                                          (test::TinyPlant() / "SmartPlantv4.ini").string()};
-        if (std::find(more.begin(), more.end(), "/plant") == more.end()) args.insert(args.end(), {"/plant", "PlantA"});
+        if (std::find(more.begin(), more.end(), "/plant") == more.end())
+            args.insert(args.end(), {"/plant", "PlantA"});
         args.insert(args.end(), more.begin(), more.end());
         return box.Run(args);
     }
     static std::map<std::string, std::uint64_t> Counts(const fs::path& mdb) {
         mdb::MdbReader reader(mdb);
         std::map<std::string, std::uint64_t> out;
-        for (const std::string& t : reader.TableNames()) out[t] = reader.ForEachRow(t, [](const mdb::Row&) {});
+        for (const std::string& t : reader.TableNames())
+            out[t] = reader.ForEachRow(t, [](const mdb::Row&) {});
         return out;
     }
     // One column of a table as mdb-export prints it, rows joined by ";".
     static std::string Export(const fs::path& mdb, const std::string& table) {
-        const auto r = test::RunProcess("/usr/bin/mdb-export", {"-H", "-Q", "-d", "|", mdb.string(), table},
-                                        {{"PATH", "/usr/bin:/bin"}});
+        const auto r =
+            test::RunProcess("/usr/bin/mdb-export", {"-H", "-Q", "-d", "|", mdb.string(), table},
+                             {{"PATH", "/usr/bin:/bin"}});
         return r.output;
     }
     static std::vector<std::string> Header(const fs::path& mdb, const std::string& table) {
-        const auto r = test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", mdb.string(), table},
-                                        {{"PATH", "/usr/bin:/bin"}});
+        const auto r =
+            test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", mdb.string(), table},
+                             {{"PATH", "/usr/bin:/bin"}});
         return Split(r.output.substr(0, r.output.find('\n')), "|");
     }
-
 };
-
 
 TEST_F(ExtractionRun, TinyPlantTableByTable) {
     Sandbox box;
@@ -67,15 +68,17 @@ TEST_F(ExtractionRun, TinyPlantTableByTable) {
     for (const auto& [t, n] : counts) listing += t + "=" + std::to_string(n) + " ";
     // The categories of the default configuration that this version builds, the closing tables,
     // and the kept working tables; nothing else.
-    const std::set<std::string> expected = {"Codelist_cp", "Drawings", "Eqp_Nozzle", "InlineComp_Prun",
-                                            "Instruments", "ItemNotes", "OPCs", "PID", "Plantitems", "T_LABELPERSIST",
-                                            "Task", "_Glossary", "_Info", "m_cp", "ATTRIBUTES_cp"};
+    const std::set<std::string> expected = {
+        "Codelist_cp", "Drawings", "Eqp_Nozzle",   "InlineComp_Prun", "Instruments", "ItemNotes",
+        "OPCs",        "PID",      "Plantitems",   "T_LABELPERSIST",  "Task",        "_Glossary",
+        "_Info",       "m_cp",     "ATTRIBUTES_cp"};
     std::set<std::string> names;
     for (const auto& [t, n] : counts) names.insert(t);
     EXPECT_EQ(names, expected) << listing;
 
     // Task names the categories that exist.
-    EXPECT_EQ(Export(mdb, "Task"), "Drawings\nInlineComp_Prun\nEqp_Nozzle\nPlantitems\nInstruments\nItemNotes\nOPCs\n");
+    EXPECT_EQ(Export(mdb, "Task"),
+              "Drawings\nInlineComp_Prun\nEqp_Nozzle\nPlantitems\nInstruments\nItemNotes\nOPCs\n");
     // PID: the representations of the three drawings in use (the deleted one is left out); the
     // graphic id is the drawing's name, "_" and the graphic OID.
     EXPECT_GT(counts.at("PID"), 100u);
@@ -89,8 +92,10 @@ TEST_F(ExtractionRun, TinyPlantTableByTable) {
     EXPECT_EQ(counts.at("Drawings"), 3u) << listing;
     // Plantitems: configured and fixed columns, decoded plant item types.
     const auto items = Header(mdb, "Plantitems");
-    for (const char* column : {"SP_ID", "ItemTag", "PlantItemType", "Drawing_Name", "Quantity", "ID"})
-        EXPECT_NE(std::find(items.begin(), items.end(), column), items.end()) << column << " of " << Join(items, ",");
+    for (const char* column :
+         {"SP_ID", "ItemTag", "PlantItemType", "Drawing_Name", "Quantity", "ID"})
+        EXPECT_NE(std::find(items.begin(), items.end(), column), items.end())
+            << column << " of " << Join(items, ",");
     const std::string plantItems = Export(mdb, "Plantitems");
     EXPECT_NE(plantItems.find("V-1101"), std::string::npos);
     // V-1101 stands on two drawings: rows of both; its type is decoded.
@@ -99,7 +104,8 @@ TEST_F(ExtractionRun, TinyPlantTableByTable) {
         if (line.starts_with("V-1101|")) {
             EXPECT_NE(line.find("|Equipment|"), std::string::npos) << line;
             for (const char* d : {"PID-11-01", "PID-12-01"})
-                if (line.find(std::string("|") + d + "|") != std::string::npos) drawingsOfV1101.insert(d);
+                if (line.find(std::string("|") + d + "|") != std::string::npos)
+                    drawingsOfV1101.insert(d);
         }
     EXPECT_EQ(drawingsOfV1101.size(), 2u);
     // Without "AllLoops" a loop without instruments has no row.
@@ -108,7 +114,8 @@ TEST_F(ExtractionRun, TinyPlantTableByTable) {
     EXPECT_EQ(counts.at("_Info"), 1u);
     EXPECT_NE(Export(mdb, "_Info").find("Tarnbrook"), std::string::npos);
     // No working table and nothing left in the plant folder or the temporary folder.
-    for (const auto& e : fs::directory_iterator(box.temp())) EXPECT_EQ(e.path().filename(), "Tarnbrook");
+    for (const auto& e : fs::directory_iterator(box.temp()))
+        EXPECT_EQ(e.path().filename(), "Tarnbrook");
 }
 
 TEST_F(ExtractionRun, FailuresLeaveNoExtract) {
@@ -118,10 +125,19 @@ TEST_F(ExtractionRun, FailuresLeaveNoExtract) {
         std::vector<std::string> more;
         std::string message;
     } cases[] = {
-                // A category section without keys: the plant counts as configured, with nothing.
-        {"no attributes", "[General]\r\nAllLoops=0\r\n[Plantitems]\r\n", {}, "Please configure desired attributes for your project."},
-        {"pbs finds nothing", {}, {"/pbs", "\\NoSuchArea"}, "Cannot find any plant group and drawing using PBS"},
-        {"unit code finds nothing", {}, {"/unitcode", "99"}, "Cannot find any plant group using unitcode 99"},
+        // A category section without keys: the plant counts as configured, with nothing.
+        {"no attributes",
+         "[General]\r\nAllLoops=0\r\n[Plantitems]\r\n",
+         {},
+         "Please configure desired attributes for your project."},
+        {"pbs finds nothing",
+         {},
+         {"/pbs", "\\NoSuchArea"},
+         "Cannot find any plant group and drawing using PBS"},
+        {"unit code finds nothing",
+         {},
+         {"/unitcode", "99"},
+         "Cannot find any plant group using unitcode 99"},
         {"name finds nothing", {}, {"/name", "PID-99-99"}, "Cannot find any drawing using name"},
     };
     for (const Case& c : cases) {
@@ -155,8 +171,10 @@ TEST_F(ExtractionRun, SelectionRestrictsTheExtract) {
         ASSERT_EQ(r.exitCode, 0) << c.what << "\n" << r.output;
         const std::string pid = Export(box.root() / "x.mdb", "PID");
         for (const char* name : {"PID-11-01", "PID-12-01", "PID-12-02"}) {
-            const bool kept = std::find(c.drawings.begin(), c.drawings.end(), name) != c.drawings.end();
-            EXPECT_EQ(pid.find(std::string("|") + name + "|") != std::string::npos, kept) << c.what << " " << name;
+            const bool kept =
+                std::find(c.drawings.begin(), c.drawings.end(), name) != c.drawings.end();
+            EXPECT_EQ(pid.find(std::string("|") + name + "|") != std::string::npos, kept)
+                << c.what << " " << name;
         }
     }
 }
@@ -167,9 +185,11 @@ TEST_F(ExtractionRun, ConfiguredColumns) {
     Sandbox box;
     // The shipped configuration with the plant's prefix taken off its sections, plus revisions.
     std::string config = ReadFile(test::SourceDir() / "config" / "default");
-    for (std::size_t at; (at = config.find("[PlantA_")) != std::string::npos;) config.erase(at + 1, 7);
-    const std::string revisions = "T_Revision.SP_MajorRevisionNumber=\r\nOthers.Last-1Revision=\r\n"
-                                  "Others.Last-2Revision=\r\n";
+    for (std::size_t at; (at = config.find("[PlantA_")) != std::string::npos;)
+        config.erase(at + 1, 7);
+    const std::string revisions =
+        "T_Revision.SP_MajorRevisionNumber=\r\nOthers.Last-1Revision=\r\n"
+        "Others.Last-2Revision=\r\n";
     config.insert(config.find("Others.FirstRevision="), revisions);
     config = "[General]\r\nAllLoops=1\r\n" + config;
     test::WriteFile(box.root() / "c.ini", config);
@@ -192,8 +212,10 @@ TEST_F(ExtractionRun, ConfiguredColumns) {
         ++rows;
         const auto f = Split(line, "|");
         revisionsOf[f[column(drawingHeader, "Drawing_Name")]] =
-            f[column(drawingHeader, "LastRevision")] + "," + f[column(drawingHeader, "Last-1Revision")] + "," +
-            f[column(drawingHeader, "Last-2Revision")] + "," + f[column(drawingHeader, "FirstRevision")];
+            f[column(drawingHeader, "LastRevision")] + "," +
+            f[column(drawingHeader, "Last-1Revision")] + "," +
+            f[column(drawingHeader, "Last-2Revision")] + "," +
+            f[column(drawingHeader, "FirstRevision")];
     }
     EXPECT_EQ(rows, 5);  // 3 + 1 revisions, and PID-12-02 without any
     EXPECT_EQ(revisionsOf["PID-11-01"], "01,B,A0,A0");
@@ -207,7 +229,8 @@ TEST_F(ExtractionRun, ConfiguredColumns) {
         const char* columnName;
         const char* value;
     } expects[] = {
-        {"InlineComp_Prun", "|FE-1101|", "PipeRun_ProcessDesign_Max_Pressure", "16.0 barg"},  // on 11003-P
+        {"InlineComp_Prun", "|FE-1101|", "PipeRun_ProcessDesign_Max_Pressure",
+         "16.0 barg"},  // on 11003-P
         {"Instruments", "|FV-1101|", "Instrument_ControlCase_Max_SetPoint", "12.0 barg"},
         // A loop without instruments is a row of its own.
         {"Instruments", "|P-1199|", "InstrLoop_ItemTag", "P-1199"},
@@ -237,7 +260,8 @@ TEST_F(ExtractionRun, InterruptCancelsTheRun) {
     EXPECT_NE(r.output.find("Cancelled."), std::string::npos) << r.output;
     EXPECT_EQ(r.output.find("extracted"), std::string::npos) << r.output;
     EXPECT_FALSE(fs::exists(box.root() / "x.mdb"));
-    for (const auto& e : fs::directory_iterator(box.temp())) EXPECT_EQ(e.path().filename(), "Tarnbrook");
+    for (const auto& e : fs::directory_iterator(box.temp()))
+        EXPECT_EQ(e.path().filename(), "Tarnbrook");
 }
 
 // The as-built name of a child plant is its parent's.

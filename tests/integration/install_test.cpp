@@ -13,23 +13,26 @@ namespace fs = std::filesystem;
 TEST(Install, ExtractsFromAnyPrefix) {
     test::TempDir dir;
     const fs::path prefix = dir / "prefix with space";
-    const auto install = test::RunProcess("/usr/bin/cmake", {"--install", test::BuildDir().string(), "--prefix",
-                                                             prefix.string()},
-                                          {{"PATH", "/usr/bin:/bin"}});
+    const auto install = test::RunProcess(
+        "/usr/bin/cmake", {"--install", test::BuildDir().string(), "--prefix", prefix.string()},
+        {{"PATH", "/usr/bin:/bin"}});
     ASSERT_EQ(install.exitCode, 0) << install.output;
-    for (const char* file : {"bin/tarnbrook", "bin/tarnbrook-attributes", "bin/tarnbrook-sampleplant",
-                             "share/tarnbrook/config/default"})
+    for (const char* file : {"bin/tarnbrook", "bin/tarnbrook-attributes",
+                             "bin/tarnbrook-sampleplant", "share/tarnbrook/config/default"})
         EXPECT_TRUE(fs::is_regular_file(prefix / file)) << file;
 
     fs::create_directories(dir / "home");
     fs::create_directories(dir / "temp");
     const fs::path mdb = dir / "x.mdb";
-    const auto run = test::RunProcess(
-        prefix / "bin" / "tarnbrook",
-        {"/output", mdb.string(), "/site", (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
-        {{"PATH", "/usr/bin:/bin"}, {"HOME", (dir / "home").string()},
-         {"XDG_CONFIG_HOME", (dir / "home" / ".config").string()}, {"TEMP", (dir / "temp").string()}},
-        dir.path());
+    const auto run =
+        test::RunProcess(prefix / "bin" / "tarnbrook",
+                         {"/output", mdb.string(), "/site",
+                          (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
+                         {{"PATH", "/usr/bin:/bin"},
+                          {"HOME", (dir / "home").string()},
+                          {"XDG_CONFIG_HOME", (dir / "home" / ".config").string()},
+                          {"TEMP", (dir / "temp").string()}},
+                         dir.path());
     ASSERT_EQ(run.exitCode, 0) << run.output;
     EXPECT_TRUE(fs::is_regular_file(mdb));
     // The shipped configuration was found: the categories it asks for are built.

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 using test::Sandbox;
 
 class RunSettings : public ::testing::Test {
-protected:
+  protected:
     static fs::path Site() { return test::TinyPlant() / "SmartPlantv4.ini"; }
 
     // A run with `config` as its /config file.
@@ -27,16 +27,20 @@ protected:
         fs::create_directories(box.app() / "config");
         fs::copy_file(test::SourceDir() / "config" / "default", box.app() / "config" / "default");
         test::WriteFile(box.root() / "c.ini", config);
-        std::vector<std::string> args = {"/output", (box.root() / "x.mdb").string(), "/site", Site().string(),
+        std::vector<std::string> args = {"/output", (box.root() / "x.mdb").string(),
+                                         "/site",   Site().string(),
                                          "/config", (box.root() / "c.ini").string()};
-        if (std::find(more.begin(), more.end(), "/plant") == more.end()) args.insert(args.end(), {"/plant", "PlantA"});
+        if (std::find(more.begin(), more.end(), "/plant") == more.end())
+            args.insert(args.end(), {"/plant", "PlantA"});
         args.insert(args.end(), more.begin(), more.end());
         return box.Run(args);
     }
     // A table as header name -> column of values, rows in stored order (mdb-export).
-    static std::map<std::string, std::vector<std::string>> Columns(const fs::path& mdb, const std::string& table) {
-        const auto r = test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", mdb.string(), table},
-                                        {{"PATH", "/usr/bin:/bin"}});
+    static std::map<std::string, std::vector<std::string>> Columns(const fs::path& mdb,
+                                                                   const std::string& table) {
+        const auto r =
+            test::RunProcess("/usr/bin/mdb-export", {"-Q", "-d", "|", mdb.string(), table},
+                             {{"PATH", "/usr/bin:/bin"}});
         std::map<std::string, std::vector<std::string>> out;
         const auto lines = Split(r.output, "\n");
         if (lines.empty()) return out;
@@ -44,13 +48,15 @@ protected:
         for (std::size_t i = 1; i < lines.size(); ++i) {
             if (lines[i].empty()) continue;
             const auto cells = Split(lines[i], "|");
-            for (std::size_t c = 0; c < header.size() && c < cells.size(); ++c) out[header[c]].push_back(cells[c]);
+            for (std::size_t c = 0; c < header.size() && c < cells.size(); ++c)
+                out[header[c]].push_back(cells[c]);
         }
         return out;
     }
     // The value of `column` in the row where `keyColumn` is `key` and `whereColumn` is `where`.
-    static std::string Cell(const std::map<std::string, std::vector<std::string>>& t, const std::string& keyColumn,
-                            const std::string& key, const std::string& whereColumn, const std::string& where,
+    static std::string Cell(const std::map<std::string, std::vector<std::string>>& t,
+                            const std::string& keyColumn, const std::string& key,
+                            const std::string& whereColumn, const std::string& where,
                             const std::string& column) {
         if (!t.count(keyColumn) || !t.count(whereColumn) || !t.count(column)) return "<no column>";
         for (std::size_t i = 0; i < t.at(keyColumn).size(); ++i)
@@ -69,9 +75,7 @@ protected:
         });
         return settings;
     }
-
 };
-
 
 // Others.Drawing_LastModifiedDate/User come from each drawing's newest change in t_history
 // (PID-11-01: 2021-04-04 10:00:00 by o'brien; PID-12-01: 2021-02-19 13:21:52 by PLANTADMIN),
@@ -87,12 +91,13 @@ TEST_F(RunSettings, DrawingDatesOfOthersWithoutDrawings) {
         {"date and user, no Drawings",
          items + "Others.Drawing_LastModifiedDate=\r\nOthers.Drawing_LastModifiedUser=\r\n",
          "2021-04-04 10:00:00", "o'brien", "2021-02-19 13:21:52", "PLANTADMIN", false},
-        {"user only, no Drawings", items + "Others.Drawing_LastModifiedUser=\r\n", "<no column>", "o'brien",
-         "<no column>", "PLANTADMIN", false},
-        {"date only, no Drawings", items + "Others.Drawing_LastModifiedDate=\r\n", "2021-04-04 10:00:00",
-         "<no column>", "2021-02-19 13:21:52", "<no column>", false},
+        {"user only, no Drawings", items + "Others.Drawing_LastModifiedUser=\r\n", "<no column>",
+         "o'brien", "<no column>", "PLANTADMIN", false},
+        {"date only, no Drawings", items + "Others.Drawing_LastModifiedDate=\r\n",
+         "2021-04-04 10:00:00", "<no column>", "2021-02-19 13:21:52", "<no column>", false},
         {"with Drawings as well",
-         items + "Others.Drawing_LastModifiedDate=\r\nOthers.Drawing_LastModifiedUser=\r\n[Drawings]\r\n"
+         items + "Others.Drawing_LastModifiedDate=\r\nOthers.Drawing_LastModifiedUser=\r\n["
+                 "Drawings]\r\n"
                  "T_Drawing.Name=\r\n",
          "2021-04-04 10:00:00", "o'brien", "2021-02-19 13:21:52", "PLANTADMIN", true},
     };
@@ -120,10 +125,13 @@ TEST_F(RunSettings, InfoSettingsHoldTheRun) {
     const fs::path userConfig = box.xdg() / "Morvanex" / "Tarnbrook" / "config.ini";
     fs::create_directories(userConfig.parent_path());
     // chkFromTo asks for From-To, which this version clears for lack of tracing.
-    test::WriteFile(userConfig, "[frmMain]\r\nchkFromTo=1\r\nchkExtractDrawingFiles=0\r\ntxtOutputFile=/srv/out.mdb\r\n"
-                                "[General]\r\nLastProject=PlantA_Proj1\r\n");
-    const auto r = Extract(box, "[Plantitems]\r\nT_PlantItem.ItemTag=\r\n",
-                           {"/plant", "PlantA_Proj1", "/parentplant", "PlantA", "/name", "PID-11-01"});
+    test::WriteFile(
+        userConfig,
+        "[frmMain]\r\nchkFromTo=1\r\nchkExtractDrawingFiles=0\r\ntxtOutputFile=/srv/out.mdb\r\n"
+        "[General]\r\nLastProject=PlantA_Proj1\r\n");
+    const auto r =
+        Extract(box, "[Plantitems]\r\nT_PlantItem.ItemTag=\r\n",
+                {"/plant", "PlantA_Proj1", "/parentplant", "PlantA", "/name", "PID-11-01"});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     ASSERT_NE(r.output.find("ExtractFromTo=1"), std::string::npos) << r.output;
     const IniDocument settings = IniDocument::Parse(InfoSettings(box.root() / "x.mdb"));
@@ -148,7 +156,8 @@ TEST_F(RunSettings, InfoSettingsHoldTheRun) {
         {"Parameters", "ExtractFromTo", "1"},
     };
     for (const Expect& e : expects)
-        EXPECT_EQ(settings.Get(e.section, e.key).value_or("<missing>"), e.value) << e.section << "/" << e.key;
+        EXPECT_EQ(settings.Get(e.section, e.key).value_or("<missing>"), e.value)
+            << e.section << "/" << e.key;
     // Only frmMain of the user's file: other sections stay out.
     EXPECT_FALSE(settings.Get("General", "LastProject").has_value());
     // One drawing id, its quotes stored as ".".
@@ -164,25 +173,30 @@ TEST_F(RunSettings, InfoSettingsHoldTheRun) {
 // run goes on and the other keys of the table are there.
 TEST_F(RunSettings, KeyWithoutPlantColumnIsLogged) {
     Sandbox box;
-    const auto r = Extract(box, "[Eqp_Nozzle]\r\nT_PlantItem.ItemTag_Equipment=\r\nT_Equipment.NoSuchColumn_Equipment=\r\n"
-                                "t_nozzle.NoSuchColumn_Nozzle=\r\nT_Nozzle.SP_ID=\r\n[Instruments]\r\n"
-                                "T_PlantItem.ItemTag_Instrument=\r\nT_InlineComp.NoSuchColumn_Instrument=\r\n");
+    const auto r = Extract(
+        box,
+        "[Eqp_Nozzle]\r\nT_PlantItem.ItemTag_Equipment=\r\nT_Equipment.NoSuchColumn_Equipment=\r\n"
+        "t_nozzle.NoSuchColumn_Nozzle=\r\nT_Nozzle.SP_ID=\r\n[Instruments]\r\n"
+        "T_PlantItem.ItemTag_Instrument=\r\nT_InlineComp.NoSuchColumn_Instrument=\r\n");
     ASSERT_EQ(r.exitCode, 0) << r.output;
-    for (const char* line :
-         {"The attribute T_Equipment.NoSuchColumn_Equipment of Eqp_Nozzle is left out: the plant table T_Equipment "
-          "has no column NoSuchColumn.",
-          // The key as configured, whatever the table's spelling.
-          "The attribute t_nozzle.NoSuchColumn_Nozzle of Eqp_Nozzle is left out: the plant table T_Nozzle has no "
-          "column NoSuchColumn.",
-          "The attribute T_InlineComp.NoSuchColumn_Instrument of Instruments is left out: the plant table "
-          "T_InlineComp has no column NoSuchColumn."})
+    for (const char* line : {"The attribute T_Equipment.NoSuchColumn_Equipment of Eqp_Nozzle is "
+                             "left out: the plant table T_Equipment "
+                             "has no column NoSuchColumn.",
+                             // The key as configured, whatever the table's spelling.
+                             "The attribute t_nozzle.NoSuchColumn_Nozzle of Eqp_Nozzle is left "
+                             "out: the plant table T_Nozzle has no "
+                             "column NoSuchColumn.",
+                             "The attribute T_InlineComp.NoSuchColumn_Instrument of Instruments is "
+                             "left out: the plant table "
+                             "T_InlineComp has no column NoSuchColumn."})
         EXPECT_NE(r.output.find(line), std::string::npos) << line << "\n" << r.output;
     // The id columns the run adds itself are never reported, nor are keys it can place.
     EXPECT_EQ(r.output.find("SP_EQUIPMENTID"), std::string::npos) << r.output;
     EXPECT_EQ(r.output.find("ItemTag_Equipment of"), std::string::npos) << r.output;
     const auto t = Columns(box.root() / "x.mdb", "Eqp_Nozzle");
     EXPECT_TRUE(t.count("Equipment_ItemTag")) << r.output;
-    for (const auto& [name, values] : t) EXPECT_EQ(IFind(name, "NoSuch"), std::string::npos) << name;
+    for (const auto& [name, values] : t)
+        EXPECT_EQ(IFind(name, "NoSuch"), std::string::npos) << name;
 }
 
 // Code-listed drawing attributes show their code list texts wherever they land: the Drawings
@@ -192,11 +206,13 @@ TEST_F(RunSettings, KeyWithoutPlantColumnIsLogged) {
 // list); UpdateCount, a number without a code list, stays a number (1, 1, 2).
 TEST_F(RunSettings, CodeListedDrawingAttributesAreDecoded) {
     Sandbox box;
-    const auto r = Extract(box, "[Drawings]\r\nT_Drawing.Name=\r\nT_Drawing.DocumentCategory=\r\n"
-                                "T_Drawing.DocumentType=\r\nT_Drawing.ItemStatus=\r\n"
-                                "T_Drawing.SP_ArePropertiesModified=\r\nT_Drawing.UpdateCount=\r\n"
-                                "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nOthers.Drawing_Name=\r\n"
-                                "Others.Drawing_DocumentCategory=\r\nOthers.Drawing_SP_ArePropertiesModified=\r\n");
+    const auto r =
+        Extract(box,
+                "[Drawings]\r\nT_Drawing.Name=\r\nT_Drawing.DocumentCategory=\r\n"
+                "T_Drawing.DocumentType=\r\nT_Drawing.ItemStatus=\r\n"
+                "T_Drawing.SP_ArePropertiesModified=\r\nT_Drawing.UpdateCount=\r\n"
+                "[Plantitems]\r\nT_PlantItem.ItemTag=\r\nOthers.Drawing_Name=\r\n"
+                "Others.Drawing_DocumentCategory=\r\nOthers.Drawing_SP_ArePropertiesModified=\r\n");
     ASSERT_EQ(r.exitCode, 0) << r.output;
     const fs::path mdb = box.root() / "x.mdb";
     const auto drawings = Columns(mdb, "Drawings");
@@ -209,7 +225,8 @@ TEST_F(RunSettings, CodeListedDrawingAttributesAreDecoded) {
         const char* column;
         const char* want;
     } cases[] = {
-        {&drawings, "Drawing_Name", "PID-11-01", "Drawing_DocumentCategory", "Piping and Instrument Diagram"},
+        {&drawings, "Drawing_Name", "PID-11-01", "Drawing_DocumentCategory",
+         "Piping and Instrument Diagram"},
         {&drawings, "Drawing_Name", "PID-11-01", "Drawing_DocumentType", "Process P&ID"},
         {&drawings, "Drawing_Name", "PID-11-01", "Drawing_ItemStatus", "Active"},
         {&drawings, "Drawing_Name", "PID-11-01", "SP_ArePropertiesModified", "False"},

@@ -31,7 +31,8 @@ using test::WriteFile;
 std::map<std::string, std::string> Snapshot(const fs::path& folder) {
     std::map<std::string, std::string> out;
     if (!fs::exists(folder)) return out;
-    for (auto it = fs::recursive_directory_iterator(folder); it != fs::recursive_directory_iterator(); ++it) {
+    for (auto it = fs::recursive_directory_iterator(folder);
+         it != fs::recursive_directory_iterator(); ++it) {
         const auto& e = *it;
         if (ParseTempName(e.path().filename().string())) {
             it.disable_recursion_pending();
@@ -40,21 +41,24 @@ std::map<std::string, std::string> Snapshot(const fs::path& folder) {
         if (e.is_regular_file()) {
             const std::string bytes = ReadFile(e.path());
             out[fs::relative(e.path(), folder).string()] =
-                std::to_string(bytes.size()) + ":" + std::to_string(std::hash<std::string>{}(bytes));
+                std::to_string(bytes.size()) + ":" +
+                std::to_string(std::hash<std::string>{}(bytes));
         }
     }
     return out;
 }
 
 // The paths whose state differs between two snapshots, with both states ("-" for absent).
-std::string Changes(const std::map<std::string, std::string>& now, const std::map<std::string, std::string>& was) {
+std::string Changes(const std::map<std::string, std::string>& now,
+                    const std::map<std::string, std::string>& was) {
     std::string out;
     std::set<std::string> keys;
     for (const auto& kv : now) keys.insert(kv.first);
     for (const auto& kv : was) keys.insert(kv.first);
     for (const std::string& k : keys) {
         const auto a = now.find(k), b = was.find(k);
-        const std::string x = a == now.end() ? "-" : a->second, y = b == was.end() ? "-" : b->second;
+        const std::string x = a == now.end() ? "-" : a->second,
+                          y = b == was.end() ? "-" : b->second;
         if (x != y) out += k + ": " + y + " -> " + x + "\n";
     }
     return out;
@@ -65,7 +69,8 @@ std::vector<std::string> TempNames(const fs::path& folder) {
     std::vector<std::string> out;
     if (!fs::exists(folder)) return out;
     for (const auto& e : fs::directory_iterator(folder))
-        if (ParseTempName(e.path().filename().string())) out.push_back(e.path().filename().string());
+        if (ParseTempName(e.path().filename().string()))
+            out.push_back(e.path().filename().string());
     return out;
 }
 
@@ -75,37 +80,38 @@ bool AnyFileNamed(const fs::path& folder, const std::string& name) {
     return false;
 }
 
-
 class Safety : public ::testing::Test {
-protected:
+  protected:
     static fs::path Plant() { return test::TinyPlant(); }
 
     // The shipped configuration in the application folder, the program ini, and the window's
     // drawing files box when asked.
-    static void Prepare(const Sandbox& box, const std::string& programIni = {}, bool drawingFiles = false) {
+    static void Prepare(const Sandbox& box, const std::string& programIni = {},
+                        bool drawingFiles = false) {
         fs::create_directories(box.app() / "config");
         fs::copy_file(test::SourceDir() / "config" / "default", box.app() / "config" / "default",
                       fs::copy_options::overwrite_existing);
         WriteFile(box.app() / "tarnbrook.ini", "[Settings]\r\n" + programIni);
         const fs::path user = box.xdg() / "Morvanex" / "Tarnbrook";
         fs::create_directories(user);
-        WriteFile(user / "config.ini",
-                  std::string("[frmMain]\r\nchkExtractDrawingFiles=") + (drawingFiles ? "1" : "0") + "\r\n");
+        WriteFile(user / "config.ini", std::string("[frmMain]\r\nchkExtractDrawingFiles=") +
+                                           (drawingFiles ? "1" : "0") + "\r\n");
     }
     static std::vector<std::string> Args(const fs::path& plant, const fs::path& output,
                                          std::vector<std::string> more = {}) {
-        std::vector<std::string> args = {"/output", output.string(), "/site", (plant / "SmartPlantv4.ini").string()};
-        if (std::find(more.begin(), more.end(), "/plant") == more.end()) more.insert(more.end(), {"/plant", "PlantA"});
+        std::vector<std::string> args = {"/output", output.string(), "/site",
+                                         (plant / "SmartPlantv4.ini").string()};
+        if (std::find(more.begin(), more.end(), "/plant") == more.end())
+            more.insert(more.end(), {"/plant", "PlantA"});
         args.insert(args.end(), more.begin(), more.end());
         return args;
     }
-    static test::ProcessResult Extract(const Sandbox& box, const fs::path& output, std::vector<std::string> more = {},
+    static test::ProcessResult Extract(const Sandbox& box, const fs::path& output,
+                                       std::vector<std::string> more = {},
                                        const std::string& signalWhen = {}, int signal = SIGINT) {
         return box.Run(Args(Plant(), output, std::move(more)), signalWhen, signal);
     }
-
 };
-
 
 // --- inputs are never the target ---
 
@@ -116,12 +122,16 @@ TEST_F(Safety, OutputNamingAnInputOrANonFileIsRefusedUntouched) {
         const char* reason;
     };
     const Case cases[] = {
-        {"plant database", [](const Sandbox&) { return Plant() / "PLANTAPID.db"; }, "it is the plant database"},
-        {"site ini", [](const Sandbox&) { return Plant() / "SmartPlantv4.ini"; }, "it is the site ini file"},
+        {"plant database", [](const Sandbox&) { return Plant() / "PLANTAPID.db"; },
+         "it is the plant database"},
+        {"site ini", [](const Sandbox&) { return Plant() / "SmartPlantv4.ini"; },
+         "it is the site ini file"},
         {"config file", [](const Sandbox& b) { return b.root() / "attributes.ini"; },
          "it is the attribute configuration file"},
-        {"program ini", [](const Sandbox& b) { return b.app() / "tarnbrook.ini"; }, "it is the program ini file"},
-        {"user settings", [](const Sandbox& b) { return b.xdg() / "Morvanex" / "Tarnbrook" / "config.ini"; },
+        {"program ini", [](const Sandbox& b) { return b.app() / "tarnbrook.ini"; },
+         "it is the program ini file"},
+        {"user settings",
+         [](const Sandbox& b) { return b.xdg() / "Morvanex" / "Tarnbrook" / "config.ini"; },
          "it is the user configuration file"},
         {"a link to the plant database",
          [](const Sandbox& b) {
@@ -141,19 +151,22 @@ TEST_F(Safety, OutputNamingAnInputOrANonFileIsRefusedUntouched) {
         SCOPED_TRACE(c.name);
         Sandbox box;
         Prepare(box);
-        std::string config = ReplaceAll(ReadFile(test::SourceDir() / "config" / "default"), "[PlantA_", "[");
+        std::string config =
+            ReplaceAll(ReadFile(test::SourceDir() / "config" / "default"), "[PlantA_", "[");
         WriteFile(box.root() / "attributes.ini", config);
         const fs::path output = c.output(box);
         const bool wasDir = fs::is_directory(output);
         const auto before = Snapshot(box.root());
         const auto r = Extract(box, output, {"/config", (box.root() / "attributes.ini").string()});
         EXPECT_EQ(r.exitCode, 1) << r.output;
-        EXPECT_NE(r.output.find("Cannot write the extract " + output.string() + ": " + c.reason), std::string::npos)
+        EXPECT_NE(r.output.find("Cannot write the extract " + output.string() + ": " + c.reason),
+                  std::string::npos)
             << r.output;
         EXPECT_EQ(fs::is_directory(output), wasDir);
         // The run's own settings and logs may change; all else is as it was.
         const auto ours = [](const auto& kv) {
-            return kv.first.starts_with("temp/") || kv.first.starts_with("config/Morvanex/Tarnbrook/registry");
+            return kv.first.starts_with("temp/") ||
+                   kv.first.starts_with("config/Morvanex/Tarnbrook/registry");
         };
         auto after = Snapshot(box.root());
         std::erase_if(after, ours);
@@ -174,7 +187,7 @@ TEST_F(Safety, DeviceNodeAtTheTargetStaysADevice) {
     const auto r = Extract(box, node);
     EXPECT_EQ(r.exitCode, 1) << r.output;
     EXPECT_NE(r.output.find("it is a device"), std::string::npos) << r.output;
-    struct stat st{};
+    struct stat st {};
     ASSERT_EQ(::lstat(node.c_str(), &st), 0);
     EXPECT_TRUE(S_ISCHR(st.st_mode));
 }
@@ -202,7 +215,9 @@ TEST_F(Safety, FailedRunsKeepThePreviousExtractLinkFileAndDrawings) {
     };
     const Case cases[] = {
         {"unknown plant", {"/plant", "NoSuchPlant"}, "", "NoSuchPlant"},
-        {"config of random bytes", {"/config", (box.root() / "random.ini").string()}, "",
+        {"config of random bytes",
+         {"/config", (box.root() / "random.ini").string()},
+         "",
          "holds no attribute configuration"},
         {"cancel during the chains", {}, "Add data from", "Cancelled."},
         {"cancel during the drawing copy", {}, "Copying PID files", "Cancelled."},
@@ -240,7 +255,8 @@ TEST_F(Safety, KilledRunsLeaveThePreviousExtractAndTheirLeftoversGo) {
     auto previous = Snapshot(output.parent_path());
 
     const char* points[] = {"Extracting t_piperun", "Add data from t_plantitem to Instruments",
-                            "Copying PID files", "Writing table PID 10%", "Writing table InlineComp_Prun"};
+                            "Copying PID files", "Writing table PID 10%",
+                            "Writing table InlineComp_Prun"};
     for (const char* point : points) {
         SCOPED_TRACE(point);
         const auto killed = run(point);
@@ -252,7 +268,8 @@ TEST_F(Safety, KilledRunsLeaveThePreviousExtractAndTheirLeftoversGo) {
         EXPECT_EQ(TempNames(output.parent_path()), std::vector<std::string>{});
         EXPECT_EQ(TempNames(box.temp()), std::vector<std::string>{});
         // What the killed run left was there, and the next run says it removed it.
-        EXPECT_NE(next.output.find("Removed the leftover " + box.temp().string() + "/tb.tmp-"), std::string::npos)
+        EXPECT_NE(next.output.find("Removed the leftover " + box.temp().string() + "/tb.tmp-"),
+                  std::string::npos)
             << next.output;
         previous = Snapshot(output.parent_path());
     }
@@ -284,7 +301,8 @@ TEST_F(Safety, OnlyLeftoversOfEndedRunsOnThisHostAreRemoved) {
     ASSERT_EQ(r.exitCode, 0) << r.output;
     for (const fs::path& g : gone) {
         EXPECT_FALSE(fs::exists(g)) << g;
-        EXPECT_NE(r.output.find("Removed the leftover " + g.string()), std::string::npos) << r.output;
+        EXPECT_NE(r.output.find("Removed the leftover " + g.string()), std::string::npos)
+            << r.output;
     }
     for (const fs::path& k : kept) EXPECT_EQ(ReadFile(k), "not ours to remove") << k;
 }
@@ -297,7 +315,8 @@ TEST_F(Safety, KeepFailedStoreKeepsTheStoreWhereTheLogSays) {
     const std::string line = "The store of the failed run stays in ";
     const auto at = r.output.find(line);
     ASSERT_NE(at, std::string::npos) << r.output;
-    const std::string kept = r.output.substr(at + line.size(), r.output.find_first_of("\r\n", at) - at - line.size());
+    const std::string kept =
+        r.output.substr(at + line.size(), r.output.find_first_of("\r\n", at) - at - line.size());
     EXPECT_TRUE(kept.starts_with((box.temp() / "Tarnbrook" / "failed-").string())) << kept;
     EXPECT_TRUE(fs::is_regular_file(kept)) << kept;
     EXPECT_GT(fs::file_size(kept), 0u);
@@ -311,7 +330,7 @@ TEST_F(Safety, LogNeverLandsOnTheRunsFilesAndIsPrivate) {
     const fs::path output = box.root() / "x.mdb";
     const auto first = Extract(box, output, {"/log", (box.root() / "run.log").string()});
     ASSERT_EQ(first.exitCode, 0) << first.output;
-    struct stat st{};
+    struct stat st {};
     ASSERT_EQ(::stat((box.root() / "run.log").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u) << "the log lists the environment";
     const auto before = Snapshot(box.root());
@@ -330,7 +349,8 @@ TEST_F(Safety, LogNeverLandsOnTheRunsFilesAndIsPrivate) {
         SCOPED_TRACE(c.log.string());
         const auto r = Extract(box, output, {"/log", c.log.string()});
         EXPECT_EQ(r.exitCode, 1) << r.output;
-        EXPECT_NE(r.output.find("Cannot write the log file " + c.log.string() + ": " + c.reason), std::string::npos)
+        EXPECT_NE(r.output.find("Cannot write the log file " + c.log.string() + ": " + c.reason),
+                  std::string::npos)
             << r.output;
         auto now = Snapshot(box.root());
         std::erase_if(now, [](const auto& kv) { return kv.first.starts_with("temp/"); });
@@ -342,7 +362,8 @@ TEST_F(Safety, LogNeverLandsOnTheRunsFilesAndIsPrivate) {
     // The refusal itself is logged under the default name, made for this run only.
     bool found = false;
     for (const auto& e : fs::directory_iterator(box.temp() / "Tarnbrook"))
-        if (ReadFile(e.path()).find("Cannot write the log file " + (box.root() / "logs").string()) != std::string::npos)
+        if (ReadFile(e.path()).find("Cannot write the log file " +
+                                    (box.root() / "logs").string()) != std::string::npos)
             found = true;
     EXPECT_TRUE(found);
 }
@@ -355,7 +376,8 @@ TEST_F(Safety, ReadOnlyAndLinkedSettingsFilesAreKept) {
     // A read-only client ini that the run would point at the site and plant, and a plant ini that
     // is a link to a shared file.
     const fs::path manager = box.home() / "SmartplantManager.INI";
-    const std::string managerText = "[SmartPlant Manager]\r\nSiteServer=elsewhere.ini\r\nActivePlant=Other\r\n";
+    const std::string managerText =
+        "[SmartPlant Manager]\r\nSiteServer=elsewhere.ini\r\nActivePlant=Other\r\n";
     WriteFile(manager, managerText);
     ::chmod(manager.c_str(), 0444);
     const fs::path shared = box.root() / "central" / "PlantA.ini";
@@ -367,7 +389,8 @@ TEST_F(Safety, ReadOnlyAndLinkedSettingsFilesAreKept) {
     EXPECT_EQ(ReadFile(manager), managerText);
     EXPECT_FALSE(fs::exists(box.home() / "SmartplantManager.INI.bk"));
     EXPECT_TRUE(fs::is_symlink(user / "PlantA.ini"));
-    EXPECT_NE(ReadFile(shared).find("[InlineComp_Prun]"), std::string::npos) << "the plant's configuration went into the shared file";
+    EXPECT_NE(ReadFile(shared).find("[InlineComp_Prun]"), std::string::npos)
+        << "the plant's configuration went into the shared file";
 }
 
 // --- names that try to leave their folders ---
@@ -409,13 +432,15 @@ TEST_F(Safety, DrawingPathsThatLeaveThePlantFolderAreNotCopied) {
     WriteFile(box.root() / "secret.txt", "not for the extract");
     {
         store::Connection plant((options.out / "PLANTAPID.db").string(), SQLITE_OPEN_READWRITE);
-        store::Execute(plant.get(), "UPDATE T_Drawing SET Path = '\\..\\..\\secret.txt' "
-                                    "WHERE Path LIKE '%PID-12-01.pid'");
+        store::Execute(plant.get(),
+                       "UPDATE T_Drawing SET Path = '\\..\\..\\secret.txt' "
+                       "WHERE Path LIKE '%PID-12-01.pid'");
     }
     fs::create_directories(box.root() / "out");
     const auto r = box.Run(Args(options.out, box.root() / "out" / "x.mdb"));
     ASSERT_EQ(r.exitCode, 0) << r.output;
-    EXPECT_NE(r.output.find("Drawing path '\\..\\..\\secret.txt' leaves the plant folder"), std::string::npos)
+    EXPECT_NE(r.output.find("Drawing path '\\..\\..\\secret.txt' leaves the plant folder"),
+              std::string::npos)
         << r.output;
     for (const auto& e : fs::directory_iterator(box.root() / "out" / "igr"))
         EXPECT_NE(ReadFile(e.path()), "not for the extract") << e.path();
@@ -428,21 +453,23 @@ TEST_F(Safety, ConfigFileIsReadNeverWritten) {
     Sandbox box;
     Prepare(box);
     // No "General" section: the run takes AllLoops=0 in memory.
-    const std::string config = ReplaceAll(ReadFile(test::SourceDir() / "config" / "default"), "[PlantA_", "[");
+    const std::string config =
+        ReplaceAll(ReadFile(test::SourceDir() / "config" / "default"), "[PlantA_", "[");
     const fs::path file = box.root() / "attributes.ini";
     WriteFile(file, config);
     ::chmod(file.c_str(), 0640);
     const auto r = Extract(box, box.root() / "x.mdb", {"/config", file.string()});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     EXPECT_EQ(ReadFile(file), config);
-    struct stat st{};
+    struct stat st {};
     ASSERT_EQ(::stat(file.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0640u);
 
     WriteFile(file, "[General]\r\nAllLoops=0\r\n[Unrelated]\r\nx=1\r\n");
     const auto bad = Extract(box, box.root() / "y.mdb", {"/config", file.string()});
     EXPECT_EQ(bad.exitCode, 1) << bad.output;
-    EXPECT_NE(bad.output.find("Config Ini " + file.string() + " holds no attribute configuration"), std::string::npos)
+    EXPECT_NE(bad.output.find("Config Ini " + file.string() + " holds no attribute configuration"),
+              std::string::npos)
         << bad.output;
     EXPECT_EQ(ReadFile(file), "[General]\r\nAllLoops=0\r\n[Unrelated]\r\nx=1\r\n");
     EXPECT_FALSE(fs::exists(box.root() / "y.mdb"));
@@ -455,7 +482,8 @@ TEST_F(Safety, TempMessageNamesTheVariableThatGaveTheFolder) {
     box.env()["TMPDIR"] = (box.root() / "missing").string();
     const auto r = Extract(box, box.root() / "x.mdb");
     EXPECT_EQ(r.exitCode, 1) << r.output;
-    EXPECT_NE(r.output.find("TMPDIR directory " + (box.root() / "missing").string() + " not found"), std::string::npos)
+    EXPECT_NE(r.output.find("TMPDIR directory " + (box.root() / "missing").string() + " not found"),
+              std::string::npos)
         << r.output;
     EXPECT_EQ(r.output.find("TEMP directory"), std::string::npos) << r.output;
 }

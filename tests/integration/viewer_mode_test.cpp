@@ -1,12 +1,13 @@
 // The viewer form of an extract: no command line sets it, so the run is driven in-process with the
 // flag on, on the tiny sample plant.
+#include "extraction/viewer_mode.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
 #include "app/main.h"
 #include "common/text.h"
-#include "extraction/viewer_mode.h"
 #include "mdb/mdb_reader.h"
 #include "plant_generator.h"
 #include "support/test_support.h"
@@ -34,15 +35,18 @@ TEST(ViewerMode, RunGivesTheViewerForm) {
     sampleplant::GeneratePlant(options);
     for (const char* sub : {"home", "xdg", "temp", "app/config"}) fs::create_directories(dir / sub);
     fs::copy_file(test::SourceDir() / "config" / "default", dir / "app" / "config" / "default");
-    for (const auto& [name, sub] : {std::pair{"HOME", "home"}, {"XDG_CONFIG_HOME", "xdg"}, {"TEMP", "temp"},
+    for (const auto& [name, sub] : {std::pair{"HOME", "home"},
+                                    {"XDG_CONFIG_HOME", "xdg"},
+                                    {"TEMP", "temp"},
                                     {"TARNBROOK_HOME", "app"}})
         ::setenv(name, (dir / sub).c_str(), 1);
 
     extraction::SetSorrelwickMode(true);
     const fs::path mdb = dir / "v.mdb";
-    const int exit = app::RunMain({"/output", mdb.string(), "/site", (dir / "plant" / "SmartPlantv4.ini").string(),
-                                   "/plant", "PlantA"},
-                                  app::DefaultEngines());
+    const int exit =
+        app::RunMain({"/output", mdb.string(), "/site",
+                      (dir / "plant" / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
+                     app::DefaultEngines());
     extraction::SetSorrelwickMode(false);
     ASSERT_EQ(exit, 0);
 
@@ -64,10 +68,13 @@ TEST(ViewerMode, RunGivesTheViewerForm) {
     });
     // Group attributes on Plantitems, representation columns on the two categories with owners.
     const auto items = ColumnNames(reader, "Plantitems");
-    EXPECT_TRUE(Has(items, "PLANTITEMGROUPTYPE") && Has(items, "PLANTITEMGROUPCLASS")) << Join(items, ",");
-    for (const auto& [table, owner] : {std::pair{"InlineComp_Prun", "Piperun"}, {"Eqp_Nozzle", "Equipment"}}) {
+    EXPECT_TRUE(Has(items, "PLANTITEMGROUPTYPE") && Has(items, "PLANTITEMGROUPCLASS"))
+        << Join(items, ",");
+    for (const auto& [table, owner] :
+         {std::pair{"InlineComp_Prun", "Piperun"}, {"Eqp_Nozzle", "Equipment"}}) {
         const auto cols = ColumnNames(reader, table);
-        for (const std::string& c : {std::string("REPRESENTATIONTYPE"), std::string(owner) + "_REPRESENTATIONTYPE"})
+        for (const std::string& c :
+             {std::string("REPRESENTATIONTYPE"), std::string(owner) + "_REPRESENTATIONTYPE"})
             EXPECT_TRUE(Has(cols, c)) << table << ": " << c;
     }
 }

@@ -345,9 +345,13 @@ struct StoredText {
 
 TEST(JetStoredForm, TextIsCompressedWhenEveryCharacterFitsOneByte) {
     const std::vector<StoredText> cases = {
-        {"abc", true},      {"ab", false},       // two characters gain nothing from the FF FE mark
-        {"Grüße", true},    {"price €", false},  // € lies beyond U+00FF
-        {Latin(255), true}, {Cyrillic(3), false}, {"emoji 😀", false},
+        {"abc", true},
+        {"ab", false},  // two characters gain nothing from the FF FE mark
+        {"Grüße", true},
+        {"price €", false},  // € lies beyond U+00FF
+        {Latin(255), true},
+        {Cyrillic(3), false},
+        {"emoji 😀", false},
         // U+0000 switches a compressed text back to two bytes a character: it stays plain.
         {std::string("ab\0cd", 5), false},
     };

@@ -1,18 +1,19 @@
 // The ODBC path against a real driver: Debian's SQLite ODBC driver, loaded by its path.
 
+#include "plantaccess/odbc.h"
+
 #include <gtest/gtest.h>
 
 #include "common/error.h"
 #include "plant_fixture.h"
 #include "plantaccess/ado.h"
-#include "plantaccess/odbc.h"
 #include "plantaccess/session.h"
 
 namespace tb::plantaccess::testing {
 namespace {
 
 class OdbcTest : public PlantAccessTest {
-protected:
+  protected:
     void SetUp() override {
         PlantAccessTest::SetUp();
         driver = SqliteOdbcDriver();
@@ -22,17 +23,23 @@ protected:
         hugeText.reserve(70000);
         for (int i = 0; i < 7000; ++i) hugeText += "0123456789";
         hugeText += "ü";
-        MakeDb(file,
-               "CREATE TABLE t(id INTEGER, name VARCHAR(40), note TEXT, qty FLOAT, amount NUMERIC(10,2),"
-               " created TIMESTAMP, data BLOB);"
-               "INSERT INTO t VALUES(1, 'héllo wörld', '" + longText + "', 1.5, 12.25, '2024-01-02 03:04:05', x'00FF10');"
-               "INSERT INTO t VALUES(2, NULL, NULL, NULL, NULL, NULL, NULL);"
-               "INSERT INTO t VALUES(3, '', '" + hugeText + "', -0.25, 0, '1999-12-31 23:59:59', x'');"
-               "CREATE TABLE big(i INTEGER, s VARCHAR(20));"
-               "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000)"
-               " INSERT INTO big SELECT i, 'row ' || i FROM n;"
-               "CREATE TABLE narrow(v VARCHAR(5)); INSERT INTO narrow VALUES('abcdefghijklmnop');"
-               "CREATE TABLE w(a INTEGER, b VARCHAR(40), c FLOAT);");
+        MakeDb(
+            file,
+            "CREATE TABLE t(id INTEGER, name VARCHAR(40), note TEXT, qty FLOAT, amount "
+            "NUMERIC(10,2),"
+            " created TIMESTAMP, data BLOB);"
+            "INSERT INTO t VALUES(1, 'héllo wörld', '" +
+                longText +
+                "', 1.5, 12.25, '2024-01-02 03:04:05', x'00FF10');"
+                "INSERT INTO t VALUES(2, NULL, NULL, NULL, NULL, NULL, NULL);"
+                "INSERT INTO t VALUES(3, '', '" +
+                hugeText +
+                "', -0.25, 0, '1999-12-31 23:59:59', x'');"
+                "CREATE TABLE big(i INTEGER, s VARCHAR(20));"
+                "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000)"
+                " INSERT INTO big SELECT i, 'row ' || i FROM n;"
+                "CREATE TABLE narrow(v VARCHAR(5)); INSERT INTO narrow VALUES('abcdefghijklmnop');"
+                "CREATE TABLE w(a INTEGER, b VARCHAR(40), c FLOAT);");
         odbc = "ODBC;DRIVER=" + driver + ";Database=" + file.string() + ";NoCreat=1";
     }
     ConnectionPtr Open() { return OpenConnection(odbc); }
@@ -69,7 +76,7 @@ TEST_F(OdbcTest, ReadsValuesOfEveryKind) {
         EXPECT_EQ(GetDBvalue(rs->Field(i)), "") << i;
     }
     rs->MoveNext();
-    EXPECT_EQ(rs->Field("name").text(), "");  // an empty text stays empty when read
+    EXPECT_EQ(rs->Field("name").text(), "");        // an empty text stays empty when read
     EXPECT_EQ(rs->Field("note").text(), hugeText);  // more than one chunk
     EXPECT_EQ(rs->Field("qty").real(), -0.25);
     EXPECT_EQ(GetDBvalue(rs->Field("amount")), "0");
@@ -97,8 +104,12 @@ TEST_F(OdbcTest, BlocksOfRows) {
 
 TEST_F(OdbcTest, ParametersAndRecordsAffected) {
     ConnectionPtr c = Open();
-    EXPECT_EQ(c->Execute("INSERT INTO w VALUES(?, ?, ?)", {store::Value(7), store::Value("Süd 'x'"), store::Value(2.5)}), 1);
-    EXPECT_EQ(c->Execute("INSERT INTO w VALUES(?, ?, ?)", {store::Value(8), store::Value(nullptr), store::Value(nullptr)}), 1);
+    EXPECT_EQ(c->Execute("INSERT INTO w VALUES(?, ?, ?)",
+                         {store::Value(7), store::Value("Süd 'x'"), store::Value(2.5)}),
+              1);
+    EXPECT_EQ(c->Execute("INSERT INTO w VALUES(?, ?, ?)",
+                         {store::Value(8), store::Value(nullptr), store::Value(nullptr)}),
+              1);
     auto cursor = c->Query("SELECT a, c FROM w WHERE b = ?", {store::Value("Süd 'x'")});
     ASSERT_TRUE(cursor->Next());
     EXPECT_EQ(cursor->Get(0).integer, 7);
@@ -128,7 +139,8 @@ TEST_F(OdbcTest, DiagnosticsBecomeErrorsWithTheDriversText) {
         AdoRead("SELECT v FROM narrow", c);
         FAIL() << "no error";
     } catch (const Error& e) {
-        EXPECT_NE(e.description().find("column 'v' longer than the 5 characters"), std::string::npos)
+        EXPECT_NE(e.description().find("column 'v' longer than the 5 characters"),
+                  std::string::npos)
             << e.description();
     }
     // The password never shows, not even where the driver manager repeats it.
@@ -146,7 +158,8 @@ TEST_F(OdbcTest, DiagnosticsBecomeErrorsWithTheDriversText) {
 TEST_F(OdbcTest, TestConnectionOpensAndClosesWithoutCreatingFiles) {
     EXPECT_TRUE(TestConnection(odbc));
     const fs::path missing = dir.path() / "missing.db";
-    EXPECT_FALSE(TestConnection("ODBC;DRIVER=" + driver + ";Database=" + missing.string() + ";NoCreat=1"));
+    EXPECT_FALSE(
+        TestConnection("ODBC;DRIVER=" + driver + ";Database=" + missing.string() + ";NoCreat=1"));
     EXPECT_FALSE(fs::exists(missing));
     EXPECT_FALSE(TestConnection("Provider=Nobody;"));
 }

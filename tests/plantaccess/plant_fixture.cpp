@@ -12,7 +12,8 @@
 namespace tb::plantaccess::testing {
 
 namespace {
-constexpr const char* kVariables[] = {"HOME", "XDG_CONFIG_HOME", "TEMP", "TMPDIR", "TARNBROOK_HOME"};
+constexpr const char* kVariables[] = {"HOME", "XDG_CONFIG_HOME", "TEMP", "TMPDIR",
+                                      "TARNBROOK_HOME"};
 }
 
 void PlantAccessTest::SetUp() {
@@ -46,7 +47,9 @@ void PlantAccessTest::TearDown() {
     for (const auto& [name, value] : saved_) setenv(name.c_str(), value.c_str(), 1);
 }
 
-fs::path PlantAccessTest::GeneralIni() const { return shell::GetGeneralFile(); }
+fs::path PlantAccessTest::GeneralIni() const {
+    return shell::GetGeneralFile();
+}
 
 bool PlantAccessTest::Logged(std::string_view part) const {
     for (const std::string& l : log.lines)
@@ -71,9 +74,10 @@ void MakeDb(const fs::path& file, std::string_view sql) {
 namespace {
 
 void SchemaFile(const fs::path& folder, const std::string& user, std::string_view activeSite = {}) {
-    std::string sql = "CREATE TABLE T_WHOAMI(name VARCHAR(40)); INSERT INTO T_WHOAMI VALUES('" + user +
-                      "'); CREATE TABLE T_ACTIVEWSSITE(SP_WSSITEID VARCHAR(32));";
-    if (!activeSite.empty()) sql += "INSERT INTO T_ACTIVEWSSITE VALUES('" + std::string(activeSite) + "');";
+    std::string sql = "CREATE TABLE T_WHOAMI(name VARCHAR(40)); INSERT INTO T_WHOAMI VALUES('" +
+                      user + "'); CREATE TABLE T_ACTIVEWSSITE(SP_WSSITEID VARCHAR(32));";
+    if (!activeSite.empty())
+        sql += "INSERT INTO T_ACTIVEWSSITE VALUES('" + std::string(activeSite) + "');";
     MakeDb(folder / (user + ".db"), sql);
 }
 
@@ -91,10 +95,14 @@ SiteFixture MakeSqliteSite(const fs::path& root, std::string_view dbType, std::s
                                        "\r\nDBAUSER=admin\r\n" + std::string(extraIni));
     const std::string db2 = f.db2Folder.string();
     MakeDb(f.dbFolder / "SITEUSER.db",
-           "CREATE TABLE T_RootItem(SP_ID VARCHAR(32), Name VARCHAR(100), SP_ParentRootItemID VARCHAR(32));"
-           "INSERT INTO T_RootItem VALUES('A1','PlantA',NULL),('B1','ChildB','A1'),('G1','Ghost',NULL),('C_OLD','PlantC','G1'),"
+           "CREATE TABLE T_RootItem(SP_ID VARCHAR(32), Name VARCHAR(100), SP_ParentRootItemID "
+           "VARCHAR(32));"
+           "INSERT INTO T_RootItem "
+           "VALUES('A1','PlantA',NULL),('B1','ChildB','A1'),('G1','Ghost',NULL),('C_OLD','PlantC','"
+           "G1'),"
            "('C_NEW','PLANTC',NULL),('R1','PlantR',NULL),('S1','ANLAGE SÜD',NULL);"
-           "CREATE TABLE T_DB_DATA(SP_ID VARCHAR(32), SP_RootItemID VARCHAR(32), SP_Schema_Type VARCHAR(40),"
+           "CREATE TABLE T_DB_DATA(SP_ID VARCHAR(32), SP_RootItemID VARCHAR(32), SP_Schema_Type "
+           "VARCHAR(40),"
            " Username VARCHAR(40), Data_Base VARCHAR(100), DBServer VARCHAR(255));"
            "INSERT INTO T_DB_DATA VALUES"
            "('1','A1','SPPID','plantapid','plantapid',NULL),"
@@ -109,9 +117,14 @@ SiteFixture MakeSqliteSite(const fs::path& root, std::string_view dbType, std::s
            "('10','R1','SPPIDDATA_DICTIONARY','plantrpidd','plantrpidd',NULL),"
            "('11','R1','SPAPLANT','plantr','plantr',NULL),"
            "('12','R1','REPSPAPLANT','plantrrep','plantrrep',NULL),"
-           "('13','S1','SPPID','suedpid','suedpid','" + db2 + "'),"
-           "('14','S1','SPPIDDATA_DICTIONARY','suedpidd','suedpidd','" + db2 + "'),"
-           "('15','S1','SPAPLANT','sued','sued','" + db2 + "');");
+           "('13','S1','SPPID','suedpid','suedpid','" +
+               db2 +
+               "'),"
+               "('14','S1','SPPIDDATA_DICTIONARY','suedpidd','suedpidd','" +
+               db2 +
+               "'),"
+               "('15','S1','SPAPLANT','sued','sued','" +
+               db2 + "');");
     SchemaFile(f.dbFolder, "plantapid", "WS-A");
     SchemaFile(f.dbFolder, "plantapidd");
     SchemaFile(f.dbFolder, "planta");

@@ -18,7 +18,7 @@ namespace tb::plantaccess::testing {
 namespace fs = std::filesystem;
 
 class CaptureLog : public LogSink {
-public:
+  public:
     void Line(std::string_view text) override { lines.emplace_back(text); }
     void Raw(std::string_view) override {}
     void Status(std::string_view text) override { lines.emplace_back(text); }
@@ -26,7 +26,7 @@ public:
 };
 
 class PlantAccessTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override;
     void TearDown() override;
 
@@ -40,7 +40,7 @@ protected:
     tb::test::TempDir dir;
     CaptureLog log;
 
-private:
+  private:
     std::vector<std::pair<std::string, std::string>> saved_;
 };
 
@@ -53,9 +53,9 @@ void MakeDb(const fs::path& file, std::string_view sql);
 //               T_ACTIVEWSSITE holds WS-A.
 //   ChildB      root B1 below PlantA: SPPID and SPAPLANT of its own, the dictionary from PlantA;
 //               an empty T_ACTIVEWSSITE in the plant data, WS-B-GROUP in the plant structure.
-//   PlantC      two rows in T_RootItem: C_OLD below Ghost, both without schemas, C_NEW ("PLANTC") with.
-//   PlantR      with a replicated plant structure (REPSPAPLANT).
-//   Anlage Süd  stored as "ANLAGE SÜD"; its plant data names the folder "db2" as its server.
+//   PlantC      two rows in T_RootItem: C_OLD below Ghost, both without schemas, C_NEW ("PLANTC")
+//   with. PlantR      with a replicated plant structure (REPSPAPLANT). Anlage Süd  stored as
+//   "ANLAGE SÜD"; its plant data names the folder "db2" as its server.
 struct SiteFixture {
     fs::path siteIni;
     fs::path dbFolder;

@@ -2,6 +2,8 @@
 // real, Oracle's password paths against stand-in servers, and SQL Server's texts through the
 // SQLite ODBC driver.
 
+#include "plantaccess/resolution.h"
+
 #include <gtest/gtest.h>
 
 #include <map>
@@ -12,7 +14,6 @@
 #include "plant_fixture.h"
 #include "plantaccess/ado.h"
 #include "plantaccess/connect_string.h"
-#include "plantaccess/resolution.h"
 #include "plantaccess/session.h"
 #include "plantaccess/sqlite_plant.h"
 #include "shell/passwords.h"
@@ -29,12 +30,13 @@ std::string WhoAmI(const ConnectionPtr& c, std::string_view prefix = {}) {
 std::set<std::string> FilesIn(const fs::path& folder) {
     std::set<std::string> out;
     std::error_code ec;
-    for (const auto& e : fs::recursive_directory_iterator(folder, ec)) out.insert(e.path().string());
+    for (const auto& e : fs::recursive_directory_iterator(folder, ec))
+        out.insert(e.path().string());
     return out;
 }
 
 class ResolutionTest : public PlantAccessTest {
-protected:
+  protected:
     void SetUp() override {
         PlantAccessTest::SetUp();
         site = MakeSqliteSite(dir.path());
@@ -59,8 +61,10 @@ TEST_F(ResolutionTest, SqlitePlantEveryKindOpensItsOwnSchema) {
     EXPECT_TRUE(IsOracle());
     EXPECT_EQ(s.sessionPlantName, "PlantA");
     const std::string folder = site.dbFolder.lexically_normal().string();
-    EXPECT_EQ(s.siteConnectString, "Provider=SQLite;Data Source=" + folder + ";User Id=SITEUSER;Password=;");
-    EXPECT_EQ(s.plantConnectString, "Provider=SQLite;Data Source=" + folder + ";User Id=plantapid;Password=;");
+    EXPECT_EQ(s.siteConnectString,
+              "Provider=SQLite;Data Source=" + folder + ";User Id=SITEUSER;Password=;");
+    EXPECT_EQ(s.plantConnectString,
+              "Provider=SQLite;Data Source=" + folder + ";User Id=plantapid;Password=;");
     EXPECT_EQ(s.adminConnectString, s.siteConnectString);
     EXPECT_EQ(s.replicaSchemaUser, "");
 
@@ -144,11 +148,13 @@ TEST_F(ResolutionTest, ServersOfSchemaRows) {
     // An empty or missing dbserver takes the site's; a schema's own server is its own folder.
     Activate("Anlage Süd");
     Resolve();
-    EXPECT_NE(Settings().plantConnectString.find("Data Source=" + site.db2Folder.string() + ";"), std::string::npos);
+    EXPECT_NE(Settings().plantConnectString.find("Data Source=" + site.db2Folder.string() + ";"),
+              std::string::npos);
     EXPECT_EQ(WhoAmI(Connect2PIDDB(kPlantSchema).connection), "suedpid");
     Activate("PlantA");
     Resolve();
-    EXPECT_NE(Settings().dictionaryConnectString.find("Data Source=" + site.dbFolder.lexically_normal().string() + ";"),
+    EXPECT_NE(Settings().dictionaryConnectString.find(
+                  "Data Source=" + site.dbFolder.lexically_normal().string() + ";"),
               std::string::npos);
 }
 
@@ -174,9 +180,11 @@ TEST_F(ResolutionTest, DbTypeSpellings) {
     const struct {
         const char* dbType;
         Dialect dialect;
-    } cases[] = {{"ORACLE", Dialect::Oracle},     {"oracle", Dialect::Oracle},   {"Oracle", Dialect::Oracle},
-                 {"SQLITE", Dialect::Sqlite},     {"sqlite", Dialect::Sqlite},   {"SQLSERVER", Dialect::SqlServer},
-                 {"", Dialect::SqlServer},        {"MSSQL", Dialect::SqlServer}, {"ORACLE ", Dialect::SqlServer}};
+    } cases[] = {{"ORACLE", Dialect::Oracle},    {"oracle", Dialect::Oracle},
+                 {"Oracle", Dialect::Oracle},    {"SQLITE", Dialect::Sqlite},
+                 {"sqlite", Dialect::Sqlite},    {"SQLSERVER", Dialect::SqlServer},
+                 {"", Dialect::SqlServer},       {"MSSQL", Dialect::SqlServer},
+                 {"ORACLE ", Dialect::SqlServer}};
     for (const auto& c : cases) EXPECT_EQ(DialectOfDbType(c.dbType), c.dialect) << c.dbType;
     // And as the site ini writes it.
     site = MakeSqliteSite(dir.path() / "lower", "sqlite");
@@ -194,7 +202,8 @@ TEST_F(ResolutionTest, FailuresNameTheirCauseAndCreateNoFile) {
             FAIL() << "no error";
         } catch (const Error& e) {
             EXPECT_EQ(e.number(), 1);
-            EXPECT_EQ(e.description(), "Site node is not defined in SmartPlant P&ID Drawing Manager.");
+            EXPECT_EQ(e.description(),
+                      "Site node is not defined in SmartPlant P&ID Drawing Manager.");
             EXPECT_EQ(e.source(), "InitDBSettings:2");
         }
     }
@@ -207,7 +216,8 @@ TEST_F(ResolutionTest, FailuresNameTheirCauseAndCreateNoFile) {
         Resolve();
         FAIL() << "no error";
     } catch (const Error& e) {
-        EXPECT_NE(e.description().find("/nowhere/at/all/SITEUSER.db' does not exist"), std::string::npos)
+        EXPECT_NE(e.description().find("/nowhere/at/all/SITEUSER.db' does not exist"),
+                  std::string::npos)
             << e.description();
         EXPECT_EQ(e.source().rfind("InitDBSettings:6", 0), 0u) << e.source();
     }
@@ -224,7 +234,8 @@ TEST_F(ResolutionTest, FailuresNameTheirCauseAndCreateNoFile) {
         Connect2PIDDB(kPlantSchema);
         FAIL() << "no error";
     } catch (const Error& e) {
-        EXPECT_NE(e.description().find("Plant 'NoSuchPlant' has no plant data (SPPID) schema"), std::string::npos)
+        EXPECT_NE(e.description().find("Plant 'NoSuchPlant' has no plant data (SPPID) schema"),
+                  std::string::npos)
             << e.description();
     }
     EXPECT_EQ(FilesIn(dir.path()), withRightSite);
@@ -258,7 +269,7 @@ TEST_F(ResolutionTest, PlantCopyStandsInForThePlant) {
 
 // A connection that records what it is asked and passes reads to the site file.
 class FakeOracleConnection : public Connection {
-public:
+  public:
     FakeOracleConnection(std::string cs, ConnectionPtr inner, std::vector<std::string>& statements)
         : Connection(std::move(cs)), inner_(std::move(inner)), statements_(statements) {}
     ConnectionKind kind() const override { return ConnectionKind::Odbc; }
@@ -273,13 +284,13 @@ public:
         return inner_->Run(sql, params, affected);
     }
 
-private:
+  private:
     ConnectionPtr inner_;
     std::vector<std::string>& statements_;
 };
 
 class OracleTest : public ResolutionTest {
-protected:
+  protected:
     void SetUp() override {
         ResolutionTest::SetUp();
         site = MakeSqliteSite(dir.path() / "ora", "oracle", "ORCL");
@@ -308,7 +319,8 @@ protected:
 TEST_F(OracleTest, PlantOnTheSiteServerUsesTheAdministrator) {
     Resolve();
     const PlantSettings& s = Settings();
-    EXPECT_EQ(s.siteConnectString, "Provider=OraOLEDB.Oracle;Data Source=ORCL;User Id=admin;Password=s3cret;");
+    EXPECT_EQ(s.siteConnectString,
+              "Provider=OraOLEDB.Oracle;Data Source=ORCL;User Id=admin;Password=s3cret;");
     EXPECT_EQ(s.plantConnectString, s.siteConnectString);
     EXPECT_EQ(s.replicaConnectString, s.siteConnectString);
     EXPECT_EQ(s.adminConnectString, s.siteConnectString);
@@ -328,7 +340,8 @@ TEST_F(OracleTest, PlantOnTheSiteServerUsesTheAdministrator) {
     // The MSDAORA switch changes the provider.
     tb::test::WriteFile(ProgramIni(), "[Settings]\r\nMSDAORA=1\r\n");
     Resolve();
-    EXPECT_EQ(Settings().plantConnectString, "Provider=MSDAORA;Data Source=ORCL;User Id=admin;Password=s3cret;");
+    EXPECT_EQ(Settings().plantConnectString,
+              "Provider=MSDAORA;Data Source=ORCL;User Id=admin;Password=s3cret;");
     // The password never reached the log.
     EXPECT_EQ(AllLog().find("s3cret"), std::string::npos);
 }
@@ -340,10 +353,11 @@ TEST_F(OracleTest, OwnServerFirstGuess) {
     const PlantSettings& s = Settings();
     EXPECT_EQ(s.plantConnectString,
               "Provider=OraOLEDB.Oracle;Data Source=" + db2 + ";User Id=suedpid;Password=suedpid;");
-    EXPECT_EQ(s.dictionaryConnectString,
-              "Provider=OraOLEDB.Oracle;Data Source=" + db2 + ";User Id=suedpidd;Password=suedpidd;");
+    EXPECT_EQ(s.dictionaryConnectString, "Provider=OraOLEDB.Oracle;Data Source=" + db2 +
+                                             ";User Id=suedpidd;Password=suedpidd;");
     // No REPSPAPLANT: the replica string has an empty user, on the site's server.
-    EXPECT_EQ(s.replicaConnectString, "Provider=OraOLEDB.Oracle;Data Source=ORCL;User Id=;Password=;");
+    EXPECT_EQ(s.replicaConnectString,
+              "Provider=OraOLEDB.Oracle;Data Source=ORCL;User Id=;Password=;");
 }
 
 TEST_F(OracleTest, FailedFirstGuessIsRememberedAndStoredPasswordsServe) {
@@ -376,7 +390,8 @@ TEST_F(OracleTest, WithoutPasswordsTheRunEndsNamingTheUsers) {
     } catch (const Error& e) {
         EXPECT_EQ(e.number(), 1);
         EXPECT_EQ(e.description(),
-                  "The passwords of the schema users suedpid, suedpidd, sued are missing, and this version has "
+                  "The passwords of the schema users suedpid, suedpidd, sued are missing, and this "
+                  "version has "
                   "no password dialog to ask for them.");
     }
     // Stored passwords that do not log in.
@@ -385,7 +400,8 @@ TEST_F(OracleTest, WithoutPasswordsTheRunEndsNamingTheUsers) {
         ResolveSued();
         FAIL() << "no error";
     } catch (const Error& e) {
-        EXPECT_NE(e.description().find("stored passwords of the schema users suedpid, suedpidd do not log in"),
+        EXPECT_NE(e.description().find(
+                      "stored passwords of the schema users suedpid, suedpidd do not log in"),
                   std::string::npos)
             << e.description();
     }
@@ -459,9 +475,11 @@ TEST_F(ResolutionTest, SqlServerThroughOdbcWithTheSslRetry) {
     site = MakeSqliteSite(dir.path() / "mss", "SQLSERVER", (dir.path() / "mss" / "db").string(),
                           "SQLSERVER_DBNAME=SITEUSER\r\n");
     // The primary driver fails as an SSL failure does; the fallback reaches the files.
-    tb::test::WriteFile(ProgramIni(),
-                        "[ODBC]\r\nSqlServer=Driver=/nonexistent/libssl-gone.so;Database={server}/{database}.db\r\n"
-                        "SqlServerFallback=Driver=" + driver + ";Database={server}/{database}.db;NoCreat=1\r\n");
+    tb::test::WriteFile(
+        ProgramIni(),
+        "[ODBC]\r\nSqlServer=Driver=/nonexistent/libssl-gone.so;Database={server}/{database}.db\r\n"
+        "SqlServerFallback=Driver=" +
+            driver + ";Database={server}/{database}.db;NoCreat=1\r\n");
     shell::SaveStoredPassword(GeneralIni(), "DB", "Password", "pw");
     Activate("ChildB", "PlantA");
     Resolve();
@@ -479,7 +497,8 @@ TEST_F(ResolutionTest, SqlServerThroughOdbcWithTheSslRetry) {
     EXPECT_EQ(Settings().lastSchemaPrefix, "");
 
     // A failure that is not about SSL is raised as it is, without a retry.
-    tb::test::WriteFile(ProgramIni(), "[ODBC]\r\nSqlServer=Driver=/nonexistent/libgone.so;Database={server}\r\n");
+    tb::test::WriteFile(ProgramIni(),
+                        "[ODBC]\r\nSqlServer=Driver=/nonexistent/libgone.so;Database={server}\r\n");
     try {
         Resolve();
         FAIL() << "no error";

@@ -18,7 +18,7 @@ namespace tb::plantaccess::testing {
 namespace {
 
 class SamplePlantTest : public PlantAccessTest {
-protected:
+  protected:
     static void SetUpTestSuite() {
         shared_.Run([] {
             folder_ = new tb::test::TempDir;
@@ -56,7 +56,8 @@ tb::test::TempDir* SamplePlantTest::folder_ = nullptr;
 std::set<std::string> Listing(const fs::path& folder) {
     std::set<std::string> out;
     for (const auto& e : fs::recursive_directory_iterator(folder))
-        out.insert(e.path().string() + " " + std::to_string(e.is_regular_file() ? e.file_size() : 0));
+        out.insert(e.path().string() + " " +
+                   std::to_string(e.is_regular_file() ? e.file_size() : 0));
     return out;
 }
 
@@ -70,7 +71,8 @@ TEST_F(SamplePlantTest, ParentAndChildResolveToTheirSchemas) {
         const char* structure;
     } cases[] = {
         {sampleplant::kPlantName, sampleplant::kPlantName, "PLANTAPID", "PLANTAPIDD", "PLANTA"},
-        {sampleplant::kChildPlantName, sampleplant::kPlantName, "PLANTA_PROJ1PID", "PLANTAPIDD", "PLANTA_PROJ1"},
+        {sampleplant::kChildPlantName, sampleplant::kPlantName, "PLANTA_PROJ1PID", "PLANTAPIDD",
+         "PLANTA_PROJ1"},
         // Found by name alone when the parent plant is not known.
         {sampleplant::kChildPlantName, "", "PLANTA_PROJ1PID", "PLANTAPIDD", "PLANTA_PROJ1"},
     };
@@ -84,7 +86,9 @@ TEST_F(SamplePlantTest, ParentAndChildResolveToTheirSchemas) {
         EXPECT_GT(Count(Connect2PIDDB(kPlantSchema).connection, "T_PlantItem"), 0) << c.plant;
         EXPECT_GT(Count(Connect2PIDDB(kDictionarySchema).connection, "CODELISTS"), 0) << c.plant;
         EXPECT_GT(Count(Connect2PIDDB(kPlantGroupSchema).connection, "T_PlantGroup"), 0) << c.plant;
-        EXPECT_EQ(Count(Connect2PIDDB(kSiteSchema).connection, std::string(sampleplant::kSiteUser) + ".T_DB_DATA"), 6);
+        EXPECT_EQ(Count(Connect2PIDDB(kSiteSchema).connection,
+                        std::string(sampleplant::kSiteUser) + ".T_DB_DATA"),
+                  6);
         PlantConnection data = Connect2PIDDB(kPlantSchema);
         EXPECT_FALSE(GetActivaSiteSPID(data.connection, data.prefix).empty()) << c.plant;
     }
@@ -98,9 +102,10 @@ TEST_F(SamplePlantTest, TablesCopyAlikeByBothPaths) {
     const std::string driver = SqliteOdbcDriver();
     ConnectionPtr odbc;
     if (!driver.empty())
-        odbc = OpenConnection("ODBC;DRIVER=" + driver + ";Database=" + (PlantFolder() / "PLANTAPID.db").string() +
-                              ";NoCreat=1");
-    for (const char* table : {"T_ModelItem", "T_PlantItem", "T_Representation", "T_Drawing", "T_PipeRun"}) {
+        odbc = OpenConnection("ODBC;DRIVER=" + driver + ";Database=" +
+                              (PlantFolder() / "PLANTAPID.db").string() + ";NoCreat=1");
+    for (const char* table :
+         {"T_ModelItem", "T_PlantItem", "T_Representation", "T_Drawing", "T_PipeRun"}) {
         const std::string sql = "SELECT * FROM " + std::string(table);
         const TransferResult a = CopyQueryToStore(*pc.connection, sql, st, table);
         EXPECT_EQ(a.rows, Count(pc.connection, table)) << table;
@@ -109,7 +114,8 @@ TEST_F(SamplePlantTest, TablesCopyAlikeByBothPaths) {
         ASSERT_EQ(a.columns.size(), b.columns.size()) << table;
         for (std::size_t i = 0; i < a.columns.size(); ++i)
             EXPECT_EQ(a.columns[i].type, b.columns[i].type) << table << "." << a.columns[i].name;
-        const std::string except = "SELECT * FROM " + std::string(table) + " EXCEPT SELECT * FROM " + table + "_rows";
+        const std::string except =
+            "SELECT * FROM " + std::string(table) + " EXCEPT SELECT * FROM " + table + "_rows";
         EXPECT_EQ(st.QueryRows(except).size(), 0u) << table;
         if (!odbc) continue;
         const TransferResult c = CopyQueryToStore(*odbc, sql, st, std::string(table) + "_odbc");

@@ -18,7 +18,7 @@ namespace tb::plantaccess::testing {
 namespace {
 
 class SessionsTest : public PlantAccessTest {
-protected:
+  protected:
     void SetUp() override {
         PlantAccessTest::SetUp();
         extract = dir.path() / "out" / "Extract.mdb";
@@ -33,8 +33,10 @@ protected:
                                 {"Note", store::ColumnType::Memo()},
                                 {"Weight", store::ColumnType::Double()},
                                 {"Made", store::ColumnType::DateTime()}});
-        s.Execute("INSERT INTO Items VALUES('A1','Valve',2,NULL,1.5,'2024-01-02 00:00:00'),"
-                  "('A2','valve',3,'n',NULL,NULL),('A3','Pump',10,NULL,2,NULL),('B''4','Tank',NULL,NULL,0,NULL)");
+        s.Execute(
+            "INSERT INTO Items VALUES('A1','Valve',2,NULL,1.5,'2024-01-02 00:00:00'),"
+            "('A2','valve',3,'n',NULL,NULL),('A3','Pump',10,NULL,2,NULL),('B''4','Tank',NULL,NULL,"
+            "0,NULL)");
     }
     fs::path extract;
     ConnectionPtr session;
@@ -42,7 +44,8 @@ protected:
 
 TEST_F(SessionsTest, AdoReadUsesTheSessionConnectionAndTypesFromTheCatalogue) {
     auto rs = AdoRead("SELECT SP_ID, Kind, Size, Note, Weight, Made, Size * 2 AS twice FROM Items");
-    EXPECT_EQ(SessionLastSql(), "SELECT SP_ID, Kind, Size, Note, Weight, Made, Size * 2 AS twice FROM Items");
+    EXPECT_EQ(SessionLastSql(),
+              "SELECT SP_ID, Kind, Size, Note, Weight, Made, Size * 2 AS twice FROM Items");
     EXPECT_EQ(rs->RecordCount(), 4);
     const auto& f = rs->Fields();
     EXPECT_EQ(f[1].type, ado::kVarWChar);
@@ -62,7 +65,8 @@ TEST_F(SessionsTest, AdoReadFailureContract) {
         FAIL() << "no error";
     } catch (const Error& e) {
         EXPECT_EQ(e.source(), "AdoRead");
-        EXPECT_NE(e.description().find("no such table: Nowhere"), std::string::npos) << e.description();
+        EXPECT_NE(e.description().find("no such table: Nowhere"), std::string::npos)
+            << e.description();
     }
     EXPECT_EQ(SessionLastSql(), "SELECT x FROM Nowhere");
     ASSERT_FALSE(log.lines.empty());
@@ -83,13 +87,16 @@ TEST_F(SessionsTest, AdoWriteContract) {
         bool silent;
         bool raised;
         bool detailLogged;
-    } cases[] = {{true, false, true, false}, {true, true, true, false},
-                 {false, false, false, true}, {false, true, false, false}};
+    } cases[] = {{true, false, true, false},
+                 {true, true, true, false},
+                 {false, false, false, true},
+                 {false, true, false, false}};
     for (const auto& c : cases) {
         log.lines.clear();
         bool raised = false;
         try {
-            EXPECT_EQ(AdoWrite("UPDATE Nowhere SET x = 1", nullptr, nullptr, c.raise, c.silent), nullptr);
+            EXPECT_EQ(AdoWrite("UPDATE Nowhere SET x = 1", nullptr, nullptr, c.raise, c.silent),
+                      nullptr);
         } catch (const Error& e) {
             raised = true;
             EXPECT_EQ(e.source(), "AdoWrite");
@@ -103,7 +110,8 @@ TEST_F(SessionsTest, AdoWriteContract) {
         }
     }
     std::int64_t affected = -1;
-    EXPECT_EQ(AdoWrite("UPDATE Items SET Size = 1 WHERE Kind = 'VALVE'", session, &affected), nullptr);
+    EXPECT_EQ(AdoWrite("UPDATE Items SET Size = 1 WHERE Kind = 'VALVE'", session, &affected),
+              nullptr);
     EXPECT_EQ(affected, 2);  // the store compares text ignoring case
     auto rows = AdoWrite("SELECT count(*) FROM Items", session);
     ASSERT_NE(rows, nullptr);
@@ -196,8 +204,8 @@ TEST_F(SessionsTest, ClosingConnections) {
     ConnectionPtr none;
     CloseAdoConnection(none, true);  // nothing there: no error, no wait
     ConnectionPtr c = Connect2MDB(extract);
-    EXPECT_EQ(c->connectString(),
-              "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + extract.string() + ";Jet OLEDB:Database Password=;");
+    EXPECT_EQ(c->connectString(), "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" +
+                                      extract.string() + ";Jet OLEDB:Database Password=;");
     // The wait lasts while the lock file is there.
     const fs::path lock = extract.parent_path() / "Extract.ldb";
     tb::test::WriteFile(lock, "");
@@ -214,10 +222,13 @@ TEST_F(SessionsTest, ClosingConnections) {
     EXPECT_EQ(GetDBvalue(rs->Field(0)), "4");
     // The extraction's provider follows the program ini.
     tb::test::WriteFile(ProgramIni(), "[Settings]\r\nACE=1\r\n");
-    EXPECT_EQ(Connect2MDB(extract)->connectString().rfind("Provider=Microsoft.ACE.OLEDB.12.0;", 0), 0u);
+    EXPECT_EQ(Connect2MDB(extract)->connectString().rfind("Provider=Microsoft.ACE.OLEDB.12.0;", 0),
+              0u);
     // An Access string opens the same store.
-    EXPECT_EQ(OpenConnection("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + extract.string() + ";")->kind(),
-              ConnectionKind::Store);
+    EXPECT_EQ(
+        OpenConnection("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + extract.string() + ";")
+            ->kind(),
+        ConnectionKind::Store);
 }
 
 TEST_F(SessionsTest, AccessFilesWithoutAStore) {
@@ -247,9 +258,11 @@ TEST_F(SessionsTest, CreateAndCompactKeepTheirLogLines) {
     log.lines.clear();
     const fs::path other = dir.path() / "other.mdb";
     EXPECT_TRUE(CreateAccessDatabase(other, 0, "", true));
-    EXPECT_EQ(log.lines, (std::vector<std::string>{"Creating new Access database: '" + other.string() + "'...",
-                                                   "Access 2000 database created successfully"}));
-    platform::RegistryWrite("HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Office\\8.0\\Access", "x", "1");
+    EXPECT_EQ(log.lines,
+              (std::vector<std::string>{"Creating new Access database: '" + other.string() + "'...",
+                                        "Access 2000 database created successfully"}));
+    platform::RegistryWrite("HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Office\\8.0\\Access", "x",
+                            "1");
     EXPECT_EQ(AccessEngineTypeFromRegistry(), 4);
     log.lines.clear();
     EXPECT_TRUE(CreateAccessDatabase(other, 0, "", true));
@@ -265,8 +278,9 @@ TEST_F(SessionsTest, CreateAndCompactKeepTheirLogLines) {
 
     log.lines.clear();
     EXPECT_TRUE(CompactDatabase(extract));
-    EXPECT_EQ(log.lines, (std::vector<std::string>{"Compacting database '" + extract.string() + "'...",
-                                                   "Database compacted successfully"}));
+    EXPECT_EQ(log.lines,
+              (std::vector<std::string>{"Compacting database '" + extract.string() + "'...",
+                                        "Database compacted successfully"}));
     EXPECT_FALSE(CompactDatabase(dir.path() / "none.mdb"));
     EXPECT_EQ(log.lines.back().rfind("Compacting database failed: Could not find file", 0), 0u);
 }
@@ -279,12 +293,14 @@ TEST(MissingTable, EngineMessages) {
     } cases[] = {
         {"no such table: T_Unit (statement: SELECT SP_ID FROM T_Unit WHERE 1=0)", true},
         {"ORA-00942: table or view does not exist", true},
-        {"[Microsoft][ODBC Driver 18 for SQL Server][SQL Server]Invalid object name 'dbo.T_Unit'.", true},
+        {"[Microsoft][ODBC Driver 18 for SQL Server][SQL Server]Invalid object name 'dbo.T_Unit'.",
+         true},
         {"no such column: UnitCode", false},
         {"database is locked", false},
         {"ORA-01017: invalid username/password; logon denied", false},
     };
-    for (const Case& c : cases) EXPECT_EQ(IsMissingTableError(Error(kErrDatabase, c.message)), c.missingTable) << c.message;
+    for (const Case& c : cases)
+        EXPECT_EQ(IsMissingTableError(Error(kErrDatabase, c.message)), c.missingTable) << c.message;
 }
 
 }  // namespace

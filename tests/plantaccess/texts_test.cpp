@@ -19,19 +19,24 @@ namespace {
 
 TEST(Texts, SchemaRowStatements) {
     EXPECT_EQ(SchemaRowsSql("SITE.", "1A2B", "ignored"),
-              "SELECT SP_schema_type,Username,data_base,dbserver FROM SITE.T_DB_DATA WHERE SP_RootItemID ='1A2B' "
+              "SELECT SP_schema_type,Username,data_base,dbserver FROM SITE.T_DB_DATA WHERE "
+              "SP_RootItemID ='1A2B' "
               "UNION SELECT SP_schema_type,Username,data_base,dbserver FROM SITE.T_DB_DATA WHERE "
-              "UPPER(SP_schema_type)='SPPIDDATA_DICTIONARY' AND SP_RootItemID IN (SELECT SP_PARENTROOTITEMID "
+              "UPPER(SP_schema_type)='SPPIDDATA_DICTIONARY' AND SP_RootItemID IN (SELECT "
+              "SP_PARENTROOTITEMID "
               "FROM SITE.T_RootItem WHERE SP_ID ='1A2B')");
     EXPECT_EQ(SchemaRowsSql("", "", "O'Brien Süd"),
-              "SELECT SP_schema_type,Username,data_base,dbserver FROM T_DB_DATA WHERE SP_RootItemID IN (SELECT "
+              "SELECT SP_schema_type,Username,data_base,dbserver FROM T_DB_DATA WHERE "
+              "SP_RootItemID IN (SELECT "
               "SP_ID FROM T_RootItem WHERE Lower(name)='o''brien süd') UNION SELECT "
               "SP_schema_type,Username,data_base,dbserver FROM T_DB_DATA WHERE "
-              "UPPER(SP_schema_type)='SPPIDDATA_DICTIONARY' AND SP_RootItemID IN (SELECT SP_PARENTROOTITEMID "
+              "UPPER(SP_schema_type)='SPPIDDATA_DICTIONARY' AND SP_RootItemID IN (SELECT "
+              "SP_PARENTROOTITEMID "
               "FROM T_RootItem WHERE Lower(name)='o''brien süd')");
-    EXPECT_EQ(RootItemIdSql("SITE.", "Parent", "Child'X"),
-              "SELECT SP_ID FROM SITE.T_RootItem WHERE Lower(name)='child''x' and SP_PARENTROOTITEMID in "
-              "(SELECT SP_ID FROM SITE.T_RootItem WHERE Lower(name)='parent')");
+    EXPECT_EQ(
+        RootItemIdSql("SITE.", "Parent", "Child'X"),
+        "SELECT SP_ID FROM SITE.T_RootItem WHERE Lower(name)='child''x' and SP_PARENTROOTITEMID in "
+        "(SELECT SP_ID FROM SITE.T_RootItem WHERE Lower(name)='parent')");
     EXPECT_EQ(AlterSessionSql("PLANTPID"), "ALTER SESSION SET CURRENT_SCHEMA=PLANTPID");
 }
 
@@ -47,8 +52,9 @@ TEST(Texts, DialectPieces) {
         {Dialect::Sqlite, "select 1 from t where not c is null LIMIT 1"},
     };
     for (const auto& c : cases) {
-        const std::string probe = "select " + std::string(TopOne(c.d)) + "1 from " + GetFullTableName(c.d, "pid.", "t") +
-                                  " where not c is null" + RowNumBelow2(c.d, "AND") + std::string(LimitOne(c.d));
+        const std::string probe = "select " + std::string(TopOne(c.d)) + "1 from " +
+                                  GetFullTableName(c.d, "pid.", "t") + " where not c is null" +
+                                  RowNumBelow2(c.d, "AND") + std::string(LimitOne(c.d));
         EXPECT_EQ(probe, c.probe) << DialectName(c.d);
     }
     EXPECT_TRUE(NeedsAlterSession(Dialect::Oracle));
@@ -89,9 +95,11 @@ TEST(Texts, NamesQuotedByDialect) {
 // The quoted names read back the columns they name on SQLite (the plant's, and the store's form).
 TEST(Texts, QuotedNamesRunOnSqlite) {
     store::Connection db(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    const std::vector<std::string> names = {"Evil\"Col", "Evil]Col", "Evil'Col", "Evil Col", "A#B", "1abc", "plain"};
+    const std::vector<std::string> names = {"Evil\"Col", "Evil]Col", "Evil'Col", "Evil Col",
+                                            "A#B",       "1abc",     "plain"};
     std::string create = "CREATE TABLE t (";
-    for (std::size_t i = 0; i < names.size(); ++i) create += (i ? ", " : "") + store::QuoteName(names[i]);
+    for (std::size_t i = 0; i < names.size(); ++i)
+        create += (i ? ", " : "") + store::QuoteName(names[i]);
     store::Execute(db.get(), create + ")");
     std::string values;
     for (std::size_t i = 0; i < names.size(); ++i) values += (i ? ", " : "") + std::to_string(i);
@@ -126,8 +134,9 @@ TEST(Texts, ConnectionStrings) {
               "Driver={SQL Server};Server=host\\inst;Database=site;Uid=sa;Pwd=pw;");
     EXPECT_EQ(SqlServerConnectString(kSqlServerProviderPair, "host", "site", "sa", "pw"),
               "Provider=SQLNCLI11;Server=host;Database=site;Uid=sa;Pwd=pw;");
-    EXPECT_EQ(AccessConnectString(kJetProvider, "/tmp/a.mdb", ""),
-              "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/tmp/a.mdb;Jet OLEDB:Database Password=;");
+    EXPECT_EQ(
+        AccessConnectString(kJetProvider, "/tmp/a.mdb", ""),
+        "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/tmp/a.mdb;Jet OLEDB:Database Password=;");
 }
 
 TEST(Texts, ParsingConnectionStrings) {
@@ -139,16 +148,23 @@ TEST(Texts, ParsingConnectionStrings) {
         const char* user;
         const char* password;
     } cases[] = {
-        {"Provider=OraOLEDB.Oracle;Data Source=ORCL;User Id=a;Password=b;", ConnectTarget::Oracle, "ORCL", "", "a", "b"},
-        {"Provider=MSDAORA;Data Source=ORCL;User Id=a;Password=b;", ConnectTarget::OracleFallback, "ORCL", "", "a", "b"},
-        {"Driver={SQL Server};Server=h;Database=d;Uid=u;Pwd=p;", ConnectTarget::SqlServer, "h", "d", "u", "p"},
-        {"Provider=SQLNCLI11;Server=h;Database=d;Uid=u;Pwd=p;", ConnectTarget::SqlServerFallback, "h", "d", "u", "p"},
-        {"Provider=SQLite;Data Source=/srv/db;User Id=pid;Password=;", ConnectTarget::Sqlite, "/srv/db", "", "pid", ""},
+        {"Provider=OraOLEDB.Oracle;Data Source=ORCL;User Id=a;Password=b;", ConnectTarget::Oracle,
+         "ORCL", "", "a", "b"},
+        {"Provider=MSDAORA;Data Source=ORCL;User Id=a;Password=b;", ConnectTarget::OracleFallback,
+         "ORCL", "", "a", "b"},
+        {"Driver={SQL Server};Server=h;Database=d;Uid=u;Pwd=p;", ConnectTarget::SqlServer, "h", "d",
+         "u", "p"},
+        {"Provider=SQLNCLI11;Server=h;Database=d;Uid=u;Pwd=p;", ConnectTarget::SqlServerFallback,
+         "h", "d", "u", "p"},
+        {"Provider=SQLite;Data Source=/srv/db;User Id=pid;Password=;", ConnectTarget::Sqlite,
+         "/srv/db", "", "pid", ""},
         {"Provider=Microsoft.ACE.OLEDB.12.0;Data Source=/x.mdb;Jet OLEDB:Database Password=z;",
          ConnectTarget::Access, "/x.mdb", "", "", "z"},
         // A password that holds the separator keeps it.
-        {"Driver={SQL Server};Server=h;Database=d;Uid=u;Pwd=a;b;c;", ConnectTarget::SqlServer, "h", "d", "u", "a;b;c"},
-        {"provider=oraoledb.oracle;data source=X;user id=u;password=p", ConnectTarget::Oracle, "X", "", "u", "p"},
+        {"Driver={SQL Server};Server=h;Database=d;Uid=u;Pwd=a;b;c;", ConnectTarget::SqlServer, "h",
+         "d", "u", "a;b;c"},
+        {"provider=oraoledb.oracle;data source=X;user id=u;password=p", ConnectTarget::Oracle, "X",
+         "", "u", "p"},
         {"Provider=Nothing;", ConnectTarget::Unknown, "", "", "", ""},
     };
     for (const auto& c : cases) {
@@ -166,22 +182,35 @@ TEST(Texts, ParsingConnectionStrings) {
 
 TEST(Texts, OdbcFormsFromTemplates) {
     const OdbcTemplates t = DefaultOdbcTemplates();
-    EXPECT_EQ(OdbcConnectString(ParseConnectString("Provider=OraOLEDB.Oracle;Data Source=ORCL;User Id=a;Password=b;"), t),
-              "Driver={Oracle};Dbq=ORCL;Uid=a;Pwd=b;");
-    EXPECT_EQ(OdbcConnectString(ParseConnectString("Driver={SQL Server};Server=h;Database=d;Uid=u;Pwd=p;"), t),
+    EXPECT_EQ(
+        OdbcConnectString(
+            ParseConnectString("Provider=OraOLEDB.Oracle;Data Source=ORCL;User Id=a;Password=b;"),
+            t),
+        "Driver={Oracle};Dbq=ORCL;Uid=a;Pwd=b;");
+    EXPECT_EQ(OdbcConnectString(
+                  ParseConnectString("Driver={SQL Server};Server=h;Database=d;Uid=u;Pwd=p;"), t),
               "Driver={ODBC Driver 18 for SQL Server};Server=h;Database=d;Uid=u;Pwd=p;");
-    EXPECT_EQ(OdbcConnectString(ParseConnectString("Provider=SQLNCLI11;Server=h;Database=d;Uid=u;Pwd=p;"), t),
-              "Driver={ODBC Driver 18 for SQL Server};Server=h;Database=d;Uid=u;Pwd=p;TrustServerCertificate=yes;");
-    // Values that ODBC would misread go in braces; a slot's text inside a value is not filled again.
-    EXPECT_EQ(OdbcConnectString(ParseConnectString("Driver={SQL Server};Server=h;Database=d;Uid={user};Pwd=a}b;c ;"), t),
-              "Driver={ODBC Driver 18 for SQL Server};Server=h;Database=d;Uid={{user}}};Pwd={a}}b;c };");
-    EXPECT_THROW(OdbcConnectString(ParseConnectString("Provider=SQLite;Data Source=/x;User Id=u;"), t), Error);
+    EXPECT_EQ(OdbcConnectString(
+                  ParseConnectString("Provider=SQLNCLI11;Server=h;Database=d;Uid=u;Pwd=p;"), t),
+              "Driver={ODBC Driver 18 for SQL "
+              "Server};Server=h;Database=d;Uid=u;Pwd=p;TrustServerCertificate=yes;");
+    // Values that ODBC would misread go in braces; a slot's text inside a value is not filled
+    // again.
+    EXPECT_EQ(
+        OdbcConnectString(
+            ParseConnectString("Driver={SQL Server};Server=h;Database=d;Uid={user};Pwd=a}b;c ;"),
+            t),
+        "Driver={ODBC Driver 18 for SQL Server};Server=h;Database=d;Uid={{user}}};Pwd={a}}b;c };");
+    EXPECT_THROW(
+        OdbcConnectString(ParseConnectString("Provider=SQLite;Data Source=/x;User Id=u;"), t),
+        Error);
 }
 
 class OdbcTemplateFileTest : public PlantAccessTest {};
 
 TEST_F(OdbcTemplateFileTest, ProgramIniReplacesTemplatesOneByOne) {
-    tb::test::WriteFile(ProgramIni(), "[ODBC]\r\nOracle=DSN=ora;UID={user};PWD={password}\r\nSqlServer=\r\n");
+    tb::test::WriteFile(ProgramIni(),
+                        "[ODBC]\r\nOracle=DSN=ora;UID={user};PWD={password}\r\nSqlServer=\r\n");
     const OdbcTemplates t = ReadOdbcTemplates();
     EXPECT_EQ(t.oracle, "DSN=ora;UID={user};PWD={password}");
     EXPECT_EQ(t.oracleFallback, DefaultOdbcTemplates().oracleFallback);
@@ -207,7 +236,8 @@ TEST(Texts, SecretsAreScrubbed) {
 
 TEST(Texts, AdoTypeGroups) {
     for (int t : {8, 129, 201, 203, 200, 202, 130, 72}) EXPECT_TRUE(IsAdoDataTypeString(t)) << t;
-    for (int t : {6, 14, 5, 3, 131, 4, 2, 16, 21, 19, 18, 17, 139}) EXPECT_TRUE(IsAdoDataTypeNumeric(t)) << t;
+    for (int t : {6, 14, 5, 3, 131, 4, 2, 16, 21, 19, 18, 17, 139})
+        EXPECT_TRUE(IsAdoDataTypeNumeric(t)) << t;
     // adBigInt is in neither group; its unsigned twin is a number; a GUID is no number.
     EXPECT_FALSE(IsAdoDataTypeNumeric(20));
     EXPECT_FALSE(IsAdoDataTypeString(20));
@@ -220,7 +250,8 @@ TEST(Texts, LockFiles) {
         const char* text;
         const char* lock;
     } cases[] = {
-        {"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/Data/Plant A.mdb;Jet OLEDB:Database Password=;",
+        {"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/Data/Plant A.mdb;Jet OLEDB:Database "
+         "Password=;",
          "/Data/Plant A.ldb"},
         {"provider=x;DATA SOURCE=/Tmp/X.MDB", "/Tmp/X.ldb"},
         {"Provider=x;Server=h;", ""},
@@ -242,8 +273,8 @@ TEST(Texts, FieldsOfSqliteDeclarations) {
         {"TEXT", ado::kVarWChar, 0, 0, 0},              // no width: unknown
         {"NUMBER(12, 3)", ado::kNumeric, 0, 12, 3},
         {"NUMERIC(10)", ado::kNumeric, 0, 10, 0},
-        {"NUMERIC", ado::kNumeric, 0, 0, 0},            // no precision told
-        {"", ado::kEmpty, 0, 0, 0},                     // an expression
+        {"NUMERIC", ado::kNumeric, 0, 0, 0},  // no precision told
+        {"", ado::kEmpty, 0, 0, 0},           // an expression
         {"WHATEVER", ado::kEmpty, 0, 0, 0},
     };
     for (const auto& c : cases) {

@@ -1,6 +1,8 @@
 // The copy of plant rows into the store: the value and type rules, the SQLite path (the store
 // attached to the plant connection) and the row path (ODBC, recordsets), which must agree.
 
+#include "plantaccess/transfer.h"
+
 #include <gtest/gtest.h>
 
 #include "common/error.h"
@@ -8,7 +10,6 @@
 #include "plant_fixture.h"
 #include "plantaccess/ado.h"
 #include "plantaccess/sqlite_plant.h"
-#include "plantaccess/transfer.h"
 
 namespace tb::plantaccess::testing {
 namespace {
@@ -22,8 +23,13 @@ TEST(CopyRules, TextValues) {
     } cases[] = {
         {"", std::nullopt},
         {"plain", "plain"},
-        {"a\r\nb", "a\x03" "b"},
-        {"a\rb\nc", "a\x03" "b\x03" "c"},
+        {"a\r\nb",
+         "a\x03"
+         "b"},
+        {"a\rb\nc",
+         "a\x03"
+         "b\x03"
+         "c"},
         {"\r\n\r\n", "\x03\x03"},
         {"\n\r", "\x03\x03"},
         {"x\ty", "x y"},
@@ -31,7 +37,8 @@ TEST(CopyRules, TextValues) {
     };
     for (const auto& c : cases) {
         EXPECT_EQ(CleanCopiedText(c.in), c.out) << c.in;
-        EXPECT_EQ(NeedsCleaning(c.in), CleanCopiedText(c.in) != std::optional<std::string>(c.in)) << c.in;
+        EXPECT_EQ(NeedsCleaning(c.in), CleanCopiedText(c.in) != std::optional<std::string>(c.in))
+            << c.in;
     }
 }
 
@@ -41,13 +48,13 @@ TEST(CopyRules, ColumnTypes) {
         FieldInfo field;
         std::optional<ColumnType> type;
     } cases[] = {
-        {{"a", ado::kBigInt, 0, 0, 0}, ColumnType::Long()},          // checked against 32 bits
+        {{"a", ado::kBigInt, 0, 0, 0}, ColumnType::Long()},  // checked against 32 bits
         {{"a", ado::kDecimal, 0, 11, 0}, ColumnType::Long()},
-        {{"a", ado::kNumeric, 0, 0, 0}, ColumnType::Double()},       // no precision told
+        {{"a", ado::kNumeric, 0, 0, 0}, ColumnType::Double()},  // no precision told
         {{"a", ado::kCurrency, 0, 0, 0}, ColumnType::Double()},
         {{"a", ado::kBoolean, 0, 0, 0}, ColumnType::Boolean()},
         {{"a", ado::kChar, 255, 0, 0}, ColumnType::Text(255)},
-        {{"a", ado::kVarChar, 256, 0, 0}, ColumnType::Text(255)},    // Memo once a value is longer
+        {{"a", ado::kVarChar, 256, 0, 0}, ColumnType::Text(255)},  // Memo once a value is longer
         {{"a", ado::kLongVarWChar, 100, 0, 0}, ColumnType::Text(255)},
         {{"a", ado::kGUID, 36, 0, 0}, ColumnType::Text(36)},
         {{"a", ado::kEmpty, 0, 0, 0}, std::nullopt},
@@ -56,37 +63,44 @@ TEST(CopyRules, ColumnTypes) {
 }
 
 class TransferTest : public PlantAccessTest {
-protected:
+  protected:
     void SetUp() override {
         PlantAccessTest::SetUp();
         plantFolder = dir.path() / "plant";
         std::string longText(300, 'm');
         MakeDb(plantFolder / "PID.db",
-               "CREATE TABLE T_X(SP_ID VARCHAR(32), N INTEGER, Whole NUMERIC(10,0), Amount NUMERIC(10,2), "
+               "CREATE TABLE T_X(SP_ID VARCHAR(32), N INTEGER, Whole NUMERIC(10,0), Amount "
+               "NUMERIC(10,2), "
                "F FLOAT, Short VARCHAR(40), Free TEXT, Note TEXT, Made TIMESTAMP, Raw BLOB);"
-               "INSERT INTO T_X VALUES('A', 1, 7, 1.25, 0.5, 'line1\r\nline2', 'x', '" + longText +
-               "', '2024-05-06 07:08:09', x'0102');"
-               "INSERT INTO T_X VALUES('B', -2147483648, 2147483647, -3, 1e20, '', 'tab\there', NULL, NULL, NULL);"
-               "INSERT INTO T_X VALUES('C', NULL, NULL, NULL, NULL, 'a\rb\nc', NULL, 'short', NULL, x'');"
-               "CREATE TABLE T_BIG(SP_ID VARCHAR(32), N INTEGER);"
-               "INSERT INTO T_BIG VALUES('A', 1), ('B', 3000000000);"
-               "CREATE TABLE T_Y(V VARCHAR(10)); INSERT INTO T_Y VALUES('plant');"
-               "CREATE TABLE T_ODD(N INTEGER); INSERT INTO T_ODD VALUES(1), ('n/a');"
-               "CREATE TABLE T_E(K VARCHAR(10), N INTEGER);"
-               "INSERT INTO T_E VALUES('k1', NULL), ('k2', 2), ('k3', 3);");
+               "INSERT INTO T_X VALUES('A', 1, 7, 1.25, 0.5, 'line1\r\nline2', 'x', '" +
+                   longText +
+                   "', '2024-05-06 07:08:09', x'0102');"
+                   "INSERT INTO T_X VALUES('B', -2147483648, 2147483647, -3, 1e20, '', "
+                   "'tab\there', NULL, NULL, NULL);"
+                   "INSERT INTO T_X VALUES('C', NULL, NULL, NULL, NULL, 'a\rb\nc', NULL, 'short', "
+                   "NULL, x'');"
+                   "CREATE TABLE T_BIG(SP_ID VARCHAR(32), N INTEGER);"
+                   "INSERT INTO T_BIG VALUES('A', 1), ('B', 3000000000);"
+                   "CREATE TABLE T_Y(V VARCHAR(10)); INSERT INTO T_Y VALUES('plant');"
+                   "CREATE TABLE T_ODD(N INTEGER); INSERT INTO T_ODD VALUES(1), ('n/a');"
+                   "CREATE TABLE T_E(K VARCHAR(10), N INTEGER);"
+                   "INSERT INTO T_E VALUES('k1', NULL), ('k2', 2), ('k3', 3);");
         plant = SqlitePlantConnection::Open("plant", plantFolder, "PID");
         storeFile = dir.path() / "work.store";
         st = std::make_shared<store::Store>(store::Store::Create(storeFile));
     }
-    ColumnType TypeOf(std::string_view table, std::string_view column) { return st->TypeOf(table, column); }
+    ColumnType TypeOf(std::string_view table, std::string_view column) {
+        return st->TypeOf(table, column);
+    }
     std::vector<std::string> Column(std::string_view table, std::string_view column) {
         std::vector<std::string> out;
-        for (const store::Row& r : st->QueryRows("SELECT " + std::string(column) + " FROM " + std::string(table) +
-                                                 " ORDER BY rowid"))
+        for (const store::Row& r : st->QueryRows("SELECT " + std::string(column) + " FROM " +
+                                                 std::string(table) + " ORDER BY rowid"))
             out.push_back(r[0].isNull() ? "<null>" : r[0].ToText());
         return out;
     }
-    // Copies with the SQLite path, then with the row path into "<table>_rows", and checks they agree.
+    // Copies with the SQLite path, then with the row path into "<table>_rows", and checks they
+    // agree.
     TransferResult CopyBothWays(std::string_view sql, const std::string& table) {
         const TransferResult a = CopyQueryToStore(*plant, sql, *st, table);
         auto cursor = plant->Query(sql);
@@ -96,7 +110,8 @@ protected:
         for (std::size_t i = 0; i < a.columns.size() && i < b.columns.size(); ++i) {
             EXPECT_EQ(a.columns[i].type, b.columns[i].type) << sql << " " << a.columns[i].name;
             const std::string q = "SELECT quote(" + store::QuoteName(a.columns[i].name) + ") FROM ";
-            EXPECT_EQ(st->QueryRows(q + table + " ORDER BY rowid"), st->QueryRows(q + table + "_rows ORDER BY rowid"))
+            EXPECT_EQ(st->QueryRows(q + table + " ORDER BY rowid"),
+                      st->QueryRows(q + table + "_rows ORDER BY rowid"))
                 << sql << " " << a.columns[i].name;
         }
         return a;
@@ -121,13 +136,19 @@ TEST_F(TransferTest, TypesAndValuesOfPlainColumns) {
         {"Whole", ColumnType::Long(), {"7", "2147483647", "<null>"}},
         {"Amount", ColumnType::Double(), {"1.25", "-3", "<null>"}},
         {"F", ColumnType::Double(), {"0.5", "1E+20", "<null>"}},
-        {"Short", ColumnType::Text(40), {"line1\x03line2", "<null>", "a\x03" "b\x03" "c"}},
+        {"Short",
+         ColumnType::Text(40),
+         {"line1\x03line2", "<null>",
+          "a\x03"
+          "b\x03"
+          "c"}},
         {"Free", ColumnType::Text(255), {"x", "tab here", "<null>"}},
         {"Note", ColumnType::Memo(), {std::string(300, 'm'), "<null>", "short"}},
         {"Made", ColumnType::DateTime(), {"2024-05-06 07:08:09", "<null>", "<null>"}},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(TypeOf("T_X", c.column), c.type) << c.column << " " << TypeOf("T_X", c.column).Name();
+        EXPECT_EQ(TypeOf("T_X", c.column), c.type)
+            << c.column << " " << TypeOf("T_X", c.column).Name();
         EXPECT_EQ(Column("T_X", c.column), c.values) << c.column;
     }
     EXPECT_EQ(TypeOf("T_X", "Raw"), ColumnType::OLE());
@@ -152,7 +173,8 @@ TEST_F(TransferTest, WholeNumbersBeyond32BitsFailNamingTableColumnAndValue) {
             FAIL() << "no error";
         } catch (const Error& e) {
             EXPECT_EQ(e.number(), kErrOverflow);
-            EXPECT_NE(e.description().find("Column 'N' of table 'T_BIG'"), std::string::npos) << e.description();
+            EXPECT_NE(e.description().find("Column 'N' of table 'T_BIG'"), std::string::npos)
+                << e.description();
             EXPECT_NE(e.description().find("3000000000"), std::string::npos) << e.description();
         }
         EXPECT_FALSE(st->TableExists("T_BIG"));  // no half table is left
@@ -161,7 +183,8 @@ TEST_F(TransferTest, WholeNumbersBeyond32BitsFailNamingTableColumnAndValue) {
 
 TEST_F(TransferTest, ExpressionsTakeTheirTypesFromTheirValues) {
     CopyBothWays(
-        "SELECT CONCAT(K, '_x') AS G, N * 2 AS D, NULL AS Z, CASE WHEN K = 'k1' THEN 1 ELSE 1.5 END AS Mixed, "
+        "SELECT CONCAT(K, '_x') AS G, N * 2 AS D, NULL AS Z, CASE WHEN K = 'k1' THEN 1 ELSE 1.5 "
+        "END AS Mixed, "
         "N AS Late FROM (SELECT K, N FROM T_E ORDER BY K)",
         "T_EXPR");
     EXPECT_EQ(TypeOf("T_EXPR", "G"), ColumnType::Text(255));
@@ -190,7 +213,8 @@ TEST_F(TransferTest, PlantStatementsNeverReadStoreTables) {
     st->CreateTable("T_ONLY", {{"V", ColumnType::Text(10)}});
     CopyQueryToStore(*plant, "SELECT V FROM T_Y", *st, "T_Y_COPY");
     EXPECT_EQ(Column("T_Y_COPY", "V"), (std::vector<std::string>{"plant"}));
-    for (const char* sql : {"SELECT V FROM T_ONLY", "SELECT count(*) AS n FROM T_ONLY", "SELECT V FROM store.T_Y"}) {
+    for (const char* sql :
+         {"SELECT V FROM T_ONLY", "SELECT count(*) AS n FROM T_ONLY", "SELECT V FROM store.T_Y"}) {
         EXPECT_THROW(CopyQueryToStore(*plant, sql, *st, "T_BAD"), Error) << sql;
         EXPECT_FALSE(st->TableExists("T_BAD")) << sql;
     }
@@ -204,7 +228,8 @@ TEST_F(TransferTest, PlantStatementsNeverReadStoreTables) {
 
 TEST_F(TransferTest, ACancelStopsBothPathsAndLeavesNoTable) {
     const std::string sql =
-        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200000) SELECT i AS N FROM n";
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200000) SELECT i "
+        "AS N FROM n";
     auto rowPath = [&] {
         auto cursor = plant->Query(sql);
         CopyCursorToStore(*cursor, *st, "T_N");
@@ -216,7 +241,8 @@ TEST_F(TransferTest, ACancelStopsBothPathsAndLeavesNoTable) {
     };
     {
         Cancel cancel;
-        for (const auto& copy : {std::function<void()>(rowPath), std::function<void()>(sqlitePath)}) {
+        for (const auto& copy :
+             {std::function<void()>(rowPath), std::function<void()>(sqlitePath)}) {
             try {
                 copy();
                 ADD_FAILURE() << "no error";
@@ -246,8 +272,8 @@ TEST_F(TransferTest, StoresInMemoryAndRecordsets) {
 TEST_F(TransferTest, OdbcPathAgreesWithTheSqlitePath) {
     const std::string driver = SqliteOdbcDriver();
     if (driver.empty()) GTEST_SKIP() << "libsqliteodbc is not installed";
-    ConnectionPtr odbc = OpenConnection("ODBC;DRIVER=" + driver + ";Database=" + (plantFolder / "PID.db").string() +
-                                        ";NoCreat=1");
+    ConnectionPtr odbc = OpenConnection(
+        "ODBC;DRIVER=" + driver + ";Database=" + (plantFolder / "PID.db").string() + ";NoCreat=1");
     const std::string sql = "SELECT SP_ID, N, Amount, F, Short, Free, Note, Made FROM T_X";
     CopyQueryToStore(*plant, sql, *st, "VIA_SQLITE");
     const TransferResult r = CopyQueryToStore(*odbc, sql, *st, "VIA_ODBC");

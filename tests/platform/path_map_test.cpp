@@ -1,7 +1,8 @@
 // Windows paths of plant data as local paths.
+#include "platform/path_map.h"
+
 #include <gtest/gtest.h>
 
-#include "platform/path_map.h"
 #include "support/test_support.h"
 
 namespace tb::platform {

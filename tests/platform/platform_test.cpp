@@ -1,8 +1,9 @@
+#include "platform/platform.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
-#include "platform/platform.h"
 #include "support/test_support.h"
 
 namespace tb::platform {
@@ -14,7 +15,7 @@ using test::WriteFile;
 
 // Sets environment variables for one test and puts the old values back.
 class ScopedEnv {
-public:
+  public:
     void Set(const char* name, const char* value) {
         if (!saved_.count(name)) {
             const char* old = std::getenv(name);
@@ -30,7 +31,7 @@ public:
             value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
     }
 
-private:
+  private:
     std::map<std::string, std::optional<std::string>> saved_;
 };
 

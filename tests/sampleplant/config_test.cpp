@@ -16,24 +16,29 @@
 namespace tb::sampleplant::test {
 namespace {
 
-const std::vector<std::string> kCategories = {"Drawings",   "DuctRuns",    "InlineComp_Prun",
-                                              "Eqp_Nozzle", "Plantitems",  "Instruments",
+const std::vector<std::string> kCategories = {"Drawings",   "DuctRuns",   "InlineComp_Prun",
+                                              "Eqp_Nozzle", "Plantitems", "Instruments",
                                               "ItemNotes",  "OPCs"};
 
 // Source tables of each category (the catalogue's list), lower case.
 const std::map<std::string, std::set<std::string>> kTables = {
     {"Drawings", {"t_drawing", "t_plantgroup", "t_revision"}},
-    {"DuctRuns", {"t_ductrun", "t_ductingcomp", "t_inlinecomp", "t_modelitem", "t_plantgroup", "t_status", "t_plantitem"}},
-    {"InlineComp_Prun", {"t_piperun", "t_pipingcomp", "t_inlinecomp", "t_instrument", "t_modelitem", "t_plantgroup",
-                         "t_status", "t_pipingpoint", "t_plantitem", "t_instrfunction", "t_instrfailmode",
-                         "t_caseprocess", "t_casecontrol", "t_case"}},
-    {"Eqp_Nozzle", {"t_nozzle", "t_equipment", "t_vessel", "t_mechanical", "t_exchanger", "t_equipmentother",
-                    "t_equipcomponent", "t_modelitem", "t_plantgroup", "t_status", "t_plantitem", "t_caseprocess",
-                    "t_casecontrol", "t_case"}},
+    {"DuctRuns",
+     {"t_ductrun", "t_ductingcomp", "t_inlinecomp", "t_modelitem", "t_plantgroup", "t_status",
+      "t_plantitem"}},
+    {"InlineComp_Prun",
+     {"t_piperun", "t_pipingcomp", "t_inlinecomp", "t_instrument", "t_modelitem", "t_plantgroup",
+      "t_status", "t_pipingpoint", "t_plantitem", "t_instrfunction", "t_instrfailmode",
+      "t_caseprocess", "t_casecontrol", "t_case"}},
+    {"Eqp_Nozzle",
+     {"t_nozzle", "t_equipment", "t_vessel", "t_mechanical", "t_exchanger", "t_equipmentother",
+      "t_equipcomponent", "t_modelitem", "t_plantgroup", "t_status", "t_plantitem", "t_caseprocess",
+      "t_casecontrol", "t_case"}},
     {"Plantitems", {"t_modelitem", "t_plantgroup", "t_status", "t_symbol", "t_plantitem"}},
-    {"Instruments", {"t_instrument", "t_modelitem", "t_instrloop", "t_plantgroup", "t_status", "t_pipingpoint",
-                     "t_plantitem", "t_inlinecomp", "t_instrfunction", "t_instrfailmode", "t_caseprocess",
-                     "t_casecontrol", "t_case"}},
+    {"Instruments",
+     {"t_instrument", "t_modelitem", "t_instrloop", "t_plantgroup", "t_status", "t_pipingpoint",
+      "t_plantitem", "t_inlinecomp", "t_instrfunction", "t_instrfailmode", "t_caseprocess",
+      "t_casecontrol", "t_case"}},
     {"ItemNotes", {"t_note", "t_modelitem", "t_symbol", "t_status"}},
     {"OPCs", {"t_opc", "t_modelitem", "t_piperun", "t_symbol", "t_plantitem"}},
 };
@@ -49,9 +54,10 @@ const std::map<std::string, std::set<std::string>> kComputed = {
     {"t_revision", {"versionassociated"}},
 };
 
-const std::set<std::string> kOthers = {"FirstRevision", "Last-2Revision", "Last-1Revision", "LastRevision",
-                                       "Quantity", "NotConnectedRuns", "NumberOfLabels", "MultiRep",
-                                       "FileName", "LoopDrawingName", "INSTOCKPILE", "SP_MODELITEMTIMESTAMP"};
+const std::set<std::string> kOthers = {
+    "FirstRevision", "Last-2Revision",   "Last-1Revision", "LastRevision",
+    "Quantity",      "NotConnectedRuns", "NumberOfLabels", "MultiRep",
+    "FileName",      "LoopDrawingName",  "INSTOCKPILE",    "SP_MODELITEMTIMESTAMP"};
 
 std::set<std::string> PlantColumns(Db& db, const std::string& table) {
     std::set<std::string> columns;
@@ -66,8 +72,8 @@ std::string ActualTable(Db& db, const std::string& lower) {
 }
 
 std::string StripOwner(std::string key) {
-    for (const char* suffix : {"_nozzle", "_equipment", "_piperun", "_ductrun", "_inlinecomp", "_instrument",
-                               "_instrloop"}) {
+    for (const char* suffix : {"_nozzle", "_equipment", "_piperun", "_ductrun", "_inlinecomp",
+                               "_instrument", "_instrloop"}) {
         if (IEndsWith(key, suffix)) return key.substr(0, key.size() - std::string(suffix).size());
     }
     return key;
@@ -81,7 +87,8 @@ std::string Check(Db& db, const std::string& category, const std::string& key) {
     std::string column = key.substr(dot + 1);
     if (table == "others") {
         if (kOthers.count(column)) return "";
-        if (column.rfind("Drawing_", 0) == 0 && PlantColumns(db, "T_Drawing").count(ToLowerAscii(column.substr(8)))) {
+        if (column.rfind("Drawing_", 0) == 0 &&
+            PlantColumns(db, "T_Drawing").count(ToLowerAscii(column.substr(8)))) {
             return "";
         }
         return "unknown Others attribute";
@@ -92,11 +99,15 @@ std::string Check(Db& db, const std::string& category, const std::string& key) {
         if (parts.size() != 3) return "not <case>_<quality>_<column>";
         const std::set<std::string> qualities = {"Min", "Max", "Norm", "Base"};
         if (!qualities.count(parts[1])) return "unknown quality";
-        if ((table == "t_casecontrol") != (parts[0] == "ControlCase")) return "case in the wrong table";
-        return PlantColumns(db, ActualTable(db, table)).count(ToLowerAscii(parts[2])) ? "" : "no such case column";
+        if ((table == "t_casecontrol") != (parts[0] == "ControlCase"))
+            return "case in the wrong table";
+        return PlantColumns(db, ActualTable(db, table)).count(ToLowerAscii(parts[2]))
+                   ? ""
+                   : "no such case column";
     }
     if (table == "t_pipingpoint") {
-        if (column.size() < 4 || column[0] != '_' || column[1] < '1' || column[1] > '4' || column[2] != '_') {
+        if (column.size() < 4 || column[0] != '_' || column[1] < '1' || column[1] > '4' ||
+            column[2] != '_') {
             return "not _<n>_<column>";
         }
         column = column.substr(3);
@@ -139,9 +150,8 @@ TEST(DefaultConfiguration, NozzleKeysBringTheNozzleId) {
     // As the attribute dialog saves it: T_Nozzle.SP_ID right after the first nozzle key.
     const IniDocument ini = IniDocument::Load(tb::test::SourceDir() / "config/default");
     const auto keys = ini.Keys("PlantA_Eqp_Nozzle");
-    const auto first = std::find_if(keys.begin(), keys.end(), [](const std::string& k) {
-        return IEndsWith(k, "_nozzle");
-    });
+    const auto first = std::find_if(keys.begin(), keys.end(),
+                                    [](const std::string& k) { return IEndsWith(k, "_nozzle"); });
     ASSERT_NE(first, keys.end());
     ASSERT_NE(first + 1, keys.end());
     EXPECT_EQ(*(first + 1), "T_Nozzle.SP_ID");

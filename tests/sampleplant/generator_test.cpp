@@ -53,7 +53,8 @@ TEST(Generator, SameArgumentsGiveIdenticalFiles) {
         ASSERT_EQ(first.size(), second.size()) << drawings;
         for (const auto& [name, bytes] : first) {
             ASSERT_TRUE(second.count(name)) << name;
-            EXPECT_TRUE(second.at(name) == bytes) << name << " differs for " << drawings << " drawings";
+            EXPECT_TRUE(second.at(name) == bytes)
+                << name << " differs for " << drawings << " drawings";
         }
         EXPECT_FALSE(first.count("PLANTAPID.db.tmp"));
     }
@@ -64,7 +65,8 @@ TEST(Generator, AnotherSeedGivesAnotherPlantOfTheSameShowcase) {
     TempDir b;
     const Result one = Generate(a.path(), kShowcaseDrawings, 1);
     const Result two = Generate(b.path(), kShowcaseDrawings, 2);
-    EXPECT_EQ(CountRows(a / "PLANTAPID.db").at("T_PipeRun"), CountRows(b / "PLANTAPID.db").at("T_PipeRun"));
+    EXPECT_EQ(CountRows(a / "PLANTAPID.db").at("T_PipeRun"),
+              CountRows(b / "PLANTAPID.db").at("T_PipeRun"));
     EXPECT_NE(ReadFile(a / "PLANTAPID.db"), ReadFile(b / "PLANTAPID.db"));
 }
 
@@ -75,7 +77,8 @@ TEST(Generator, RefusesAFolderThatHoldsSomethingElse) {
         Generate(dir.path(), kShowcaseDrawings);
         FAIL() << "a foreign folder was written";
     } catch (const Error& e) {
-        EXPECT_THAT(e.description(), ::testing::HasSubstr("is not empty and holds no sample plant"));
+        EXPECT_THAT(e.description(),
+                    ::testing::HasSubstr("is not empty and holds no sample plant"));
     }
     EXPECT_EQ(ReadFile(dir / "notes.txt"), "mine");
     EXPECT_FALSE(fs::exists(dir / "PLANTAPID.db"));
@@ -180,12 +183,14 @@ TEST(ZipStorage, FirstEntryInflatesToTheDrawingXml) {
     ASSERT_GT(zip.size(), 30u);
     auto u16 = [&](std::size_t at) { return zip[at] | (zip[at + 1] << 8); };
     auto u32 = [&](std::size_t at) {
-        return static_cast<std::uint32_t>(u16(at)) | (static_cast<std::uint32_t>(u16(at + 2)) << 16);
+        return static_cast<std::uint32_t>(u16(at)) |
+               (static_cast<std::uint32_t>(u16(at + 2)) << 16);
     };
     EXPECT_EQ(u32(0), 0x04034B50u);
     EXPECT_EQ(u16(8), 8);  // deflated
     const std::size_t nameLen = u16(26);
-    EXPECT_EQ(std::string(zip.begin() + 30, zip.begin() + 30 + static_cast<long>(nameLen)), "Drawing.xml");
+    EXPECT_EQ(std::string(zip.begin() + 30, zip.begin() + 30 + static_cast<long>(nameLen)),
+              "Drawing.xml");
     const std::uint32_t packed = u32(18);
     std::string out(u32(22), '\0');
     z_stream zs{};
@@ -197,7 +202,8 @@ TEST(ZipStorage, FirstEntryInflatesToTheDrawingXml) {
     EXPECT_EQ(inflate(&zs, Z_FINISH), Z_STREAM_END);
     inflateEnd(&zs);
     EXPECT_EQ(out, xml);
-    EXPECT_EQ(u32(14), crc32(0L, reinterpret_cast<const Bytef*>(xml.data()), static_cast<uInt>(xml.size())));
+    EXPECT_EQ(u32(14),
+              crc32(0L, reinterpret_cast<const Bytef*>(xml.data()), static_cast<uInt>(xml.size())));
     // The archive ends with the end-of-central-directory record naming two entries.
     EXPECT_EQ(u32(zip.size() - 22), 0x06054B50u);
     EXPECT_EQ(u16(zip.size() - 12), 2);
@@ -207,8 +213,12 @@ TEST(ZipStorage, FirstEntryInflatesToTheDrawingXml) {
 // The row writer refuses what a real plant never holds.
 TEST(FileWriter, RejectsValuesAPlantCannotHold) {
     TempDir dir;
-    TableDef table{"T_Thing", {{"SP_ID", Ty::Id, 32, {}}, {"Name", Ty::Text, 5, {}},
-                               {"ItemStatus", Ty::Code, 0, "ItemStatus"}, {"At", Ty::Date, 0, {}}}, ""};
+    TableDef table{"T_Thing",
+                   {{"SP_ID", Ty::Id, 32, {}},
+                    {"Name", Ty::Text, 5, {}},
+                    {"ItemStatus", Ty::Code, 0, "ItemStatus"},
+                    {"At", Ty::Date, 0, {}}},
+                   ""};
     FileWriter writer(dir / "t.db", {table});
     const std::string good = "0123456789ABCDEF0123456789ABCDEF";
     struct Bad {
@@ -216,10 +226,12 @@ TEST(FileWriter, RejectsValuesAPlantCannotHold) {
         std::function<void()> write;
     };
     const Bad bad[] = {
-        {"lower-case id", [&] { writer.Row("T_Thing")("SP_ID", "0123456789abcdef0123456789abcdef").Add(); }},
+        {"lower-case id",
+         [&] { writer.Row("T_Thing")("SP_ID", "0123456789abcdef0123456789abcdef").Add(); }},
         {"short id", [&] { writer.Row("T_Thing")("SP_ID", "ABC").Add(); }},
         {"text too long", [&] { writer.Row("T_Thing")("SP_ID", good)("Name", "abcdef").Add(); }},
-        {"code outside its list", [&] { writer.Row("T_Thing")("SP_ID", good)("ItemStatus", 9).Add(); }},
+        {"code outside its list",
+         [&] { writer.Row("T_Thing")("SP_ID", good)("ItemStatus", 9).Add(); }},
         {"malformed date", [&] { writer.Row("T_Thing")("SP_ID", good)("At", "2021-01-04").Add(); }},
         {"unknown column", [&] { writer.Row("T_Thing")("Colour", "red").Add(); }},
         {"number into text", [&] { writer.Row("T_Thing")("Name", 3).Add(); }},
@@ -227,8 +239,9 @@ TEST(FileWriter, RejectsValuesAPlantCannotHold) {
     };
     for (const auto& b : bad) EXPECT_THROW(b.write(), Error) << b.what;
     // Five characters of two bytes each fit a width of 5; '' is stored as Null.
-    writer.Row("T_Thing")("SP_ID", good)("Name", "\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4")("ItemStatus", 4)(
-        "At", "2021-01-04 10:00:00")
+    writer
+        .Row("T_Thing")("SP_ID", good)("Name", "\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4")(
+            "ItemStatus", 4)("At", "2021-01-04 10:00:00")
         .Add();
     writer.Row("T_Thing")("SP_ID", "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF")("Name", "").Add();
     writer.Finish();
@@ -249,9 +262,12 @@ TEST(FileWriter, AFailedFileLeavesNothingBehind) {
 
 TEST(Schema, DisplayNamesAndCodeLookups) {
     const std::pair<const char*, const char*> names[] = {
-        {"NominalDiameter", "Nominal Diameter"}, {"OPCTag", "OPC Tag"},
-        {"SP_PressureSI", "Pressure SI"},        {"Dir_Path", "Dir Path"},
-        {"ItemTag", "Item Tag"},                 {"TestSystem", "Test System"},
+        {"NominalDiameter", "Nominal Diameter"},
+        {"OPCTag", "OPC Tag"},
+        {"SP_PressureSI", "Pressure SI"},
+        {"Dir_Path", "Dir Path"},
+        {"ItemTag", "Item Tag"},
+        {"TestSystem", "Test System"},
     };
     for (const auto& [column, display] : names) EXPECT_EQ(DisplayName(column), display) << column;
     EXPECT_EQ(CodeOf("NominalDiameter", "2\""), 5064);

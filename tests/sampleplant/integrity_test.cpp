@@ -16,9 +16,13 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-const GeneratedPlant& Tiny() { return TinyPlant(); }
+const GeneratedPlant& Tiny() {
+    return TinyPlant();
+}
 
-const GeneratedPlant& Default() { return DefaultPlant(); }
+const GeneratedPlant& Default() {
+    return DefaultPlant();
+}
 
 struct PlantCase {
     const char* name;
@@ -28,7 +32,7 @@ struct PlantCase {
 };
 
 class PlantData : public ::testing::TestWithParam<PlantCase> {
-protected:
+  protected:
     Db Open() const { return Db(GetParam().plant().File(GetParam().dataUser), true); }
 };
 
@@ -52,26 +56,30 @@ TEST_P(PlantData, ConnectorEndsLieOnTheConnectorsDrawing) {
     // symbol on PID-11-01.
     EXPECT_EQ(problems.size(), GetParam().showcase ? 1u : 0u) << ::testing::PrintToString(problems);
     if (GetParam().showcase) {
-        EXPECT_EQ(Scalar(db, "SELECT count(*) FROM T_Connector c JOIN T_Representation r ON "
-                             "r.SP_ID = c.SP_ID JOIN T_Drawing d ON d.SP_ID = r.SP_DrawingID "
-                             "JOIN T_Representation e ON e.SP_ID = c.SP_ConnectItem2ID "
-                             "JOIN T_PlantItem p ON p.SP_ID = e.SP_ModelItemID "
-                             "WHERE d.Name = 'PID-11-02' AND p.ItemTag = 'V-1101'"),
+        EXPECT_EQ(Scalar(db,
+                         "SELECT count(*) FROM T_Connector c JOIN T_Representation r ON "
+                         "r.SP_ID = c.SP_ID JOIN T_Drawing d ON d.SP_ID = r.SP_DrawingID "
+                         "JOIN T_Representation e ON e.SP_ID = c.SP_ConnectItem2ID "
+                         "JOIN T_PlantItem p ON p.SP_ID = e.SP_ModelItemID "
+                         "WHERE d.Name = 'PID-11-02' AND p.ItemTag = 'V-1101'"),
                   1);
     }
 }
 
 TEST_P(PlantData, ConnectorsPointAtRepresentationsNotModelItems) {
     Db db = Open();
-    EXPECT_EQ(Scalar(db, "SELECT count(*) FROM T_Connector c WHERE c.SP_ConnectItem1ID IN "
-                         "(SELECT SP_ID FROM T_ModelItem) OR c.SP_ConnectItem2ID IN "
-                         "(SELECT SP_ID FROM T_ModelItem) OR c.SP_ID IN (SELECT SP_ID FROM T_ModelItem)"),
-              0);
+    EXPECT_EQ(
+        Scalar(db,
+               "SELECT count(*) FROM T_Connector c WHERE c.SP_ConnectItem1ID IN "
+               "(SELECT SP_ID FROM T_ModelItem) OR c.SP_ConnectItem2ID IN "
+               "(SELECT SP_ID FROM T_ModelItem) OR c.SP_ID IN (SELECT SP_ID FROM T_ModelItem)"),
+        0);
     // Every connector is the representation of a run (pipe, signal or duct).
-    EXPECT_EQ(Scalar(db, "SELECT count(*) FROM T_Connector c JOIN T_Representation r ON "
-                         "r.SP_ID = c.SP_ID WHERE r.RepresentationType <> 2 OR r.SP_ModelItemID NOT IN "
-                         "(SELECT SP_ID FROM T_PipeRun UNION SELECT SP_ID FROM T_SignalRun "
-                         "UNION SELECT SP_ID FROM T_DuctRun)"),
+    EXPECT_EQ(Scalar(db,
+                     "SELECT count(*) FROM T_Connector c JOIN T_Representation r ON "
+                     "r.SP_ID = c.SP_ID WHERE r.RepresentationType <> 2 OR r.SP_ModelItemID NOT IN "
+                     "(SELECT SP_ID FROM T_PipeRun UNION SELECT SP_ID FROM T_SignalRun "
+                     "UNION SELECT SP_ID FROM T_DuctRun)"),
               0);
 }
 
@@ -103,26 +111,30 @@ TEST_P(PlantData, PipingTopologyIsConsistent) {
     EXPECT_THAT(DanglingPointIndices(db), IsEmpty());
     EXPECT_THAT(InlineItemsOffTheirRun(db), IsEmpty());
     // A nozzle without its equipment id reaches the equipment through SP_PartOfID.
-    EXPECT_EQ(Scalar(db, "SELECT count(*) FROM T_Nozzle n JOIN T_PlantItem p ON p.SP_ID = n.SP_ID "
-                         "WHERE n.SP_EquipmentID IS NULL AND p.SP_PartOfID IS NULL"),
+    EXPECT_EQ(Scalar(db,
+                     "SELECT count(*) FROM T_Nozzle n JOIN T_PlantItem p ON p.SP_ID = n.SP_ID "
+                     "WHERE n.SP_EquipmentID IS NULL AND p.SP_PartOfID IS NULL"),
               0);
     if (GetParam().showcase) {
         EXPECT_GT(Scalar(db, "SELECT count(*) FROM T_Nozzle WHERE SP_EquipmentID IS NULL"), 0);
     }
     // Subtype rows never lack their plant item, plant items never their model item.
-    EXPECT_EQ(Scalar(db, "SELECT count(*) FROM T_PlantItem WHERE SP_ID NOT IN (SELECT SP_ID FROM "
-                         "T_ModelItem)"),
+    EXPECT_EQ(Scalar(db,
+                     "SELECT count(*) FROM T_PlantItem WHERE SP_ID NOT IN (SELECT SP_ID FROM "
+                     "T_ModelItem)"),
               0);
 }
 
 TEST_P(PlantData, PlantGroupsAreTheSameInBothSchemaKinds) {
     const GeneratedPlant& plant = GetParam().plant();
-    const std::string structure = GetParam().dataUser == std::string("PLANTAPID") ? "PLANTA" : "PLANTA_PROJ1";
+    const std::string structure =
+        GetParam().dataUser == std::string("PLANTAPID") ? "PLANTA" : "PLANTA_PROJ1";
     Db db = Open();
     db.Exec("ATTACH DATABASE '" + plant.File(structure).string() + "' AS s");
     for (const char* table : {"T_PlantGroup", "T_Unit", "T_Area", "T_WSSite", "T_DrawingSite"}) {
         const std::string t = table;
-        EXPECT_EQ(Scalar(db, "SELECT count(*) FROM (SELECT * FROM main." + t + " EXCEPT SELECT * FROM s." + t +
+        EXPECT_EQ(Scalar(db, "SELECT count(*) FROM (SELECT * FROM main." + t +
+                                 " EXCEPT SELECT * FROM s." + t +
                                  ") UNION ALL SELECT count(*) FROM (SELECT * FROM s." + t +
                                  " EXCEPT SELECT * FROM main." + t + ")"),
                   0)
@@ -142,8 +154,8 @@ INSTANTIATE_TEST_SUITE_P(Presets, PlantData,
 TEST(PlantFiles, EverySchemaFileOpensInTheSqliteShell) {
     for (const auto& file : fs::directory_iterator(Tiny().dir)) {
         if (file.path().extension() != ".db") continue;
-        const auto run = tb::test::RunProcess("/usr/bin/sqlite3",
-                                              {file.path().string(), "PRAGMA integrity_check;"}, {});
+        const auto run = tb::test::RunProcess(
+            "/usr/bin/sqlite3", {file.path().string(), "PRAGMA integrity_check;"}, {});
         EXPECT_EQ(run.exitCode, 0) << file.path();
         EXPECT_EQ(run.output, "ok\n") << file.path();
     }
@@ -199,7 +211,8 @@ TEST(PlantFiles, DrawingFilesAreWherePathsSay) {
     EXPECT_THAT(MissingDrawingFiles(Default(), nullPaths), ElementsAre("PID-21-01"));
     EXPECT_EQ(nullPaths, 1);
     Db db(Default().File("PLANTAPID"), true);
-    EXPECT_EQ(Scalar(db, "SELECT count(*) FROM T_Drawing WHERE Name = 'PID-21-02' AND Path IS NULL"), 1);
+    EXPECT_EQ(
+        Scalar(db, "SELECT count(*) FROM T_Drawing WHERE Name = 'PID-21-02' AND Path IS NULL"), 1);
 }
 
 TEST(PlantFiles, TwoDrawingFilesShareABaseName) {

@@ -65,8 +65,10 @@ const GeneratedPlant& DefaultPlant() {
     return plant;
 }
 
-std::map<std::pair<std::string, std::string>, std::int64_t> ReadmeCounts(const std::string& column) {
-    const std::string text = tb::test::ReadFile(tb::test::SourceDir() / "tools/sampleplant/README.md");
+std::map<std::pair<std::string, std::string>, std::int64_t> ReadmeCounts(
+    const std::string& column) {
+    const std::string text =
+        tb::test::ReadFile(tb::test::SourceDir() / "tools/sampleplant/README.md");
     const auto begin = text.find("<!-- counts:begin -->");
     const auto end = text.find("<!-- counts:end -->");
     if (begin == std::string::npos || end == std::string::npos) {
@@ -82,7 +84,8 @@ std::map<std::pair<std::string, std::string>, std::int64_t> ReadmeCounts(const s
         if (line.rfind("| ", 0) != 0) continue;
         std::vector<std::string> cells;
         std::size_t start = 2;
-        for (std::size_t bar; (bar = line.find(" |", start)) != std::string::npos; start = bar + 3) {
+        for (std::size_t bar; (bar = line.find(" |", start)) != std::string::npos;
+             start = bar + 3) {
             cells.push_back(line.substr(start, bar - start));
         }
         if (index < 0) {
@@ -98,7 +101,8 @@ std::map<std::pair<std::string, std::string>, std::int64_t> ReadmeCounts(const s
     return counts;
 }
 
-std::map<std::pair<std::string, std::string>, std::int64_t> PlantCounts(const GeneratedPlant& plant) {
+std::map<std::pair<std::string, std::string>, std::int64_t> PlantCounts(
+    const GeneratedPlant& plant) {
     std::map<std::pair<std::string, std::string>, std::int64_t> counts;
     for (const auto& entry : fs::directory_iterator(plant.dir)) {
         if (entry.path().extension() != ".db") continue;
@@ -200,19 +204,21 @@ std::vector<std::string> UnresolvedReferences(Db& db) {
     }
     // Plant groups: the root's parent is '-1', every other parent a group.
     for (const auto& value :
-         Strings(db, "SELECT ParentID FROM T_PlantGroup a WHERE ParentID <> '-1' AND NOT EXISTS "
-                     "(SELECT 1 FROM T_PlantGroup b WHERE b.SP_ID = a.ParentID)")) {
+         Strings(db,
+                 "SELECT ParentID FROM T_PlantGroup a WHERE ParentID <> '-1' AND NOT EXISTS "
+                 "(SELECT 1 FROM T_PlantGroup b WHERE b.SP_ID = a.ParentID)")) {
         problems.push_back("T_PlantGroup.ParentID=" + value);
     }
     return problems;
 }
 
 std::vector<std::string> ForeignConnectorEnds(Db& db) {
-    return Strings(db,
-                   "SELECT c.SP_ID || ' end ' || e.SP_ID FROM T_Connector c "
-                   "JOIN T_Representation rc ON rc.SP_ID = c.SP_ID "
-                   "JOIN T_Representation e ON e.SP_ID IN (c.SP_ConnectItem1ID, c.SP_ConnectItem2ID) "
-                   "WHERE e.SP_DrawingID IS NOT rc.SP_DrawingID ORDER BY 1");
+    return Strings(
+        db,
+        "SELECT c.SP_ID || ' end ' || e.SP_ID FROM T_Connector c "
+        "JOIN T_Representation rc ON rc.SP_ID = c.SP_ID "
+        "JOIN T_Representation e ON e.SP_ID IN (c.SP_ConnectItem1ID, c.SP_ConnectItem2ID) "
+        "WHERE e.SP_DrawingID IS NOT rc.SP_DrawingID ORDER BY 1");
 }
 
 std::vector<std::string> BrokenOpcPairs(Db& db) {
@@ -231,9 +237,10 @@ std::vector<std::string> ValuesOutsideLists(Db& plant, const fs::path& dictionar
     std::vector<std::string> problems;
     std::vector<std::pair<std::string, std::string>> coded;
     {
-        Stmt stmt(plant,
-                  "SELECT TABLENAME, COLUMNNAME, substr(ATTRIBUTE_DATATYPE, 2) FROM dict.ATTRIBUTES "
-                  "WHERE ATTRIBUTE_CODELISTED = 'T' ORDER BY ATTRIBUTE_NUMBER");
+        Stmt stmt(
+            plant,
+            "SELECT TABLENAME, COLUMNNAME, substr(ATTRIBUTE_DATATYPE, 2) FROM dict.ATTRIBUTES "
+            "WHERE ATTRIBUTE_CODELISTED = 'T' ORDER BY ATTRIBUTE_NUMBER");
         while (stmt.Step()) {
             coded.push_back({stmt.Text(0) + "." + stmt.Text(1), stmt.Text(2)});
         }
@@ -242,11 +249,12 @@ std::vector<std::string> ValuesOutsideLists(Db& plant, const fs::path& dictionar
         const auto dot = column.find('.');
         const std::string table = column.substr(0, dot);
         const std::string name = column.substr(dot + 1);
-        for (const auto& value : Strings(
-                 plant, "SELECT DISTINCT " + name + " FROM main." + table + " WHERE " + name +
-                            " IS NOT NULL AND " + name +
-                            " NOT IN (SELECT CODELIST_INDEX FROM dict.CODELISTS WHERE "
-                            "CODELIST_NUMBER = " + list + ")")) {
+        for (const auto& value :
+             Strings(plant, "SELECT DISTINCT " + name + " FROM main." + table + " WHERE " + name +
+                                " IS NOT NULL AND " + name +
+                                " NOT IN (SELECT CODELIST_INDEX FROM dict.CODELISTS WHERE "
+                                "CODELIST_NUMBER = " +
+                                list + ")")) {
             problems.push_back(column + "=" + value);
         }
     }
@@ -259,11 +267,10 @@ std::vector<std::string> MalformedIds(Db& db) {
     for (const auto& table : Tables(db)) {
         for (const auto& column : Columns(db, table)) {
             if (!IsIdColumn(column.name)) continue;
-            for (const auto& value :
-                 Strings(db, "SELECT " + column.name + " FROM " + table + " WHERE " + column.name +
-                                 " IS NOT NULL AND (typeof(" + column.name + ") <> 'text' OR length(" +
-                                 column.name + ") <> 32 OR " + column.name +
-                                 " GLOB '*[^0-9A-F]*')")) {
+            for (const auto& value : Strings(
+                     db, "SELECT " + column.name + " FROM " + table + " WHERE " + column.name +
+                             " IS NOT NULL AND (typeof(" + column.name + ") <> 'text' OR length(" +
+                             column.name + ") <> 32 OR " + column.name + " GLOB '*[^0-9A-F]*')")) {
                 problems.push_back(table + "." + column.name + "=" + value);
             }
         }
@@ -275,7 +282,8 @@ std::vector<std::string> EmptyTexts(Db& db) {
     std::vector<std::string> problems;
     for (const auto& table : Tables(db)) {
         for (const auto& column : Columns(db, table)) {
-            if (Scalar(db, "SELECT count(*) FROM " + table + " WHERE " + column.name + " = ''") > 0) {
+            if (Scalar(db, "SELECT count(*) FROM " + table + " WHERE " + column.name + " = ''") >
+                0) {
                 problems.push_back(table + "." + column.name);
             }
         }
@@ -287,12 +295,13 @@ std::vector<std::string> DanglingPointIndices(Db& db) {
     std::vector<std::string> problems;
     for (const auto& [item, point] : {std::pair{"SP_ConnectItem1ID", "StartObject"},
                                       std::pair{"SP_ConnectItem2ID", "EndObject"}}) {
-        for (const auto& value : Strings(
-                 db, std::string("SELECT c.SP_ID || ' ") + point + "=' || c." + point +
-                         " FROM T_Connector c JOIN T_Representation r ON r.SP_ID = c." + item +
-                         " WHERE c." + point +
-                         " IS NOT NULL AND NOT EXISTS (SELECT 1 FROM T_PipingPoint p WHERE "
-                         "p.SP_PlantItemID = r.SP_ModelItemID AND p.PointIndex = c." + point + ")")) {
+        for (const auto& value :
+             Strings(db, std::string("SELECT c.SP_ID || ' ") + point + "=' || c." + point +
+                             " FROM T_Connector c JOIN T_Representation r ON r.SP_ID = c." + item +
+                             " WHERE c." + point +
+                             " IS NOT NULL AND NOT EXISTS (SELECT 1 FROM T_PipingPoint p WHERE "
+                             "p.SP_PlantItemID = r.SP_ModelItemID AND p.PointIndex = c." +
+                             point + ")")) {
             problems.push_back(value);
         }
     }
@@ -311,10 +320,13 @@ std::vector<std::string> InlineItemsOffTheirRun(Db& db) {
 std::map<std::string, std::int64_t> CountRows(const fs::path& file) {
     Db db(file, true);
     std::map<std::string, std::int64_t> counts;
-    for (const auto& table : Tables(db)) counts[table] = Scalar(db, "SELECT count(*) FROM " + table);
+    for (const auto& table : Tables(db))
+        counts[table] = Scalar(db, "SELECT count(*) FROM " + table);
     return counts;
 }
 
-std::int64_t Scalar(Db& db, const std::string& sql) { return db.QueryInt(sql); }
+std::int64_t Scalar(Db& db, const std::string& sql) {
+    return db.QueryInt(sql);
+}
 
 }  // namespace tb::sampleplant::test

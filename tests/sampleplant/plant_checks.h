@@ -36,7 +36,8 @@ const GeneratedPlant& DefaultPlant();
 // heading begins with `column`.
 std::map<std::pair<std::string, std::string>, std::int64_t> ReadmeCounts(const std::string& column);
 // What a generated plant holds, in the same form.
-std::map<std::pair<std::string, std::string>, std::int64_t> PlantCounts(const GeneratedPlant& plant);
+std::map<std::pair<std::string, std::string>, std::int64_t> PlantCounts(
+    const GeneratedPlant& plant);
 
 // One reference between tables: `column` of `table` holds ids of `target`.`targetColumn`.
 struct Reference {

@@ -1,10 +1,11 @@
+#include "shell/command_line.h"
+
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <regex>
 
 #include "common/text.h"
-#include "shell/command_line.h"
 #include "support/test_support.h"
 
 namespace tb::shell {

@@ -1,12 +1,12 @@
-#include <gtest/gtest.h>
+#include "common/log.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cstdlib>
 #include <functional>
 #include <regex>
 
-#include "common/log.h"
 #include "common/text.h"
 #include "common/write_guard.h"
 #include "shell/log_file.h"
@@ -30,19 +30,20 @@ std::chrono::system_clock::time_point FixedTime() {
     tm.tm_min = 41;
     tm.tm_sec = 7;
     tm.tm_isdst = -1;
-    return std::chrono::system_clock::from_time_t(std::mktime(&tm)) + std::chrono::milliseconds(327);
+    return std::chrono::system_clock::from_time_t(std::mktime(&tm)) +
+           std::chrono::milliseconds(327);
 }
 
 namespace fs = std::filesystem;
 
 unsigned Mode(const fs::path& p) {
-    struct stat st{};
+    struct stat st {};
     ::lstat(p.c_str(), &st);
     return st.st_mode & 07777;
 }
 
 class LogTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         SetLogClock(FixedTime);
         CurrentRun().consoleEnabled = false;
@@ -56,7 +57,10 @@ protected:
     void TearDown() override {
         SetLogFileName({});
         ClearRunPaths();
-        if (savedTemp) setenv("TEMP", savedTemp->c_str(), 1); else unsetenv("TEMP");
+        if (savedTemp)
+            setenv("TEMP", savedTemp->c_str(), 1);
+        else
+            unsetenv("TEMP");
     }
     // The default log name at the fixed time, with the stem "stem".
     fs::path DefaultName(const std::string& suffix = "") const {
@@ -133,7 +137,8 @@ TEST_F(LogTest, TakenDefaultNameIsNeverOpened) {
     } cases[] = {
         {"link to a file elsewhere",
          [](const fs::path& at, const fs::path& victim) { fs::create_symlink(victim, at); }},
-        {"dangling link", [](const fs::path& at, const fs::path&) { fs::create_symlink("/nowhere/x", at); }},
+        {"dangling link",
+         [](const fs::path& at, const fs::path&) { fs::create_symlink("/nowhere/x", at); }},
         {"log of another run in the same second",
          [](const fs::path& at, const fs::path& victim) { fs::copy_file(victim, at); }},
     };
@@ -276,7 +281,8 @@ TEST(LogBanner, CentringAndEnvironmentLines) {
         std::string expected;
     } cases[] = {
         {"A=b=c", "A" + std::string(23, ' ') + "b" + std::string(23, ' ') + "c"},
-        {"ABCDEFGHIJKLMNOPQRSTUVWXYZ1234=v", "ABCDEFGHIJKLMNOPQRSTUVWXYZ1234" + std::string(6, ' ') + "v"},
+        {"ABCDEFGHIJKLMNOPQRSTUVWXYZ1234=v",
+         "ABCDEFGHIJKLMNOPQRSTUVWXYZ1234" + std::string(6, ' ') + "v"},
         {"DB_PASSWORD=hunter2", "DB_PASSWORD" + std::string(13, ' ') + "****"},
         {"my_pwd=x=y", "my_pwd" + std::string(18, ' ') + "****"},
         {"DB_PWD=s", "DB_PWD" + std::string(18, ' ') + "****"},
@@ -381,10 +387,9 @@ TEST_F(LogTest, FileContentBetweenStarLines) {
     test::WriteFile(dir / "plant.ini", "[General]\nAllLoops=0\r\n");
     LogFileContent(dir / "plant.ini");
     const std::string name = (dir / "plant.ini").string();
-    EXPECT_EQ(ReadFile(dir / "run.log"), CentredStarLine("Begin of '" + name + "' file") +
-                                             "\r\n[General]\r\nAllLoops=0\r\n" +
-                                             CentredStarLine("End of '" + name + "' file") +
-                                             "\r\n\r\n");
+    EXPECT_EQ(ReadFile(dir / "run.log"),
+              CentredStarLine("Begin of '" + name + "' file") + "\r\n[General]\r\nAllLoops=0\r\n" +
+                  CentredStarLine("End of '" + name + "' file") + "\r\n\r\n");
 }
 
 TEST_F(LogTest, StatusLinesAndTheCommonSink) {

@@ -1,3 +1,5 @@
+#include "shell/settings.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -8,7 +10,6 @@
 #include "shell/log_file.h"
 #include "shell/manager_ini.h"
 #include "shell/passwords.h"
-#include "shell/settings.h"
 #include "support/test_support.h"
 
 namespace tb::shell {
@@ -21,7 +22,7 @@ using test::WriteFile;
 
 // Each test gets its own HOME, XDG_CONFIG_HOME and TEMP.
 class SettingsTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         for (const char* name : {"HOME", "XDG_CONFIG_HOME", "TEMP", "TMPDIR"})
             if (const char* v = std::getenv(name)) saved_.emplace_back(name, v);
@@ -47,7 +48,8 @@ protected:
 TEST_F(SettingsTest, UserConfigFileAndItsRegistryValue) {
     EXPECT_EQ(GetUserConfigFile(), AppData() / "config.ini");
     EXPECT_TRUE(fs::is_directory(AppData()));
-    EXPECT_EQ(platform::RegistryRead(kRegistryKey, "ConfigFile"), (AppData() / "config.ini").string());
+    EXPECT_EQ(platform::RegistryRead(kRegistryKey, "ConfigFile"),
+              (AppData() / "config.ini").string());
     EXPECT_EQ(GetGeneralFile(), AppData() / "General.ini");
 
     // A registered file that can be created is used.
@@ -61,7 +63,8 @@ TEST_F(SettingsTest, UserConfigFileAndItsRegistryValue) {
     ResetSettingsForTests();
     platform::RegistryWrite(kRegistryKey, "ConfigFile", (dir / "no" / "such" / "c.ini").string());
     EXPECT_EQ(GetUserConfigFile(), AppData() / "config.ini");
-    EXPECT_EQ(platform::RegistryRead(kRegistryKey, "ConfigFile"), (AppData() / "config.ini").string());
+    EXPECT_EQ(platform::RegistryRead(kRegistryKey, "ConfigFile"),
+              (AppData() / "config.ini").string());
 
     // An explicit path wins.
     SetUserConfigFile(dir / "explicit.ini");
@@ -119,8 +122,8 @@ TEST_F(SettingsTest, CentralFolderImport) {
          "Folder '" + central.string() + "' for central ini files does not exist"},
         {"missing central file", [&] { fs::create_directories(central); }, false,
          "Central ini file '" + (central / "P1.ini").string() + "' does not exist"},
-        {"read creates the local file", [&] { WriteFile(central / "P1.ini", "[A]\r\nk=central\r\n"); },
-         false, ""},
+        {"read creates the local file",
+         [&] { WriteFile(central / "P1.ini", "[A]\r\nk=central\r\n"); }, false, ""},
         {"write without the flag", [&] { WriteFile(AppData() / "P1.ini", "[A]\r\nk=local\r\n"); },
          true, ""},
         {"write copies", [&] { IniWrite(user, "Central", std::string("Write"), std::string("1")); },
@@ -177,7 +180,8 @@ TEST_F(SettingsTest, StoredPasswords) {
 
 TEST_F(SettingsTest, ManagerIniBackupAndRestore) {
     const fs::path ini = dir / "home" / "SmartplantManager.INI";
-    const std::string original = "[SmartPlant Manager]\r\nSiteServer=/old/site.ini\r\nActivePlant=Old\r\n";
+    const std::string original =
+        "[SmartPlant Manager]\r\nSiteServer=/old/site.ini\r\nActivePlant=Old\r\n";
     WriteFile(dir / "site.ini", "[SITESCHEMA]\r\n");
     const std::string site = (dir / "site.ini").string();
 

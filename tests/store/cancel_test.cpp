@@ -45,7 +45,8 @@ TEST(StoreCancel, EveryWayOfRunningAStatementStopsAsTheCancelError) {
     CancelFlag cancel;
     EXPECT_EQ(Outcome([&] { s.QueryValue(kLong); }), kCancelled);
     EXPECT_EQ(Outcome([&] { s.Execute(kLong); }), kCancelled);
-    EXPECT_EQ(Outcome([&] { s.ExecuteCount(std::string("CREATE TABLE t AS ") + kLong); }), kCancelled);
+    EXPECT_EQ(Outcome([&] { s.ExecuteCount(std::string("CREATE TABLE t AS ") + kLong); }),
+              kCancelled);
     EXPECT_EQ(Outcome([&] {
                   Statement st = s.Prepare(kLong);
                   st.Step();
@@ -68,11 +69,14 @@ TEST(StoreCancel, TheStoreStaysUsableAndTheTransactionIsUndone) {
                   }),
                   kCancelled);
     }
-    EXPECT_EQ(s.QueryValue("SELECT group_concat(N) FROM (SELECT N FROM Items ORDER BY N)"), Value("1,2"));
+    EXPECT_EQ(s.QueryValue("SELECT group_concat(N) FROM (SELECT N FROM Items ORDER BY N)"),
+              Value("1,2"));
     // Without the cancel the same kind of statement runs to its end.
-    EXPECT_EQ(s.QueryValue("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100000) "
-                           "SELECT count(*) FROM n"),
-              Value(100000));
+    EXPECT_EQ(
+        s.QueryValue(
+            "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100000) "
+            "SELECT count(*) FROM n"),
+        Value(100000));
     Transaction tx(s.handle());
     s.Execute("INSERT INTO Items VALUES (3)");
     tx.Commit();
@@ -81,7 +85,8 @@ TEST(StoreCancel, TheStoreStaysUsableAndTheTransactionIsUndone) {
 
 TEST(StoreCancel, AnInterruptionThatIsNoCancelStaysADatabaseError) {
     Connection db(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    sqlite3_progress_handler(db.get(), 1000, [](void*) { return 1; }, nullptr);
+    sqlite3_progress_handler(
+        db.get(), 1000, [](void*) { return 1; }, nullptr);
     const auto [number, description] = Outcome([&] { QueryValue(db.get(), kLong); });
     EXPECT_EQ(number, kErrDatabase);
     EXPECT_NE(description.find("interrupt"), std::string::npos) << description;

@@ -136,9 +136,8 @@ TEST(AlterColumnTypes, SeveralColumnsInOneGo) {
                         {"d", ColumnType::Text(10)}});
     s.IndexColumn("a", "t");
     Fill(s, "t", "(3, 1.5, 'x', '12'), (NULL, 3.0, 'yy', NULL)");
-    s.AlterColumnTypes("t", {{"a", ColumnType::Text(255)},
-                             {"b", ColumnType::Text(1)},
-                             {"d", ColumnType::Long()}});
+    s.AlterColumnTypes(
+        "t", {{"a", ColumnType::Text(255)}, {"b", ColumnType::Text(1)}, {"d", ColumnType::Long()}});
     // Numbers become text as Access shows them ("3" for a REAL 3.0), a width too small widens,
     // numeric text becomes a number; the untouched column and the index stay.
     EXPECT_EQ(Types(s, "t"), "a:Text(255),b:Text(3),c:Text(3),d:Long");
@@ -156,8 +155,10 @@ TEST(AlterColumnTypes, SeveralColumnsInOneGo) {
 
 TEST(FitTypesToData, OnlyTheNamedColumns) {
     Store s = Store::InMemory();
-    s.CreateTable("t", {{"n", ColumnType::Long()}, {"m", ColumnType::Long()},
-                        {"s", ColumnType::Text(2)}, {"u", ColumnType::Text(2)}});
+    s.CreateTable("t", {{"n", ColumnType::Long()},
+                        {"m", ColumnType::Long()},
+                        {"s", ColumnType::Text(2)},
+                        {"u", ColumnType::Text(2)}});
     Fill(s, "t", "(1, 1, 'a', 'a')");
     s.Execute("UPDATE t SET n = 'Open', m = 'Shut', s = 'abc', u = 'abcd'");
     EXPECT_TRUE(s.FitTypesToData("t", {"N", "s"}));
@@ -344,11 +345,16 @@ TEST(UpdateFromJoin, LastRowOfATwoTableJoin) {
 // later copy of the table trusts the catalogue.
 TEST(UpdateFromJoin, SetColumnsFitTheirNewValues) {
     Store s = Store::InMemory();
-    s.CreateTable("target", {{"k", ColumnType::Text(5)}, {"v", ColumnType::Text(3)}, {"n", ColumnType::Long()}});
-    s.CreateTable("src", {{"k", ColumnType::Text(5)}, {"v", ColumnType::Text(40)}, {"n", ColumnType::Text(10)}});
+    s.CreateTable(
+        "target",
+        {{"k", ColumnType::Text(5)}, {"v", ColumnType::Text(3)}, {"n", ColumnType::Long()}});
+    s.CreateTable(
+        "src",
+        {{"k", ColumnType::Text(5)}, {"v", ColumnType::Text(40)}, {"n", ColumnType::Text(10)}});
     Fill(s, "target", "('x', 'abc', 1)");
     Fill(s, "src", "('x', 'a longer value', 'n/a')");
-    JoinUpdate u{"target", "t", "src", "t.k = src.k", {{"v", "src.v"}, {"n", "src.n"}}, "", "", false, false, {}};
+    JoinUpdate u{"target", "t", "src", "t.k = src.k", {{"v", "src.v"}, {"n", "src.n"}},
+                 "",       "",  false, false,         {}};
     EXPECT_EQ(s.UpdateFromJoin(u), 1);
     EXPECT_EQ(Types(s, "target"), "k:Text(5),v:Text(14),n:Text(255)");
 }
@@ -361,7 +367,8 @@ TEST(UpdateFromJoin, OrderTermsAreEachReversed) {
     u.set = {{"v", "b.v"}};
     u.order = "a._rowid_, coalesce(b.x, ','), b.y DESC, b.z asc";
     const std::string sql = UpdateFromJoinSql(u);
-    EXPECT_NE(sql.find("ORDER BY a._rowid_ DESC, coalesce(b.x, ',') DESC, b.y, b.z DESC)"), std::string::npos)
+    EXPECT_NE(sql.find("ORDER BY a._rowid_ DESC, coalesce(b.x, ',') DESC, b.y, b.z DESC)"),
+              std::string::npos)
         << sql;
 }
 

@@ -147,15 +147,31 @@ const std::vector<SemanticsCase>& Cases() {
         {"last matching row wins",
          [](Store& s) {
              JoinTables(s);
-             s.UpdateFromJoin(
-                 {"target", "t", "source AS s", "t.k = s.k", {{"v", "s.v"}}, "", "", false, false, {}});
+             s.UpdateFromJoin({"target",
+                               "t",
+                               "source AS s",
+                               "t.k = s.k",
+                               {{"v", "s.v"}},
+                               "",
+                               "",
+                               false,
+                               false,
+                               {}});
          },
          "SELECT k, v FROM target ORDER BY k", "a|a last;b|b only;c|old c"},
         // A key asked to be unique that is not: the ranking stays.
         {"key not unique, last row still wins",
          [](Store& s) {
              JoinTables(s);
-             s.UpdateFromJoin({"target", "t", "source AS s", "t.k = s.k", {{"v", "s.v"}}, "", "", false, false,
+             s.UpdateFromJoin({"target",
+                               "t",
+                               "source AS s",
+                               "t.k = s.k",
+                               {{"v", "s.v"}},
+                               "",
+                               "",
+                               false,
+                               false,
                                {{"source", "k"}}});
          },
          "SELECT k, v FROM target ORDER BY k", "a|a last;b|b only;c|old c"},
@@ -163,15 +179,31 @@ const std::vector<SemanticsCase>& Cases() {
          [](Store& s) {
              JoinTables(s);
              s.Execute("DELETE FROM source WHERE v = 'z first'");
-             s.UpdateFromJoin({"target", "t", "source AS s", "t.k = s.k", {{"v", "s.v"}}, "", "", false, false,
+             s.UpdateFromJoin({"target",
+                               "t",
+                               "source AS s",
+                               "t.k = s.k",
+                               {{"v", "s.v"}},
+                               "",
+                               "",
+                               false,
+                               false,
                                {{"source", "k"}}});
          },
          "SELECT k, v FROM target ORDER BY k", "a|a last;b|b only;c|old c"},
         {"left join writes Null",
          [](Store& s) {
              JoinTables(s);
-             s.UpdateFromJoin(
-                 {"target", "t", "source AS s", "t.k = s.k", {{"v", "s.v"}}, "", "", true, false, {}});
+             s.UpdateFromJoin({"target",
+                               "t",
+                               "source AS s",
+                               "t.k = s.k",
+                               {{"v", "s.v"}},
+                               "",
+                               "",
+                               true,
+                               false,
+                               {}});
          },
          "SELECT k, v FROM target ORDER BY k", "a|a last;b|b only;c|<null>"},
 

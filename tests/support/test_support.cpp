@@ -1,9 +1,8 @@
 #include "support/test_support.h"
 
+#include <fcntl.h>
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
-
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -109,19 +108,17 @@ ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>
     ::close(pipefd[0]);
     int status = 0;
     ::waitpid(pid, &status, 0);
-    if (!interruptWhen.empty() && interrupted) result.signalToExit = std::chrono::steady_clock::now() - signalled;
+    if (!interruptWhen.empty() && interrupted)
+        result.signalToExit = std::chrono::steady_clock::now() - signalled;
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
 }
 
 Sandbox::Sandbox() {
     for (auto* sub : {"home", "config", "temp", "app"}) fs::create_directories(dir_ / sub);
-    env_ = {{"HOME", home().string()},
-            {"XDG_CONFIG_HOME", xdg().string()},
-            {"TEMP", temp().string()},
-            {"TARNBROOK_HOME", app().string()},
-            {"PATH", "/usr/bin:/bin"},
-            {"LANG", "C.UTF-8"}};
+    env_ = {{"HOME", home().string()}, {"XDG_CONFIG_HOME", xdg().string()},
+            {"TEMP", temp().string()}, {"TARNBROOK_HOME", app().string()},
+            {"PATH", "/usr/bin:/bin"}, {"LANG", "C.UTF-8"}};
 }
 
 ProcessResult Sandbox::Run(const std::vector<std::string>& args, const std::string& interruptWhen,
@@ -146,8 +143,8 @@ void SharedSetUp::Run(const std::function<void()>& setUp) {
     for (int i = 0; i < results.size(); ++i) {
         const ::testing::TestPartResult& r = results.GetTestPartResult(i);
         if (r.failed())
-            failure_ += std::string(r.file_name() ? r.file_name() : "?") + ":" + std::to_string(r.line_number()) +
-                        ": " + r.message() + "\n";
+            failure_ += std::string(r.file_name() ? r.file_name() : "?") + ":" +
+                        std::to_string(r.line_number()) + ": " + r.message() + "\n";
     }
 }
 

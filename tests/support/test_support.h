@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 // A fresh folder, removed with everything in it when the object goes.
 class TempDir {
-public:
+  public:
     TempDir();
     ~TempDir();
     TempDir(const TempDir&) = delete;
@@ -25,7 +25,7 @@ public:
     const fs::path& path() const { return path_; }
     fs::path operator/(const fs::path& p) const { return path_ / p; }
 
-private:
+  private:
     fs::path path_;
 };
 
@@ -59,7 +59,7 @@ ProcessResult RunProcess(const fs::path& program, const std::vector<std::string>
 // A sandbox for one run of the program: home/, config/ (XDG_CONFIG_HOME), temp/ (TEMP) and
 // app/ (TARNBROOK_HOME), created empty.
 class Sandbox {
-public:
+  public:
     Sandbox();
     fs::path home() const { return dir_ / "home"; }
     fs::path xdg() const { return dir_ / "config"; }
@@ -72,7 +72,7 @@ public:
     ProcessResult Run(const std::vector<std::string>& args, const std::string& interruptWhen = {},
                       int signal = SIGINT) const;
 
-private:
+  private:
     TempDir dir_;
     std::map<std::string, std::string> env_;
 };
@@ -82,13 +82,13 @@ private:
 // failure: a broken fixture would pass. Run the set-up through Run, and call Check at the start of
 // each test's SetUp (ASSERT_NO_FATAL_FAILURE(shared.Check())).
 class SharedSetUp {
-public:
+  public:
     // Runs `setUp`, keeping its failed assertions and any exception instead of reporting them.
     void Run(const std::function<void()>& setUp);
     // Fails the current test with what went wrong in the shared set-up, if anything did.
     void Check() const;
 
-private:
+  private:
     std::string failure_;
 };
 

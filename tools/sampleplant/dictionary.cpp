@@ -11,13 +11,26 @@ namespace {
 // Entity numbers of a real plant where they are known; the rest are numbered from 200.
 const std::map<std::string, int>& KnownEntities() {
     static const std::map<std::string, int> known = {
-        {"T_ConnectorVertex", 1}, {"T_PipeRun", 4},    {"T_Representation", 8},
-        {"T_Connector", 9},       {"T_Symbol", 12},    {"T_Equipment", 15},
-        {"T_Nozzle", 20},         {"T_ModelItem", 21}, {"T_PlantItem", 26},
-        {"T_History", 27},        {"T_PipingPoint", 28}, {"T_PipingComp", 32},
-        {"T_OPC", 36},            {"T_Instrument", 37}, {"T_Relationship", 50},
-        {"T_Inconsistency", 51},  {"T_Vessel", 58},    {"T_Drawing", 99},
-        {"T_SmartFrame", 163},    {"T_Revision", 166},
+        {"T_ConnectorVertex", 1},
+        {"T_PipeRun", 4},
+        {"T_Representation", 8},
+        {"T_Connector", 9},
+        {"T_Symbol", 12},
+        {"T_Equipment", 15},
+        {"T_Nozzle", 20},
+        {"T_ModelItem", 21},
+        {"T_PlantItem", 26},
+        {"T_History", 27},
+        {"T_PipingPoint", 28},
+        {"T_PipingComp", 32},
+        {"T_OPC", 36},
+        {"T_Instrument", 37},
+        {"T_Relationship", 50},
+        {"T_Inconsistency", 51},
+        {"T_Vessel", 58},
+        {"T_Drawing", 99},
+        {"T_SmartFrame", 163},
+        {"T_Revision", 166},
     };
     return known;
 }
@@ -63,8 +76,9 @@ void WriteAttributesAndLists(FileWriter& f, const std::vector<TableDef>& describ
         number = first;
         for (const auto& c : t.columns) {
             auto row = f.Row("ATTRIBUTES");
-            row("ATTRIBUTE_NUMBER", number++)("ATTRIBUTE_NAME", c.name)("ATTRIBUTE_DATATYPE", DataType(c))(
-                "ATTRIBUTE_CODELISTED", c.type == Ty::Code ? "T" : "F")(
+            row("ATTRIBUTE_NUMBER", number++)("ATTRIBUTE_NAME", c.name)(
+                "ATTRIBUTE_DATATYPE", DataType(c))("ATTRIBUTE_CODELISTED",
+                                                   c.type == Ty::Code ? "T" : "F")(
                 "ENTITY_NUMBER", entities.at(t.name))("TABLENAME", t.name)("COLUMNNAME", c.name);
             if (c.type == Ty::Code) {
                 usedLists.insert(c.list);
@@ -77,8 +91,8 @@ void WriteAttributesAndLists(FileWriter& f, const std::vector<TableDef>& describ
     }
     for (const auto& list : CodeLists()) {
         if (!usedLists.count(list.key)) continue;
-        f.Row("ENUMERATIONS")("ID", list.number)("NAME", list.name)(
-             "DESCRIPTION", "Select list " + list.name)
+        f.Row("ENUMERATIONS")("ID", list.number)("NAME", list.name)("DESCRIPTION",
+                                                                    "Select list " + list.name)
             .Add();
         int sort = 0;
         for (const auto& e : list.entries) {
@@ -92,7 +106,9 @@ void WriteAttributesAndLists(FileWriter& f, const std::vector<TableDef>& describ
     }
 }
 
-bool Internal(const std::string& column) { return column == "UpdateCount" || column == "SP_IsTypical"; }
+bool Internal(const std::string& column) {
+    return column == "UpdateCount" || column == "SP_IsTypical";
+}
 
 }  // namespace
 
@@ -109,9 +125,10 @@ void WritePidDictionary(FileWriter& f, const std::vector<TableDef>& described) {
             .Add();
     }
     const char* const kForeign = "SmartPlantHyperDesc.SPForeignCalc";
-    const std::pair<const char*, const char*> uniques[] = {
-        {"T_ModelItem", "HyperDescription"}, {"T_PipeRun", "LineListReference"},
-        {"T_Drawing", "DocumentLink"},       {"T_Equipment", "DatasheetLink"}};
+    const std::pair<const char*, const char*> uniques[] = {{"T_ModelItem", "HyperDescription"},
+                                                           {"T_PipeRun", "LineListReference"},
+                                                           {"T_Drawing", "DocumentLink"},
+                                                           {"T_Equipment", "DatasheetLink"}};
     for (const auto& [table, name] : uniques) {
         f.Row("UNIQUEATTS")("ENTITY_NUMBER", entities.at(table))("UNIQUE_NAME", name)(
              "CALCULATIONPROGID", kForeign)
@@ -152,8 +169,8 @@ void WritePidDictionary(FileWriter& f, const std::vector<TableDef>& described) {
         if (t.name != "T_Drawing") continue;
         for (const auto& c : t.columns) {
             if (c.type == Ty::Id || Internal(c.name)) continue;
-            f.Row("ITEMATTRIBUTIONS")("ITEMID", items.at("Representation"))("NAME", "Drawing." + c.name)(
-                 "DISPLAYNAME", "Drawing " + DisplayName(c.name))
+            f.Row("ITEMATTRIBUTIONS")("ITEMID", items.at("Representation"))(
+                 "NAME", "Drawing." + c.name)("DISPLAYNAME", "Drawing " + DisplayName(c.name))
                 .Add();
         }
     }
@@ -192,13 +209,15 @@ void WritePidDictionary(FileWriter& f, const std::vector<TableDef>& described) {
                     if (c.type == Ty::Id || c.name == "Quality") continue;
                     f.Row("ITEMATTRIBUTIONS")("ITEMID", items.at(item))(
                          "NAME", std::string(name) + "." + quality + "." + c.name)(
-                         "DISPLAYNAME", std::string(display) + " " + quality + " " + DisplayName(c.name))
+                         "DISPLAYNAME",
+                         std::string(display) + " " + quality + " " + DisplayName(c.name))
                         .Add();
                 }
             }
         }
     }
-    f.Row("ITEMATTRIBUTIONS")("ITEMID", 37)("NAME", "ControlCase")("DISPLAYNAME", "Control Case").Add();
+    f.Row("ITEMATTRIBUTIONS")("ITEMID", 37)("NAME", "ControlCase")("DISPLAYNAME", "Control Case")
+        .Add();
     for (const char* quality : qualities) {
         for (const auto& c : caseControl->columns) {
             if (c.type == Ty::Id || c.name == "Quality") continue;
@@ -209,8 +228,8 @@ void WritePidDictionary(FileWriter& f, const std::vector<TableDef>& described) {
         }
     }
     const std::tuple<int, const char*, const char*> relations[] = {
-        {37, "ProcessDesign", "T"}, {37, "ProcessOperating", "T"}, {37, "ControlCase", "T"},
-        {37, "InstrLoop", "F"},     {37, "PipeRun", "F"},          {35, "ProcessDesign", "T"},
+        {37, "ProcessDesign", "T"},     {37, "ProcessOperating", "T"}, {37, "ControlCase", "T"},
+        {37, "InstrLoop", "F"},         {37, "PipeRun", "F"},          {35, "ProcessDesign", "T"},
         {35, "ProcessDesignTube", "T"}, {35, "Nozzle", "F"},
     };
     for (const auto& [itemId, name, create] : relations) {

@@ -45,7 +45,8 @@ bool IsTimestamp(std::string_view text) {
 
 }  // namespace
 
-RowBuilder::RowBuilder(Table* table) : table_(table), pendingExceptions_(std::uncaught_exceptions()) {
+RowBuilder::RowBuilder(Table* table)
+    : table_(table), pendingExceptions_(std::uncaught_exceptions()) {
     if (table_->building) BadValue(table_->def, "", "a row is already being built");
     table_->building = true;
 }
@@ -217,8 +218,8 @@ void FileWriter::Finish() {
             if (column.type != Ty::Id) continue;
             const bool key = name == "SP_ID";
             const std::string index = "X_" + table->def.name + "_" + name;
-            db_->Exec(std::string(key ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") + index +
-                      " ON " + table->def.name + " (" + name + ")");
+            db_->Exec(std::string(key ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") + index + " ON " +
+                      table->def.name + " (" + name + ")");
         }
     }
     db_->Exec("COMMIT");
@@ -226,10 +227,10 @@ void FileWriter::Finish() {
     std::error_code ec;
     std::filesystem::rename(temp_, target_, ec);
     if (ec) {
-        throw Error(kErrFileAccess,
-                    "Cannot rename '" + temp_.string() + "' to '" + target_.string() + "': " +
-                        ec.message(),
-                    "FileWriter");
+        throw Error(
+            kErrFileAccess,
+            "Cannot rename '" + temp_.string() + "' to '" + target_.string() + "': " + ec.message(),
+            "FileWriter");
     }
     finished_ = true;
 }

@@ -24,7 +24,7 @@ using Blob = std::vector<std::uint8_t>;
 class FileWriter;
 
 class RowBuilder {
-public:
+  public:
     RowBuilder(RowBuilder&& other) noexcept;
     RowBuilder(const RowBuilder&) = delete;
     RowBuilder& operator=(const RowBuilder&) = delete;
@@ -44,7 +44,7 @@ public:
     // Inserts the row; columns that were not set are Null.
     void Add();
 
-private:
+  private:
     friend class FileWriter;
     struct Table;
     explicit RowBuilder(Table* table);
@@ -56,7 +56,7 @@ private:
 };
 
 class FileWriter {
-public:
+  public:
     FileWriter(std::filesystem::path target, std::vector<TableDef> tables);
     ~FileWriter();
     FileWriter(const FileWriter&) = delete;
@@ -70,7 +70,7 @@ public:
     // Rows written per table, in the order the tables were declared.
     std::vector<std::pair<std::string, std::int64_t>> Counts() const;
 
-private:
+  private:
     std::filesystem::path target_;
     std::filesystem::path temp_;
     std::unique_ptr<Db> db_;

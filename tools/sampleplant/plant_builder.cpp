@@ -125,7 +125,8 @@ std::pair<std::uint16_t, std::uint16_t> DosDateTime(int day, int seconds) {
     CivilFromDays(kBaseDay + day, y, m, d);
     const auto date = static_cast<std::uint16_t>(((y - 1980) << 9) | (m << 5) | d);
     const int s = seconds % 86400;
-    const auto time = static_cast<std::uint16_t>(((s / 3600) << 11) | ((s / 60 % 60) << 5) | (s % 60 / 2));
+    const auto time =
+        static_cast<std::uint16_t>(((s / 3600) << 11) | ((s / 60 % 60) << 5) | (s % 60 / 2));
     return {date, time};
 }
 
@@ -140,12 +141,16 @@ Stop At(const Placed& placed, int point) {
     return Stop{placed.rep, placed.hasPoints ? point : 0, placed.x, placed.y, {}};
 }
 
-Stop Open(double x, double y) { return Stop{{}, 0, x, y, {}}; }
+Stop Open(double x, double y) {
+    return Stop{{}, 0, x, y, {}};
+}
 
 PlantBuilder::PlantBuilder(FileWriter& data, FileWriter& structure, std::uint64_t seed)
     : data_(data), structure_(structure), ids_(Rng(seed).Fork(0x1D5)) {}
 
-std::string PlantBuilder::NewId() { return HexId(ids_); }
+std::string PlantBuilder::NewId() {
+    return HexId(ids_);
+}
 
 std::string PlantBuilder::Actor(int n) const {
     static const char* const kActors[] = {"jsmith", "a.kowalski", "m.m\xC3\xBCller", "o'brien",
@@ -215,18 +220,21 @@ Drawing PlantBuilder::AddDrawing(const DrawingSpec& spec) {
     }
     const int docType = CodeOf("DocumentType", spec.documentType);
     const int category = spec.documentType == "Utility Flow Diagram" ? 2 : 1;
-    data_.Row("T_Drawing")("SP_ID", d.id)("Name", spec.name)("DrawingNumber", spec.number)(
-         "Title", spec.title)("Description", spec.description)("Path", d.path)(
-         "Template", "\\Templates\\P&ID A1 Wide.pid")("DateCreated", Timestamp(spec.day, 8 * 3600))(
-         "DocumentCategory", category)("DocumentType", docType)("SP_PlantGroupID", d.groupId)(
-         "ItemStatus", spec.itemStatus)("ApprovedBy", Actor(spec.day + 4))(
-         "Responsibility", spec.responsibility)("SP_ArePropertiesModified", 1)(
-         "LastPublishTime", spec.day % 3 == 0 ? Timestamp(spec.day + 40, 17 * 3600) : "")(
-         "UpdateCount", 1 + spec.day % 4)
+    data_
+        .Row("T_Drawing")("SP_ID", d.id)("Name", spec.name)("DrawingNumber", spec.number)(
+            "Title", spec.title)("Description", spec.description)("Path", d.path)(
+            "Template", "\\Templates\\P&ID A1 Wide.pid")(
+            "DateCreated", Timestamp(spec.day, 8 * 3600))("DocumentCategory", category)(
+            "DocumentType", docType)("SP_PlantGroupID", d.groupId)("ItemStatus", spec.itemStatus)(
+            "ApprovedBy", Actor(spec.day + 4))("Responsibility", spec.responsibility)(
+            "SP_ArePropertiesModified", 1)(
+            "LastPublishTime", spec.day % 3 == 0 ? Timestamp(spec.day + 40, 17 * 3600) : "")(
+            "UpdateCount", 1 + spec.day % 4)
         .Add();
-    data_.Row("T_GlobalDrawing")("SP_ID", NewId())("SP_DrawingID", d.id)("Name", spec.name)(
-         "DrawingNumber", spec.number)("Title", spec.title)("Description", spec.description)(
-         "Path", d.path)
+    data_
+        .Row("T_GlobalDrawing")("SP_ID", NewId())("SP_DrawingID", d.id)("Name", spec.name)(
+            "DrawingNumber", spec.number)("Title", spec.title)("Description", spec.description)(
+            "Path", d.path)
         .Add();
     if (!sites_.empty()) {
         const std::string siteRow = NewId();
@@ -252,28 +260,30 @@ void PlantBuilder::AddRevision(const Drawing& d, const std::string& major, const
                                             "Issued for Design", "Issued for Construction"};
     lastRevision_ = NewId();
     lastRevisionDrawing_ = d.id;
-    data_.Row("T_Revision")("SP_ID", lastRevision_)("SP_DrawingID", d.id)(
-         "SP_MajorRevisionNumber", major)("SP_MinorRevisionNumber", minor)(
-         "SP_RevisionDate", nullDate ? "" : Timestamp(day, 15 * 3600))(
-         "SP_SequenceInGroup", sequence)("RevisionBy", Actor(day))("CheckedBy", Actor(day + 1))(
-         "ApprovedBy", Actor(day + 2))("RevisionDescription", kPurposes[(sequence - 1) % 4])
+    data_
+        .Row("T_Revision")("SP_ID", lastRevision_)("SP_DrawingID", d.id)(
+            "SP_MajorRevisionNumber", major)("SP_MinorRevisionNumber", minor)(
+            "SP_RevisionDate", nullDate ? "" : Timestamp(day, 15 * 3600))(
+            "SP_SequenceInGroup", sequence)("RevisionBy", Actor(day))("CheckedBy", Actor(day + 1))(
+            "ApprovedBy", Actor(day + 2))("RevisionDescription", kPurposes[(sequence - 1) % 4])
         .Add();
 }
 
 void PlantBuilder::AddVersion(const Drawing& d, int number, int day, bool withRevision) {
     std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<Drawing SP_ID=\"" + d.id +
-                      "\" Name=\"" + XmlEscape(d.name) + "\" Version=\"" +
-                      std::to_string(number) + "\">\r\n";
+                      "\" Name=\"" + XmlEscape(d.name) + "\" Version=\"" + std::to_string(number) +
+                      "\">\r\n";
     for (const auto& [item, type] : d.items) {
         xml += "  <Representation ModelItem=\"" + item + "\" Type=\"" + type + "\"/>\r\n";
     }
     xml += "</Drawing>\r\n";
     const auto [date, time] = DosDateTime(day, 16 * 3600);
     const bool tied = withRevision && lastRevisionDrawing_ == d.id;
-    data_.Row("T_DrawingVersion")("SP_ID", NewId())("SP_DrawingID", d.id)(
-         "SP_RevisionID", tied ? lastRevision_ : "")("VersionNumber", number)(
-         "DateCreated", Timestamp(day, 16 * 3600))(
-         "SP_Storage", MakeZip({{"Drawing.xml", xml}}, date, time))
+    data_
+        .Row("T_DrawingVersion")("SP_ID", NewId())("SP_DrawingID", d.id)(
+            "SP_RevisionID", tied ? lastRevision_ : "")("VersionNumber", number)(
+            "DateCreated", Timestamp(day, 16 * 3600))("SP_Storage",
+                                                      MakeZip({{"Drawing.xml", xml}}, date, time))
         .Add();
 }
 
@@ -282,27 +292,32 @@ void PlantBuilder::AddFrames(const Drawing& d, int auxGraphics) {
         const bool border = i == 0;
         const std::string frame = NewId();
         const std::string name = border ? "Border" : "Detail " + std::to_string(i);
-        data_.Row("T_SmartFrame")("SP_ID", frame)("SP_DrawingID", d.id)(
-             "SP_SmartFrameType",
-             CodeOf("SmartFrameType", border ? "Border" : "Auxiliary Graphic"))("Name", name)
+        data_
+            .Row("T_SmartFrame")("SP_ID", frame)("SP_DrawingID", d.id)(
+                "SP_SmartFrameType",
+                CodeOf("SmartFrameType", border ? "Border" : "Auxiliary Graphic"))("Name", name)
             .Add();
         const auto [date, time] = DosDateTime(d.day, 9 * 3600);
-        data_.Row("T_SmartFrameStorage")("SP_ID", NewId())("SP_SmartFrameID", frame)(
-             "SP_Storage",
-             MakeZip({{"Frame.xml", "<Frame Name=\"" + XmlEscape(name) + "\"/>\r\n"}}, date, time))
+        data_
+            .Row("T_SmartFrameStorage")("SP_ID", NewId())("SP_SmartFrameID", frame)(
+                "SP_Storage",
+                MakeZip({{"Frame.xml", "<Frame Name=\"" + XmlEscape(name) + "\"/>\r\n"}}, date,
+                        time))
             .Add();
     }
 }
 
 void PlantBuilder::AddDrawingHistory(const Drawing& d, int modifications) {
-    data_.Row("T_History")("SP_ID", NewId())("SP_DrawingID", d.id)(
-         "Timestamp", Timestamp(d.day, 8 * 3600))("Actor", Actor(d.day))(
-         "EventType", CodeOf("EventType", "Created"))
+    data_
+        .Row("T_History")("SP_ID", NewId())("SP_DrawingID", d.id)(
+            "Timestamp", Timestamp(d.day, 8 * 3600))("Actor", Actor(d.day))(
+            "EventType", CodeOf("EventType", "Created"))
         .Add();
     for (int k = 1; k <= modifications; ++k) {
-        data_.Row("T_History")("SP_ID", NewId())("SP_DrawingID", d.id)(
-             "Timestamp", Timestamp(d.day + 9 * k, 14 * 3600 + 60 * k))("Actor", Actor(d.day + k))(
-             "EventType", CodeOf("EventType", "Modified"))
+        data_
+            .Row("T_History")("SP_ID", NewId())("SP_DrawingID", d.id)(
+                "Timestamp", Timestamp(d.day + 9 * k, 14 * 3600 + 60 * k))(
+                "Actor", Actor(d.day + k))("EventType", CodeOf("EventType", "Modified"))
             .Add();
     }
 }
@@ -311,9 +326,10 @@ void PlantBuilder::AddDrawingHistory(const Drawing& d, int modifications) {
 
 void PlantBuilder::AddModelItem(const std::string& id, const std::string& type,
                                 const std::string& description, int itemStatus) {
-    data_.Row("T_ModelItem")("SP_ID", id)("ItemTypeName", type)(
-         "ModelItemType", CodeOf("ModelItemType", type))("Description", description)(
-         "ItemStatus", itemStatus)("SP_IsTypical", 1)("UpdateCount", 1)
+    data_
+        .Row("T_ModelItem")("SP_ID", id)("ItemTypeName", type)(
+            "ModelItemType", CodeOf("ModelItemType", type))("Description", description)(
+            "ItemStatus", itemStatus)("SP_IsTypical", 1)("UpdateCount", 1)
         .Add();
 }
 
@@ -333,18 +349,20 @@ std::string PlantBuilder::AddRep(Drawing& d, const std::string& item, const std:
                                  const std::string& fileName, bool stockpile) {
     const std::string rep = NewId();
     const int oid = d.nextOid++;
-    data_.Row("T_Representation")("SP_ID", rep)("SP_ModelItemID", item)("SP_DrawingID", d.id)(
-         "RepresentationType", CodeOf("RepresentationType", repType))("GraphicOID", oid)(
-         "FileName", fileName)("InStockpile", stockpile ? 2 : 1)("ItemStatus", 1)(
-         "SP_ModelItemTimestamp", Timestamp(d.day + 1, 10 * 3600 + oid))("UpdateCount", 1)
+    data_
+        .Row("T_Representation")("SP_ID", rep)("SP_ModelItemID", item)("SP_DrawingID", d.id)(
+            "RepresentationType", CodeOf("RepresentationType", repType))("GraphicOID", oid)(
+            "FileName", fileName)("InStockpile", stockpile ? 2 : 1)("ItemStatus", 1)(
+            "SP_ModelItemTimestamp", Timestamp(d.day + 1, 10 * 3600 + oid))("UpdateCount", 1)
         .Add();
     d.items.emplace_back(item, repType);
     return rep;
 }
 
 void PlantBuilder::AddSymbolRow(const std::string& rep, double x, double y, int quarterTurns) {
-    data_.Row("T_Symbol")("SP_ID", rep)("XCoordinate", x)("YCoordinate", y)(
-         "RotationAngle", quarterTurns * kQuarterTurn)("IsMirrored", 1)
+    data_
+        .Row("T_Symbol")("SP_ID", rep)("XCoordinate", x)("YCoordinate", y)(
+            "RotationAngle", quarterTurns * kQuarterTurn)("IsMirrored", 1)
         .Add();
 }
 
@@ -362,8 +380,9 @@ void PlantBuilder::AddConnectorRow(const std::string& rep, const Stop& a, const 
     const double ys[] = {a.y, a.y, b.y};
     for (int i = 0; i < vertices; ++i) {
         const bool last = i == vertices - 1 && vertices > 1;
-        data_.Row("T_ConnectorVertex")("SP_ID", NewId())("SP_ConnectorID", rep)("OrderIndex", i + 1)(
-             "XCoordinate", last ? b.x : xs[i])("YCoordinate", last ? b.y : ys[i])
+        data_
+            .Row("T_ConnectorVertex")("SP_ID", NewId())("SP_ConnectorID", rep)("OrderIndex", i + 1)(
+                "XCoordinate", last ? b.x : xs[i])("YCoordinate", last ? b.y : ys[i])
             .Add();
     }
 }
@@ -371,9 +390,10 @@ void PlantBuilder::AddConnectorRow(const std::string& rep, const Stop& a, const 
 std::string PlantBuilder::AddRelationship(const Drawing& d, const std::string& rep1,
                                           const std::string& rep2) {
     const std::string id = NewId();
-    data_.Row("T_Relationship")("SP_ID", id)("SP_DrawingID", d.id)("SP_Item1ID", rep1)(
-         "SP_Item2ID", rep2)("Item1Location", 1)("Item2Location", 2)("IsBinary", 2)(
-         "GraphicOID", relationshipOid_++)
+    data_
+        .Row("T_Relationship")("SP_ID", id)("SP_DrawingID", d.id)("SP_Item1ID", rep1)(
+            "SP_Item2ID", rep2)("Item1Location", 1)("Item2Location", 2)("IsBinary", 2)(
+            "GraphicOID", relationshipOid_++)
         .Add();
     return id;
 }
@@ -381,23 +401,26 @@ std::string PlantBuilder::AddRelationship(const Drawing& d, const std::string& r
 void PlantBuilder::AddInconsistency(const Drawing& d, const std::string& rep1,
                                     const std::string& rep2, const std::string& type,
                                     bool approved) {
-    data_.Row("T_Inconsistency")("SP_ID", NewId())("SP_RelationshipID", AddRelationship(d, rep1, rep2))(
-         "InconsistencyType", type)("IsApproved", approved ? 2 : 1)(
-         "Description", type + " between connected items")
+    data_
+        .Row("T_Inconsistency")("SP_ID", NewId())(
+            "SP_RelationshipID", AddRelationship(d, rep1, rep2))("InconsistencyType", type)(
+            "IsApproved", approved ? 2 : 1)("Description", type + " between connected items")
         .Add();
 }
 
 void PlantBuilder::AddItemHistory(Drawing& d, const std::string& item) {
     const int n = d.ordinal++;
     const int created = d.day + n % 5;
-    data_.Row("T_History")("SP_ID", NewId())("SP_ModelItemID", item)("SP_DrawingID", d.id)(
-         "Timestamp", Timestamp(created, 9 * 3600 + 37 * n))("Actor", Actor(n))(
-         "EventType", CodeOf("EventType", "Created"))
+    data_
+        .Row("T_History")("SP_ID", NewId())("SP_ModelItemID", item)("SP_DrawingID", d.id)(
+            "Timestamp", Timestamp(created, 9 * 3600 + 37 * n))("Actor", Actor(n))(
+            "EventType", CodeOf("EventType", "Created"))
         .Add();
     for (int k = 1; k <= n % 3; ++k) {
-        data_.Row("T_History")("SP_ID", NewId())("SP_ModelItemID", item)("SP_DrawingID", d.id)(
-             "Timestamp", Timestamp(created + 10 * k + n % 7, 13 * 3600 + 41 * n))(
-             "Actor", Actor(n + k))("EventType", CodeOf("EventType", "Modified"))
+        data_
+            .Row("T_History")("SP_ID", NewId())("SP_ModelItemID", item)("SP_DrawingID", d.id)(
+                "Timestamp", Timestamp(created + 10 * k + n % 7, 13 * 3600 + 41 * n))(
+                "Actor", Actor(n + k))("EventType", CodeOf("EventType", "Modified"))
             .Add();
     }
     if (n % 4 == 0) {
@@ -445,7 +468,8 @@ Placed PlantBuilder::AddEquipment(Drawing& d, const Group& g, const EquipSpec& s
     row("SP_ID", id)("Class", CodeOf("Class", spec.cls))(
         "EquipmentSubclass", CodeOf("EquipmentSubclass", spec.subclass))(
         "EquipmentType", CodeOf("EquipmentType", spec.type))("MaterialOfConstClass", spec.material);
-    if (spec.tagged) row("TagPrefix", spec.prefix)("TagSequenceNo", spec.seq)("TagSuffix", spec.suffix);
+    if (spec.tagged)
+        row("TagPrefix", spec.prefix)("TagSequenceNo", spec.seq)("TagSuffix", spec.suffix);
     row.Add();
     auto sub = data_.Row(spec.subtable);
     sub("SP_ID", id);
@@ -475,9 +499,9 @@ Placed PlantBuilder::AddNozzle(Drawing& d, const Group& g, const NozzleSpec& spe
     AddPlantItem(id, "Nozzle", "N" + spec.seq, g.id, spec.equipment);
     auto row = data_.Row("T_Nozzle");
     row("SP_ID", id)("SP_EquipmentID", spec.linkEquipmentId ? spec.equipment : "")(
-        "NozzleType", CodeOf("NozzleType", spec.type))(
-        "NominalDiameter", CodeOf("NominalDiameter", spec.size))("Rating", CodeOf("Rating", spec.rating))(
-        "TagPrefix", "N")("TagSequenceNo", spec.seq);
+        "NozzleType", CodeOf("NozzleType", spec.type))("NominalDiameter",
+                                                       CodeOf("NominalDiameter", spec.size))(
+        "Rating", CodeOf("Rating", spec.rating))("TagPrefix", "N")("TagSequenceNo", spec.seq);
     if (!spec.flow.empty()) row("FlowDirection", CodeOf("FlowDirection", spec.flow));
     row.Add();
     Placed placed{id, {}, x, y};
@@ -500,14 +524,14 @@ Run PlantBuilder::AddRun(Drawing& d, const Group& g, const RunSpec& spec) {
     AddPlantItem(run.id, "PipeRun", run.tag, g.id);
     auto row = data_.Row("T_PipeRun");
     row("SP_ID", run.id)("PipeRunClass", CodeOf("PipeRunClass", spec.cls))(
-        "PipeRunType", CodeOf("PipeRunType", spec.type))(
-        "NominalDiameter", CodeOf("NominalDiameter", spec.size))(
+        "PipeRunType", CodeOf("PipeRunType", spec.type))("NominalDiameter",
+                                                         CodeOf("NominalDiameter", spec.size))(
         "OperFluidCode", CodeOf("OperFluidCode", spec.fluid))(
         "FluidSystem", CodeOf("FluidSystem", spec.fluidSystem))(
-        "PipingMaterialsClass", CodeOf("PipingMaterialsClass", spec.spec))("TagSequenceNo", spec.seq)(
-        "TagSuffix", spec.suffix)("InsulThick", spec.insulThick)(
-        "HTraceMedium", CodeOf("HTraceMedium", spec.trace))(
-        "FlowDirection", CodeOf("FlowDirection", spec.flow))(
+        "PipingMaterialsClass", CodeOf("PipingMaterialsClass", spec.spec))(
+        "TagSequenceNo", spec.seq)("TagSuffix", spec.suffix)("InsulThick", spec.insulThick)(
+        "HTraceMedium", CodeOf("HTraceMedium", spec.trace))("FlowDirection",
+                                                            CodeOf("FlowDirection", spec.flow))(
         "SP_ConnectorsZeroLength", spec.zeroLength ? 2 : 1)("Slave", spec.slave ? 2 : 1)(
         "Schedule", spec.spec == "S1A" ? "10S" : "40");
     if (spec.insulation == "none") {
@@ -569,8 +593,9 @@ Placed PlantBuilder::AddPipingComp(Drawing& d, const Group& g, const Run* run, c
     if (!spec.operatorType.empty()) row("OperatorType", CodeOf("OperatorType", spec.operatorType));
     row.Add();
     if (run) {
-        data_.Row("T_InlineComp")("SP_ID", id)("SP_PipeRunID", run->id)("SP_PipingCompID", id)(
-             "NominalDiameter", CodeOf("NominalDiameter", spec.size))
+        data_
+            .Row("T_InlineComp")("SP_ID", id)("SP_PipeRunID", run->id)("SP_PipingCompID", id)(
+                "NominalDiameter", CodeOf("NominalDiameter", spec.size))
             .Add();
     }
     Placed placed{id, {}, x, y};
@@ -586,43 +611,51 @@ Placed PlantBuilder::AddInstrument(Drawing* d, const Group& g, const InstrSpec& 
                                    const Run* run, double x, double y) {
     const std::string id = NewId();
     AddModelItem(id, "Instrument", spec.description);
-    const std::string tag = spec.mv + spec.modifier + "-" + spec.seq + spec.loopSuffix + spec.suffix;
+    const std::string tag =
+        spec.mv + spec.modifier + "-" + spec.seq + spec.loopSuffix + spec.suffix;
     AddPlantItem(id, "Instrument", tag, g.id, {}, {}, spec.isInline ? "Vendor" : "Contractor");
     auto row = data_.Row("T_Instrument");
-    row("SP_ID", id)("SP_PipeRunID", run ? run->id : "")(
-        "MeasuredVariableCode", CodeOf("MeasuredVariableCode", spec.mv))(
-        "InstrumentTypeModifier", spec.modifier)("TagSequenceNo", spec.seq)("TagSuffix", spec.suffix)(
-        "LoopTagSuffix", spec.loopSuffix)("InstrumentClass", CodeOf("InstrumentClass", spec.cls))(
+    row("SP_ID", id)("SP_PipeRunID", run ? run->id : "")("MeasuredVariableCode",
+                                                         CodeOf("MeasuredVariableCode", spec.mv))(
+        "InstrumentTypeModifier", spec.modifier)("TagSequenceNo", spec.seq)(
+        "TagSuffix", spec.suffix)("LoopTagSuffix", spec.loopSuffix)(
+        "InstrumentClass", CodeOf("InstrumentClass", spec.cls))(
         "InstrumentType", CodeOf("InstrumentType", spec.type))("IsInline", spec.isInline ? 2 : 1)(
         "CalibratedRange", spec.range);
     if (!spec.size.empty()) row("NominalDiameter", CodeOf("NominalDiameter", spec.size));
     row.Add();
     if (run) {
-        data_.Row("T_InlineComp")("SP_ID", id)("SP_PipeRunID", run->id)("SP_InstrumentID", id)(
-             "NominalDiameter", CodeOf("NominalDiameter", spec.size.empty() ? run->size : spec.size))
+        data_
+            .Row("T_InlineComp")("SP_ID", id)("SP_PipeRunID", run->id)("SP_InstrumentID", id)(
+                "NominalDiameter",
+                CodeOf("NominalDiameter", spec.size.empty() ? run->size : spec.size))
             .Add();
         AddPipingPoints(id, spec.points, spec.size.empty() ? run->size : spec.size, {}, "Process");
     }
     for (const auto& function : spec.functions) {
-        data_.Row("T_InstrFunction")("SP_ID", NewId())("SP_InstrumentID", id)(
-             "FunctionType", CodeOf("FunctionType", function))
+        data_
+            .Row("T_InstrFunction")("SP_ID", NewId())("SP_InstrumentID", id)(
+                "FunctionType", CodeOf("FunctionType", function))
             .Add();
     }
     for (const auto& [action, mode] : spec.failModes) {
-        data_.Row("T_InstrFailMode")("SP_ID", NewId())("SP_InstrumentID", id)(
-             "FailureAction", CodeOf("FailureAction", action))(
-             "FailModeType", CodeOf("FailModeType", mode))
+        data_
+            .Row("T_InstrFailMode")("SP_ID", NewId())("SP_InstrumentID", id)(
+                "FailureAction", CodeOf("FailureAction", action))("FailModeType",
+                                                                  CodeOf("FailModeType", mode))
             .Add();
     }
     Placed placed{id, {}, x, y};
     if (d) {
-        placed.rep = AddRep(*d, id, "Symbol", spec.symbol.empty() ? SymbolFor(spec.cls) : spec.symbol);
+        placed.rep =
+            AddRep(*d, id, "Symbol", spec.symbol.empty() ? SymbolFor(spec.cls) : spec.symbol);
         AddSymbolRow(placed.rep, x, y, 0);
         AddItemHistory(*d, id);
     } else {
-        data_.Row("T_History")("SP_ID", NewId())("SP_ModelItemID", id)(
-             "Timestamp", Timestamp(30, 11 * 3600))("Actor", Actor(0))(
-             "EventType", CodeOf("EventType", "Created"))
+        data_
+            .Row("T_History")("SP_ID", NewId())("SP_ModelItemID", id)(
+                "Timestamp", Timestamp(30, 11 * 3600))("Actor", Actor(0))(
+                "EventType", CodeOf("EventType", "Created"))
             .Add();
     }
     return placed;
@@ -644,8 +677,9 @@ Placed PlantBuilder::AddOPC(Drawing& d, const Group& g, const std::string& id,
                             const std::string& type, double x, double y) {
     AddModelItem(id, "OPC", "Off-page connector " + tag);
     AddPlantItem(id, "OPC", "", g.id);
-    data_.Row("T_OPC")("SP_ID", id)("OPCTag", tag)("SP_PairedWithID", pairedWith)(
-         "OPCType", CodeOf("OPCType", type))
+    data_
+        .Row("T_OPC")("SP_ID", id)("OPCTag", tag)("SP_PairedWithID", pairedWith)(
+            "OPCType", CodeOf("OPCType", type))
         .Add();
     Placed placed{id, AddRep(d, id, "Symbol", SymbolFor(type)), x, y, false};
     AddSymbolRow(placed.rep, x, y, x < 0.4 ? 0 : 2);
@@ -653,8 +687,8 @@ Placed PlantBuilder::AddOPC(Drawing& d, const Group& g, const std::string& id,
     return placed;
 }
 
-Placed PlantBuilder::AddNote(Drawing& d, const std::string& text, const std::string& type,
-                             double x, double y) {
+Placed PlantBuilder::AddNote(Drawing& d, const std::string& text, const std::string& type, double x,
+                             double y) {
     const std::string id = NewId();
     AddModelItem(id, "Note", "");
     data_.Row("T_Note")("SP_ID", id)("NoteText", text)("NoteType", CodeOf("NoteType", type)).Add();
@@ -668,8 +702,9 @@ void PlantBuilder::AddLabel(Drawing& d, const std::string& item, const std::stri
                             const std::string& type, double x, double y) {
     const std::string rep = AddRep(d, item, "Label", SymbolFor(type));
     AddSymbolRow(rep, x, y, 0);
-    data_.Row("T_LabelPersist")("SP_ID", rep)("SP_RepresentationID", labelledRep)(
-         "LabelType", CodeOf("LabelType", type))
+    data_
+        .Row("T_LabelPersist")("SP_ID", rep)("SP_RepresentationID", labelledRep)(
+            "LabelType", CodeOf("LabelType", type))
         .Add();
 }
 
@@ -681,15 +716,19 @@ std::string PlantBuilder::AddLoop(Drawing& d, const Group& g, const std::string&
     const std::string id = NewId();
     AddModelItem(id, "InstrLoop", description);
     AddPlantItem(id, "InstrLoop", function + "-" + seq, g.id);
-    data_.Row("T_PlantItemGroup")("SP_ID", id)("PlantItemGroupType", CodeOf("PlantItemGroupType", "Loop"))(
-         "PlantItemGroupClass", CodeOf("PlantItemGroupClass", "Instrumentation"))
+    data_
+        .Row("T_PlantItemGroup")("SP_ID", id)("PlantItemGroupType",
+                                              CodeOf("PlantItemGroupType", "Loop"))(
+            "PlantItemGroupClass", CodeOf("PlantItemGroupClass", "Instrumentation"))
         .Add();
-    data_.Row("T_InstrLoop")("SP_ID", id)("LoopFunction", CodeOf("LoopFunction", function))(
-         "TagSequenceNo", seq)
+    data_
+        .Row("T_InstrLoop")("SP_ID", id)("LoopFunction", CodeOf("LoopFunction", function))(
+            "TagSequenceNo", seq)
         .Add();
     for (const auto& member : members) {
-        data_.Row("T_PlantItemGroupJoin")("SP_ID", NewId())("SP_PlantItemGroupID", id)(
-             "SP_PlantItemID", member)
+        data_
+            .Row("T_PlantItemGroupJoin")("SP_ID", NewId())("SP_PlantItemGroupID", id)(
+                "SP_PlantItemID", member)
             .Add();
     }
     AddItemHistory(d, id);
@@ -702,26 +741,35 @@ std::string PlantBuilder::AddItemGroup(Drawing& d, const Group& g, const std::st
     const std::string id = NewId();
     AddModelItem(id, kind, name);
     AddPlantItem(id, kind, tag, g.id, {}, name);
-    std::string groupType = kind == "Package" ? "Package" : kind == "System" ? "Test System" : "Safety Class";
-    std::string groupClass = kind == "Package" ? "Mechanical" : kind == "System" ? "Testing" : "Safety";
-    data_.Row("T_PlantItemGroup")("SP_ID", id)(
-         "PlantItemGroupType", CodeOf("PlantItemGroupType", groupType))(
-         "PlantItemGroupClass", CodeOf("PlantItemGroupClass", groupClass))
+    std::string groupType = kind == "Package"  ? "Package"
+                            : kind == "System" ? "Test System"
+                                               : "Safety Class";
+    std::string groupClass = kind == "Package"  ? "Mechanical"
+                             : kind == "System" ? "Testing"
+                                                : "Safety";
+    data_
+        .Row("T_PlantItemGroup")("SP_ID", id)("PlantItemGroupType",
+                                              CodeOf("PlantItemGroupType", groupType))(
+            "PlantItemGroupClass", CodeOf("PlantItemGroupClass", groupClass))
         .Add();
     if (kind == "Package") {
-        data_.Row("T_Package")("SP_ID", id)("VendorName", "Calder Pumps Ltd.")("PackageNumber", tag).Add();
+        data_.Row("T_Package")("SP_ID", id)("VendorName", "Calder Pumps Ltd.")("PackageNumber", tag)
+            .Add();
     } else if (kind == "System") {
-        data_.Row("T_System")("SP_ID", id)("TestMedium", CodeOf("TestMedium", "Water"))(
-             "TestPressure", "15.0 barg")
+        data_
+            .Row("T_System")("SP_ID", id)("TestMedium", CodeOf("TestMedium", "Water"))(
+                "TestPressure", "15.0 barg")
             .Add();
     } else {
-        data_.Row("T_SafetyClass")("SP_ID", id)(
-             "SafetyIntegrityLevel", CodeOf("SafetyIntegrityLevel", "SIL 2"))
+        data_
+            .Row("T_SafetyClass")("SP_ID", id)("SafetyIntegrityLevel",
+                                               CodeOf("SafetyIntegrityLevel", "SIL 2"))
             .Add();
     }
     for (const auto& member : members) {
-        data_.Row("T_PlantItemGroupJoin")("SP_ID", NewId())("SP_PlantItemGroupID", id)(
-             "SP_PlantItemID", member)
+        data_
+            .Row("T_PlantItemGroupJoin")("SP_ID", NewId())("SP_PlantItemGroupID", id)(
+                "SP_PlantItemID", member)
             .Add();
     }
     AddItemHistory(d, id);
@@ -733,56 +781,66 @@ std::string PlantBuilder::AddItemGroup(Drawing& d, const Group& g, const std::st
 void PlantBuilder::AddProcessCase(const std::string& item, const std::string& caseType,
                                   const std::vector<CaseValues>& values) {
     const std::string caseId = NewId();
-    data_.Row("T_Case")("SP_ID", caseId)("SP_ModelItemID", item)(
-         "CaseType", CaseTypeIndex(caseType))("CaseClass", CodeOf("CaseClass", "Process Case"))(
-         "UpdateCount", 1)
+    data_
+        .Row("T_Case")("SP_ID", caseId)("SP_ModelItemID", item)(
+            "CaseType", CaseTypeIndex(caseType))("CaseClass", CodeOf("CaseClass", "Process Case"))(
+            "UpdateCount", 1)
         .Add();
     for (const auto& v : values) {
         auto row = data_.Row("T_CaseProcess");
         row("SP_ID", NewId())("SP_CaseID", caseId)("Quality", CodeOf("Quality", v.quality))(
-            "Pressure", Fixed(v.pressureBarg, 1) + " barg")(
-            "SP_PressureSI", v.pressureBarg * 100000.0 + 101325.0)(
-            "Temperature", Fixed(v.temperatureC, 0) + " degC")(
-            "SP_TemperatureSI", v.temperatureC + 273.15);
+            "Pressure", Fixed(v.pressureBarg, 1) + " barg")("SP_PressureSI",
+                                                            v.pressureBarg * 100000.0 + 101325.0)(
+            "Temperature", Fixed(v.temperatureC, 0) + " degC")("SP_TemperatureSI",
+                                                               v.temperatureC + 273.15);
         if (v.flowKgH > 0) {
-            row("MassFlowRate", Fixed(v.flowKgH, 0) + " kg/h")("SP_MassFlowRateSI", v.flowKgH / 3600.0);
+            row("MassFlowRate", Fixed(v.flowKgH, 0) + " kg/h")("SP_MassFlowRateSI",
+                                                               v.flowKgH / 3600.0);
         }
         row.Add();
     }
 }
 
-void PlantBuilder::AddControlCase(const std::string& item, const std::vector<CaseValues>& setPoints) {
+void PlantBuilder::AddControlCase(const std::string& item,
+                                  const std::vector<CaseValues>& setPoints) {
     const std::string caseId = NewId();
-    data_.Row("T_Case")("SP_ID", caseId)("SP_ModelItemID", item)(
-         "CaseType", CaseTypeIndex("ControlCase"))("CaseClass", CodeOf("CaseClass", "Control Case"))(
-         "UpdateCount", 1)
+    data_
+        .Row("T_Case")("SP_ID", caseId)("SP_ModelItemID", item)("CaseType",
+                                                                CaseTypeIndex("ControlCase"))(
+            "CaseClass", CodeOf("CaseClass", "Control Case"))("UpdateCount", 1)
         .Add();
     for (const auto& v : setPoints) {
-        data_.Row("T_CaseControl")("SP_ID", NewId())("SP_CaseID", caseId)(
-             "Quality", CodeOf("Quality", v.quality))("SetPoint", Fixed(v.pressureBarg, 1) + " barg")(
-             "SP_SetPointSI", v.pressureBarg * 100000.0 + 101325.0)("ValveCv", v.flowKgH / 1000.0)
+        data_
+            .Row("T_CaseControl")("SP_ID", NewId())("SP_CaseID", caseId)(
+                "Quality", CodeOf("Quality", v.quality))("SetPoint",
+                                                         Fixed(v.pressureBarg, 1) + " barg")(
+                "SP_SetPointSI", v.pressureBarg * 100000.0 + 101325.0)("ValveCv",
+                                                                       v.flowKgH / 1000.0)
             .Add();
     }
 }
 
 void PlantBuilder::AddStatus(const std::string& item, const std::string& status, int day) {
-    data_.Row("T_Status")("SP_ID", NewId())("SP_ModelItemID", item)(
-         "Status", CodeOf("Status", status))("StatusDate", Timestamp(day, 12 * 3600))
+    data_
+        .Row("T_Status")("SP_ID", NewId())("SP_ModelItemID", item)(
+            "Status", CodeOf("Status", status))("StatusDate", Timestamp(day, 12 * 3600))
         .Add();
 }
 
 void PlantBuilder::AddModification(const std::string& item, const Drawing& d, int day, int seconds,
                                    const std::string& actor) {
-    data_.Row("T_History")("SP_ID", NewId())("SP_ModelItemID", item)("SP_DrawingID", d.id)(
-         "Timestamp", Timestamp(day, seconds))("Actor", actor)(
-         "EventType", CodeOf("EventType", "Modified"))
+    data_
+        .Row("T_History")("SP_ID", NewId())("SP_ModelItemID", item)("SP_DrawingID", d.id)(
+            "Timestamp", Timestamp(day, seconds))("Actor", actor)("EventType",
+                                                                  CodeOf("EventType", "Modified"))
         .Add();
 }
 
 void PlantBuilder::AddAreaBreak(const std::string& parent, const std::string& name,
                                 const std::string& value) {
-    data_.Row("T_AreaBreakAttribute")("SP_ID", NewId())("SP_ParentID", parent)("Name", name)(
-         "Value", value)
+    data_
+        .Row("T_AreaBreakAttribute")("SP_ID", NewId())("SP_ParentID", parent)("Name", name)("Value",
+                                                                                            value)
         .Add();
 }
 
@@ -793,8 +851,9 @@ Placed PlantBuilder::AddDuctRun(Drawing& d, const Group& g, const std::string& t
     const std::string id = NewId();
     AddModelItem(id, "DuctRun", type + " duct");
     AddPlantItem(id, "DuctRun", tag, g.id);
-    data_.Row("T_DuctRun")("SP_ID", id)("DuctRunType", CodeOf("DuctRunType", type))(
-         "DuctSize", size)("AirFlowRate", "2400 m3/h")
+    data_
+        .Row("T_DuctRun")("SP_ID", id)("DuctRunType", CodeOf("DuctRunType", type))(
+            "DuctSize", size)("AirFlowRate", "2400 m3/h")
         .Add();
     AddItemHistory(d, id);
     return Placed{id, {}, 0, 0};
@@ -805,7 +864,8 @@ Placed PlantBuilder::AddDuctingComp(Drawing& d, const Group& g, const std::strin
     const std::string id = NewId();
     AddModelItem(id, "DuctingComp", type);
     AddPlantItem(id, "DuctingComp", "", g.id);
-    data_.Row("T_DuctingComp")("SP_ID", id)("DuctingCompType", CodeOf("DuctingCompType", type)).Add();
+    data_.Row("T_DuctingComp")("SP_ID", id)("DuctingCompType", CodeOf("DuctingCompType", type))
+        .Add();
     data_.Row("T_InlineComp")("SP_ID", id)("SP_DuctRunID", ductRun)("SP_DuctingCompID", id).Add();
     // Ducting components carry no piping points: their connectors name no point index.
     Placed placed{id, AddRep(d, id, "Symbol", SymbolFor(type)), x, y, false};

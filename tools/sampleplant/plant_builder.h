@@ -71,7 +71,7 @@ struct DrawingSpec {
     std::string number;
     std::string title;
     std::string description;
-    std::string fileName;  // empty: no path
+    std::string fileName;      // empty: no path
     std::string pathOverride;  // a full relative path, when the file does not follow the name
     const Group* group = nullptr;
     int day = 0;
@@ -87,10 +87,11 @@ struct EquipSpec {
     std::string cls, subclass, type;
     std::string description;
     std::string material;
-    std::string subtable;  // T_Vessel, T_Mechanical, T_Exchanger, T_EquipmentOther, T_EquipComponent
+    std::string
+        subtable;  // T_Vessel, T_Mechanical, T_Exchanger, T_EquipmentOther, T_EquipComponent
     std::vector<std::pair<std::string, std::string>> subText;  // text columns of the subtable
-    std::string driver;     // T_Mechanical.DriverType
-    std::string partOf;     // the parent equipment of a component
+    std::string driver;                                        // T_Mechanical.DriverType
+    std::string partOf;  // the parent equipment of a component
     bool tagged = true;
     std::string symbol;
     int itemStatus = 1;
@@ -103,8 +104,8 @@ struct NozzleSpec {
     std::string type = "Flanged Nozzle";
     std::string rating = "150#";
     std::string flow;
-    std::string equipment;     // the equipment (or component) it belongs to
-    std::string equipmentRep;  // its representation on this drawing, for the relationship
+    std::string equipment;        // the equipment (or component) it belongs to
+    std::string equipmentRep;     // its representation on this drawing, for the relationship
     bool linkEquipmentId = true;  // false: tied to the equipment through SP_PartOfID only
     std::string usage = "Process";
 };
@@ -174,7 +175,7 @@ struct CaseValues {
 };
 
 class PlantBuilder {
-public:
+  public:
     PlantBuilder(FileWriter& data, FileWriter& structure, std::uint64_t seed);
 
     std::string NewId();
@@ -188,8 +189,8 @@ public:
     void AddSites();
 
     Drawing AddDrawing(const DrawingSpec& spec);
-    void AddRevision(const Drawing& d, const std::string& major, const std::string& minor,
-                     int day, bool nullDate = false);
+    void AddRevision(const Drawing& d, const std::string& major, const std::string& minor, int day,
+                     bool nullDate = false);
     // A stored version, tied to the drawing's latest revision when `withRevision`.
     void AddVersion(const Drawing& d, int number, int day, bool withRevision);
     void AddFrames(const Drawing& d, int auxGraphics);
@@ -197,8 +198,8 @@ public:
 
     Placed AddEquipment(Drawing& d, const Group& g, const EquipSpec& spec, double x, double y);
     // The same equipment drawn once more on another sheet.
-    std::string DrawAgain(Drawing& d, const std::string& item, const std::string& symbol,
-                          double x, double y);
+    std::string DrawAgain(Drawing& d, const std::string& item, const std::string& symbol, double x,
+                          double y);
     Placed AddNozzle(Drawing& d, const Group& g, const NozzleSpec& spec, double x, double y,
                      int quarterTurns = 0);
 
@@ -216,8 +217,8 @@ public:
 
     // A piping component; inline on `run` when it is given (a valve in the drawing stockpile
     // has none).
-    Placed AddPipingComp(Drawing& d, const Group& g, const Run* run, const CompSpec& spec,
-                         double x, double y, int quarterTurns = 0);
+    Placed AddPipingComp(Drawing& d, const Group& g, const Run* run, const CompSpec& spec, double x,
+                         double y, int quarterTurns = 0);
     // An instrument; inline when `run` is given. Without a drawing it lies in the plant
     // stockpile and has no representation.
     Placed AddInstrument(Drawing* d, const Group& g, const InstrSpec& spec, const Run* run,
@@ -274,7 +275,7 @@ public:
     // Files of the plant folder: relative path (with '\') and content.
     const std::vector<std::pair<std::string, std::string>>& drawingFiles() const { return files_; }
 
-private:
+  private:
     void AddPipingPoints(const std::string& item, int count, const std::string& size,
                          const std::string& size2, const std::string& usage);
     std::string Actor(int n) const;

@@ -26,7 +26,9 @@ const char* const kPidDictionary = "PLANTAPIDD";
 const char* const kChildStructure = "PLANTA_PROJ1";
 const char* const kChildData = "PLANTA_PROJ1PID";
 
-std::string DbFile(const char* user) { return std::string(user) + ".db"; }
+std::string DbFile(const char* user) {
+    return std::string(user) + ".db";
+}
 
 std::vector<std::string> OwnedEntries() {
     std::vector<std::string> names = {kSiteIni, kPlantName, kChildPlantName};
@@ -45,7 +47,8 @@ void PrepareFolder(const fs::path& out) {
     if (!fs::exists(out, ec)) {
         fs::create_directories(out, ec);
         if (ec) {
-            throw Error(kErrFileAccess, "Cannot create folder '" + out.string() + "': " + ec.message(),
+            throw Error(kErrFileAccess,
+                        "Cannot create folder '" + out.string() + "': " + ec.message(),
                         "PrepareFolder");
         }
         return;
@@ -64,7 +67,8 @@ void PrepareFolder(const fs::path& out) {
     for (const auto& name : OwnedEntries()) {
         fs::remove_all(out / name, ec);
         if (ec) {
-            throw Error(kErrFileAccess, "Cannot remove '" + (out / name).string() + "': " + ec.message(),
+            throw Error(kErrFileAccess,
+                        "Cannot remove '" + (out / name).string() + "': " + ec.message(),
                         "PrepareFolder");
         }
     }
@@ -79,7 +83,8 @@ void WriteFileAtomically(const fs::path& file, const std::string& content) {
         std::ofstream stream(temp, std::ios::binary | std::ios::trunc);
         stream.write(content.data(), static_cast<std::streamsize>(content.size()));
         if (!stream) {
-            throw Error(kErrFileAccess, "Cannot write '" + temp.string() + "'", "WriteFileAtomically");
+            throw Error(kErrFileAccess, "Cannot write '" + temp.string() + "'",
+                        "WriteFileAtomically");
         }
     }
     fs::rename(temp, file, ec);
@@ -100,12 +105,15 @@ int WriteDrawingFiles(const PlantBuilder& b, const fs::path& plantFolder) {
     return written;
 }
 
-FileCounts Counts(const FileWriter& f) { return {f.target().filename().string(), f.Counts()}; }
+FileCounts Counts(const FileWriter& f) {
+    return {f.target().filename().string(), f.Counts()};
+}
 
 // One plant: its data and structure schemas and its folder of drawing files.
 int WritePlant(const fs::path& out, const char* dataUser, const char* structureUser,
-               const std::string& name, const std::function<void(PlantBuilder&, const Group&)>& fill,
-               std::uint64_t seed, Result& result) {
+               const std::string& name,
+               const std::function<void(PlantBuilder&, const Group&)>& fill, std::uint64_t seed,
+               Result& result) {
     FileWriter data(out / DbFile(dataUser), PlantDataTables());
     FileWriter structure(out / DbFile(structureUser), PlantStructureTables());
     PlantBuilder b(data, structure, seed);
@@ -139,7 +147,8 @@ Result GeneratePlant(const Options& options) {
         [&](PlantBuilder& b, const Group& root) {
             AddShowcase(b, root);
             if (options.drawings > kShowcaseDrawings) {
-                AddProcessSheets(b, root, options.drawings - kShowcaseDrawings, options.seed, 2, true);
+                AddProcessSheets(b, root, options.drawings - kShowcaseDrawings, options.seed, 2,
+                                 true);
             }
         },
         options.seed, result);
@@ -172,13 +181,14 @@ Result GeneratePlant(const Options& options) {
         const std::string child = HexId(ids);
         const std::string created = Timestamp(0, 7 * 3600);
         site.Row("T_RootItem")("SP_ID", parent)("Name", kPlantName)(
-            "Description", "Tarnbrook sample plant (as-built)")("Path", (out / kPlantName).string())(
-            "PlantGroupTypeName", "Plant")("DateCreated", created)
+                "Description", "Tarnbrook sample plant (as-built)")(
+                "Path", (out / kPlantName).string())("PlantGroupTypeName", "Plant")("DateCreated",
+                                                                                    created)
             .Add();
         site.Row("T_RootItem")("SP_ID", child)("Name", kChildPlantName)(
-            "Description", "Project 1 of PlantA")("Path", (out / kChildPlantName).string())(
-            "PlantGroupTypeName", "Plant")("DateCreated", Timestamp(400, 7 * 3600))(
-            "SP_ParentRootItemID", parent)
+                "Description", "Project 1 of PlantA")("Path", (out / kChildPlantName).string())(
+                "PlantGroupTypeName", "Plant")("DateCreated", Timestamp(400, 7 * 3600))(
+                "SP_ParentRootItemID", parent)
             .Add();
         // The parent's rows leave the server empty (the site's serves); the child's name it.
         const std::tuple<const std::string*, const char*, const char*, bool> rows[] = {
@@ -190,8 +200,9 @@ Result GeneratePlant(const Options& options) {
             {&child, "SPPID", kChildData, true},
         };
         for (const auto& [root, type, user, withServer] : rows) {
-            site.Row("T_DB_DATA")("SP_ID", HexId(ids))("SP_RootItemID", *root)("SP_Schema_Type", type)(
-                "Username", user)("DBServer", withServer ? out.string() : "")
+            site.Row("T_DB_DATA")("SP_ID", HexId(ids))("SP_RootItemID", *root)(
+                    "SP_Schema_Type", type)("Username", user)("DBServer",
+                                                              withServer ? out.string() : "")
                 .Add();
         }
         site.Finish();
@@ -205,7 +216,8 @@ Result GeneratePlant(const Options& options) {
     ini.Set("SITESCHEMA", "UID", kSiteUser);
     ini.Set("SITESCHEMA", "DBAUSER", kSiteAdmin);
     if (!ini.Save(out / kSiteIni)) {
-        throw Error(kErrFileAccess, "Cannot write '" + (out / kSiteIni).string() + "'", "GeneratePlant");
+        throw Error(kErrFileAccess, "Cannot write '" + (out / kSiteIni).string() + "'",
+                    "GeneratePlant");
     }
     return result;
 }

@@ -29,7 +29,9 @@ int Rng::Between(int lo, int hi) {
     return lo + static_cast<int>(Below(static_cast<std::uint64_t>(hi - lo) + 1));
 }
 
-bool Rng::Chance(int percent) { return static_cast<int>(Below(100)) < percent; }
+bool Rng::Chance(int percent) {
+    return static_cast<int>(Below(100)) < percent;
+}
 
 Rng Rng::Fork(std::uint64_t stream) const {
     return Rng(Mix(state_ ^ Mix(stream + 0xD1B54A32D192ED03ULL)));

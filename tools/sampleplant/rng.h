@@ -10,7 +10,7 @@
 namespace tb::sampleplant {
 
 class Rng {
-public:
+  public:
     explicit Rng(std::uint64_t seed) : state_(seed) {}
 
     std::uint64_t Next();
@@ -28,7 +28,7 @@ public:
         return items[static_cast<std::size_t>(Below(items.size()))];
     }
 
-private:
+  private:
     std::uint64_t state_;
 };
 

@@ -10,17 +10,31 @@
 namespace tb::sampleplant {
 namespace {
 
-ColumnDef Id(std::string name) { return {std::move(name), Ty::Id, 32, {}}; }
-ColumnDef Txt(std::string name, int width) { return {std::move(name), Ty::Text, width, {}}; }
-ColumnDef Int(std::string name) { return {std::move(name), Ty::Int, 0, {}}; }
-ColumnDef Real(std::string name) { return {std::move(name), Ty::Real, 0, {}}; }
-ColumnDef Date(std::string name) { return {std::move(name), Ty::Date, 0, {}}; }
-ColumnDef Blob(std::string name) { return {std::move(name), Ty::Blob, 0, {}}; }
+ColumnDef Id(std::string name) {
+    return {std::move(name), Ty::Id, 32, {}};
+}
+ColumnDef Txt(std::string name, int width) {
+    return {std::move(name), Ty::Text, width, {}};
+}
+ColumnDef Int(std::string name) {
+    return {std::move(name), Ty::Int, 0, {}};
+}
+ColumnDef Real(std::string name) {
+    return {std::move(name), Ty::Real, 0, {}};
+}
+ColumnDef Date(std::string name) {
+    return {std::move(name), Ty::Date, 0, {}};
+}
+ColumnDef Blob(std::string name) {
+    return {std::move(name), Ty::Blob, 0, {}};
+}
 ColumnDef Code(std::string name, std::string list = {}) {
     if (list.empty()) list = name;
     return {std::move(name), Ty::Code, 0, std::move(list)};
 }
-ColumnDef Bool(std::string name) { return Code(std::move(name), "Boolean"); }
+ColumnDef Bool(std::string name) {
+    return Code(std::move(name), "Boolean");
+}
 
 TableDef T(std::string name, std::string item, std::vector<ColumnDef> columns) {
     return TableDef{std::move(name), std::move(columns), std::move(item)};
@@ -35,7 +49,8 @@ std::vector<TableDef> SharedStructureTables() {
            Code("PlantGroupType"), Txt("Dir_Path", 255), Int("Depth"), Int("UpdateCount")}),
         T("T_Area", "Area", {Id("SP_ID"), Txt("AreaCode", 20)}),
         T("T_Unit", "Unit", {Id("SP_ID"), Txt("UnitCode", 20)}),
-        T("T_WSSite", "", {Id("SP_ID"), Txt("Name", 100), Txt("Description", 240), Txt("SiteType", 20)}),
+        T("T_WSSite", "",
+          {Id("SP_ID"), Txt("Name", 100), Txt("Description", 240), Txt("SiteType", 20)}),
         T("T_ActiveWSSite", "", {Id("SP_WSSiteID")}),
         T("T_DrawingSite", "",
           {Id("SP_ID"), Id("SP_DrawingID"), Id("SP_WSSiteID"), Txt("Name", 100),
@@ -63,7 +78,9 @@ std::vector<TableDef> SiteTables() {
     };
 }
 
-std::vector<TableDef> PlantStructureTables() { return SharedStructureTables(); }
+std::vector<TableDef> PlantStructureTables() {
+    return SharedStructureTables();
+}
 
 std::vector<TableDef> PlantDataTables() {
     std::vector<TableDef> tables = {
@@ -157,7 +174,8 @@ std::vector<TableDef> PlantDataTables() {
           {Id("SP_ID"), Txt("DiameterInternal", 40), Txt("LengthTanToTan", 40),
            Txt("VolumeRating", 40)}),
         T("T_Mechanical", "Mechanical", {Id("SP_ID"), Code("DriverType"), Txt("RatedPower", 40)}),
-        T("T_Exchanger", "Exchanger", {Id("SP_ID"), Txt("HeatDuty", 40), Txt("TemaDesignation", 10)}),
+        T("T_Exchanger", "Exchanger",
+          {Id("SP_ID"), Txt("HeatDuty", 40), Txt("TemaDesignation", 10)}),
         T("T_EquipmentOther", "EquipmentOther", {Id("SP_ID"), Txt("MeshSize", 40)}),
         T("T_EquipComponent", "EquipComponent", {Id("SP_ID"), Txt("SectionName", 40)}),
         T("T_Nozzle", "Nozzle",
@@ -167,8 +185,7 @@ std::vector<TableDef> PlantDataTables() {
           {Id("SP_ID"), Id("SP_PlantItemID"), Int("PointIndex"), Code("NominalDiameter"),
            Code("PipingPointUsage"), Code("FlowDirection")}),
         T("T_Note", "Note", {Id("SP_ID"), Txt("NoteText", 2000), Code("NoteType")}),
-        T("T_OPC", "OPC",
-          {Id("SP_ID"), Txt("OPCTag", 40), Id("SP_PairedWithID"), Code("OPCType")}),
+        T("T_OPC", "OPC", {Id("SP_ID"), Txt("OPCTag", 40), Id("SP_PairedWithID"), Code("OPCType")}),
         T("T_Status", "Status",
           {Id("SP_ID"), Id("SP_ModelItemID"), Code("Status"), Date("StatusDate")}),
         T("T_History", "History",
@@ -205,7 +222,8 @@ std::vector<TableDef> PidDictionaryTables() {
            Txt("CODELIST_SHORT_TEXT", 40), Int("CODELIST_CONSTRAINT"), Int("CODELIST_SORT_VALUE"),
            Int("CODELIST_ENTRY_DISABLED")}),
         T("ENUMERATIONS", "", {Int("ID"), Txt("NAME", 100), Txt("DESCRIPTION", 240)}),
-        T("ENTITIES", "", {Int("ENTITY_NUMBER"), Txt("ENTITY_NAME", 64), Txt("ENTITY_TABLENAME", 64)}),
+        T("ENTITIES", "",
+          {Int("ENTITY_NUMBER"), Txt("ENTITY_NAME", 64), Txt("ENTITY_TABLENAME", 64)}),
         T("UNIQUEATTS", "",
           {Int("ENTITY_NUMBER"), Txt("UNIQUE_NAME", 64), Txt("CALCULATIONPROGID", 100)}),
         T("ITEM", "", {Int("ID"), Txt("NAME", 64)}),
@@ -264,8 +282,8 @@ std::string DisplayName(std::string_view column) {
         if (upper && i > 0 && !out.empty() && out.back() != ' ') {
             const bool prevLower = std::islower(static_cast<unsigned char>(name[i - 1])) != 0 ||
                                    std::isdigit(static_cast<unsigned char>(name[i - 1])) != 0;
-            const bool nextLower = i + 1 < name.size() &&
-                                   std::islower(static_cast<unsigned char>(name[i + 1])) != 0;
+            const bool nextLower =
+                i + 1 < name.size() && std::islower(static_cast<unsigned char>(name[i + 1])) != 0;
             const bool prevUpper = std::isupper(static_cast<unsigned char>(name[i - 1])) != 0;
             if (prevLower || (prevUpper && nextLower)) out += ' ';
         }

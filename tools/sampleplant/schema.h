@@ -4,8 +4,8 @@
 // from them, so the two cannot drift apart.
 
 #include <string>
-#include <utility>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tb::sampleplant {
@@ -23,8 +23,8 @@ enum class Ty {
 struct ColumnDef {
     std::string name;
     Ty type = Ty::Text;
-    int width = 0;      // Text and Id only
-    std::string list;   // Code only: the key of its code list
+    int width = 0;     // Text and Id only
+    std::string list;  // Code only: the key of its code list
 };
 
 struct TableDef {

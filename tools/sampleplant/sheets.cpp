@@ -34,10 +34,13 @@ struct Vessel {
 };
 
 const Vessel kVessels[] = {
-    {"V", "Vessel", "Drum", "Horizontal Drum", "Surge Drum", "\\Equipment\\Vessels\\Horizontal Drum.sym"},
-    {"V", "Vessel", "Separator", "Vertical Separator", "Separator", "\\Equipment\\Vessels\\Vertical Separator.sym"},
+    {"V", "Vessel", "Drum", "Horizontal Drum", "Surge Drum",
+     "\\Equipment\\Vessels\\Horizontal Drum.sym"},
+    {"V", "Vessel", "Separator", "Vertical Separator", "Separator",
+     "\\Equipment\\Vessels\\Vertical Separator.sym"},
     {"C", "Vessel", "Column", "Tray Column", "Stripper", "\\Equipment\\Columns\\Tray Column.sym"},
-    {"T", "Tank", "Atmospheric Tank", "Floating Roof Tank", "Intermediate Tank", "\\Equipment\\Tanks\\Floating Roof Tank.sym"},
+    {"T", "Tank", "Atmospheric Tank", "Floating Roof Tank", "Intermediate Tank",
+     "\\Equipment\\Tanks\\Floating Roof Tank.sym"},
 };
 
 CompSpec Comp(const std::string& type, const std::string& size, const std::string& spec,
@@ -110,7 +113,9 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
 
     const std::string fluid = r.Pick(std::vector<std::string>{"P", "PL", "PG"});
     const std::string spec = r.Pick(std::vector<std::string>{"A1A", "A3A", "B1A", "S1A"});
-    const auto sizeAt = [&](int lo, int hi) { return kSizes[static_cast<std::size_t>(r.Between(lo, hi))]; };
+    const auto sizeAt = [&](int lo, int hi) {
+        return kSizes[static_cast<std::size_t>(r.Between(lo, hi))];
+    };
     const std::string sizeIn = sizeAt(2, 4);
     const std::string sizeOut = sizeAt(3, 5);
     const std::string suction = sizeAt(2, 4);
@@ -152,7 +157,8 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
     const bool drain = r.Chance(50);
 
     // Incoming line through a gate valve.
-    const Placed opcIn = b.AddOPC(d, unit, chain.inId, chain.inTag, chain.inPair, "Piping OPC", 0.05, 0.40);
+    const Placed opcIn =
+        b.AddOPC(d, unit, chain.inId, chain.inTag, chain.inPair, "Piping OPC", 0.05, 0.40);
     RunSpec aSpec = line(1, sizeIn);
     if (!chain.lineTag.empty()) aSpec.tag = chain.lineTag;
     const Run a = b.AddRun(d, unit, aSpec);
@@ -198,7 +204,8 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
         pB = b.AddEquipment(d, unit, ps, 0.55, 0.08);
         pBN1 = b.AddNozzle(d, unit, Nz(pB, 1, suction), 0.53, 0.08, 2);
         pBN2 = b.AddNozzle(d, unit, Nz(pB, 2, discharge), 0.55, 0.10, 1);
-        b.AddItemGroup(d, unit, "Package", "PKG-" + eq, ps.description + " Package", {pA.item, pB.item});
+        b.AddItemGroup(d, unit, "Package", "PKG-" + eq, ps.description + " Package",
+                       {pA.item, pB.item});
     }
 
     // Suction: from the vessel, reduced when the sizes differ (two runs of one tag).
@@ -226,15 +233,18 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
         bpSuction = b.AddBranchPoint(d, suctionRun, 0.45, 0.20);
         suctionItems.push_back(bpSuction);
     }
-    suctionItems.push_back(b.AddPipingComp(d, unit, &suctionRun, Comp("Gate Valve", suction, spec), 0.49, 0.20));
+    suctionItems.push_back(
+        b.AddPipingComp(d, unit, &suctionRun, Comp("Gate Valve", suction, spec), 0.49, 0.20));
     if (r.Chance(30)) {
-        suctionItems.push_back(b.AddPipingComp(d, unit, &suctionRun, Comp("Y-Strainer", suction, spec), 0.51, 0.20));
+        suctionItems.push_back(
+            b.AddPipingComp(d, unit, &suctionRun, Comp("Y-Strainer", suction, spec), 0.51, 0.20));
     }
     const auto sConn = b.RouteThrough(d, suctionRun, suctionStart, suctionItems, At(pAN1, 1));
     b.AddLabel(d, suctionRun.id, sConn[0], "Line Number", 0.44, 0.21);
     if (spare) {
         const Run bs = b.AddRun(d, unit, line(3, suction));
-        const Placed gv = b.AddPipingComp(d, unit, &bs, Comp("Gate Valve", suction, spec), 0.49, 0.08);
+        const Placed gv =
+            b.AddPipingComp(d, unit, &bs, Comp("Gate Valve", suction, spec), 0.49, 0.08);
         b.RouteThrough(d, bs, At(bpSuction), {gv}, At(pBN1, 1));
     }
 
@@ -273,7 +283,8 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
         cItems.push_back(fe);
         cItems.push_back(fv);
     }
-    const Placed opcOut = b.AddOPC(d, unit, chain.outId, chain.outTag, chain.outPair, "Piping OPC", 0.82, 0.30);
+    const Placed opcOut =
+        b.AddOPC(d, unit, chain.outId, chain.outTag, chain.outPair, "Piping OPC", 0.82, 0.30);
     std::string outTag = c.tag;
     if (exchanger) {
         EquipSpec es;
@@ -329,8 +340,10 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
     }
     if (spare) {
         const Run cs = b.AddRun(d, unit, line(6, discharge));
-        const Placed cv = b.AddPipingComp(d, unit, &cs, Comp("Check Valve", discharge, spec), 0.58, 0.12);
-        const Placed gv = b.AddPipingComp(d, unit, &cs, Comp("Gate Valve", discharge, spec), 0.60, 0.14);
+        const Placed cv =
+            b.AddPipingComp(d, unit, &cs, Comp("Check Valve", discharge, spec), 0.58, 0.12);
+        const Placed gv =
+            b.AddPipingComp(d, unit, &cs, Comp("Gate Valve", discharge, spec), 0.60, 0.14);
         b.RouteThrough(d, cs, At(pBN2, 1), {cv, gv}, At(bpJoin));
     }
 
@@ -340,10 +353,12 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
     ventSpec.insulation.clear();
     const Run vent = b.AddRun(d, unit, ventSpec);
     const bool gauge = r.Chance(50);
-    const Placed gvV = b.AddPipingComp(d, unit, &vent, Comp("Gate Valve", "1\"", spec, gauge ? 3 : 2), 0.30, 0.48);
+    const Placed gvV =
+        b.AddPipingComp(d, unit, &vent, Comp("Gate Valve", "1\"", spec, gauge ? 3 : 2), 0.30, 0.48);
     b.RouteThrough(d, vent, At(vN3, 1), {gvV}, Open(0.30, 0.53));
     if (gauge) {
-        InstrSpec pi = Instr("P", "I", code + Pad(k * 5 + 2, 2), "Local Indicator", "Pressure Gauge");
+        InstrSpec pi =
+            Instr("P", "I", code + Pad(k * 5 + 2, 2), "Local Indicator", "Pressure Gauge");
         pi.functions = {"Indicate"};
         const Placed g = b.AddInstrument(&d, unit, pi, nullptr, 0.36, 0.52);
         b.Route(d, b.AddRun(d, unit, Impulse("1/2\"")), {At(gvV, 3), At(g)});
@@ -357,7 +372,8 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
         drainSpec.type = "Secondary Piping";
         drainSpec.insulation.clear();
         const Run dr = b.AddRun(d, unit, drainSpec);
-        const Placed gv = b.AddPipingComp(d, unit, &dr, Comp("Ball Valve", "2\"", spec), 0.28, 0.22);
+        const Placed gv =
+            b.AddPipingComp(d, unit, &dr, Comp("Ball Valve", "2\"", spec), 0.28, 0.22);
         b.RouteThrough(d, dr, At(vN6, 1), {gv}, Open(0.28, 0.15));
     }
     if (relief) {
@@ -367,7 +383,8 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
         stub.zeroLength = true;
         stub.insulation.clear();
         const Run st = b.AddRun(d, unit, stub);
-        InstrSpec psv = Instr("P", "SV", code + Pad(k * 5 + 3, 2), "Relief Device", "Pressure Safety Valve");
+        InstrSpec psv =
+            Instr("P", "SV", code + Pad(k * 5 + 3, 2), "Relief Device", "Pressure Safety Valve");
         psv.isInline = true;
         psv.size = psvSize;
         const Placed valve = b.AddInstrument(&d, unit, psv, &st, 0.26, 0.45);
@@ -394,7 +411,8 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
     lic.functions = {"Indicate", "Control", "Alarm High", "Alarm Low"};
     const Placed licP = b.AddInstrument(&d, unit, lic, nullptr, 0.44, 0.50);
     b.AddSignal(d, unit, At(ltP), At(licP));
-    b.AddLoop(d, unit, "L", lt.seq, {ltP.item, licP.item}, std::string(kind.description) + " level");
+    b.AddLoop(d, unit, "L", lt.seq, {ltP.item, licP.item},
+              std::string(kind.description) + " level");
     if (flow) {
         InstrSpec ft = Instr("F", "T", loopSeq, "Transmitter", "Flow Transmitter");
         const Placed ftP = b.AddInstrument(&d, unit, ft, nullptr, 0.67, 0.40);
@@ -406,7 +424,9 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
         b.AddSignal(d, unit, At(ficP), At(fv), "Pneumatic");
         b.AddLoop(d, unit, "F", loopSeq, {fe.item, ftP.item, ficP.item, fv.item}, "Discharge flow");
         b.AddControlCase(fv.item, {{"Max", 12.0 + r.Between(0, 8), 0, 1000.0 * r.Between(10, 90)}});
-        if (r.Chance(25)) b.AddItemGroup(d, unit, "SafetyClass", "SIS-" + eq, "Overfill protection", {fv.item, ltP.item});
+        if (r.Chance(25))
+            b.AddItemGroup(d, unit, "SafetyClass", "SIS-" + eq, "Overfill protection",
+                           {fv.item, ltP.item});
     }
     if (temperature) {
         InstrSpec te = Instr("T", "E", code + Pad(k * 5 + 5, 2), "Primary Element", "Thermowell");
@@ -424,22 +444,27 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
     if (global % 25 == 12) {
         const Placed duct = b.AddDuctRun(d, unit, "D-" + eq, "Supply Air", "500x300");
         const Placed damper = b.AddDuctingComp(d, unit, duct.item, "Volume Damper", 0.20, 0.08);
-        b.RouteThrough(d, Run{duct.item, "D-" + eq, {}}, Open(0.10, 0.08), {damper}, Open(0.30, 0.08));
+        b.RouteThrough(d, Run{duct.item, "D-" + eq, {}}, Open(0.10, 0.08), {damper},
+                       Open(0.30, 0.08));
     }
     if (r.Chance(70)) {
-        b.AddNote(d, "NOTE: " + std::string(kind.description) + " " + vs.prefix + "-" + eq +
-                         " TO BE ISOLATED BEFORE MAINTENANCE.",
+        b.AddNote(d,
+                  "NOTE: " + std::string(kind.description) + " " + vs.prefix + "-" + eq +
+                      " TO BE ISOLATED BEFORE MAINTENANCE.",
                   "General Note", 0.70, 0.55);
     }
     b.AddLabel(d, vessel.item, vessel.rep, "Item Tag", 0.30, 0.30);
     if (r.Chance(40)) b.AddItemGroup(d, unit, "System", "HT-" + eq, "Hydrotest " + eq, tested);
 
     const double designP = 6.0 + r.Between(0, 20);
-    b.AddProcessCase(vessel.item, "ProcessDesign", {{"Max", designP, 90.0 + 10 * r.Between(0, 10), 0}});
+    b.AddProcessCase(vessel.item, "ProcessDesign",
+                     {{"Max", designP, 90.0 + 10 * r.Between(0, 10), 0}});
     b.AddProcessCase(a.id, "ProcessDesign", {{"Max", designP, 90.0, 0}});
-    b.AddProcessCase(a.id, "ProcessOperating", {{"Norm", designP * 0.6, 45.0, 1000.0 * r.Between(5, 60)}});
+    b.AddProcessCase(a.id, "ProcessOperating",
+                     {{"Norm", designP * 0.6, 45.0, 1000.0 * r.Between(5, 60)}});
     b.AddProcessCase(c.id, "ProcessDesign", {{"Max", designP + 6.0, 90.0, 0}});
-    b.AddProcessCase(c.id, "ProcessOperating", {{"Norm", designP, 45.0, 1000.0 * r.Between(5, 60)}});
+    b.AddProcessCase(c.id, "ProcessOperating",
+                     {{"Norm", designP, 45.0, 1000.0 * r.Between(5, 60)}});
     b.AddProcessCase(pA.item, "ProcessDesign", {{"Max", designP + 6.0, 90.0, 0}});
 
     // Revisions, stored versions, frames and the drawing's own history.
@@ -450,7 +475,8 @@ void Sheet(PlantBuilder& b, const Group& unit, int global, int k, Chain& chain, 
         const std::string minor = r.Chance(10) ? "" : std::to_string(r.Below(3));
         b.AddRevision(d, kMajors[i], minor, d.day + 20 + 30 * i, missingFile && i == 1);
     }
-    if (revisions > 0) b.AddAreaBreak(vessel.item, "Revision.RevisionNumber", kMajors[revisions - 1]);
+    if (revisions > 0)
+        b.AddAreaBreak(vessel.item, "Revision.RevisionNumber", kMajors[revisions - 1]);
     const int versions = static_cast<int>(r.Below(3));
     for (int i = 0; i < versions; ++i) {
         b.AddVersion(d, i + 1, d.day + 25 + 30 * revisions + i, revisions > 0 && r.Chance(50));
@@ -468,10 +494,12 @@ void AddProcessSheets(PlantBuilder& b, const Group& root, int count, std::uint64
     int global = 0;
     for (int areaNo = firstArea; global < count; ++areaNo) {
         const std::string areaCode = std::to_string(areaNo * 10);
-        const Group area = b.AddGroup(root, "Area" + areaCode, "Area", "Process area " + areaCode, areaCode);
+        const Group area =
+            b.AddGroup(root, "Area" + areaCode, "Area", "Process area " + areaCode, areaCode);
         for (int u = 1; u <= 5 && global < count; ++u) {
             const std::string code = std::to_string(areaNo * 10 + u);
-            const Group unit = b.AddGroup(area, "Unit" + code, "Unit", "Process unit " + code, code);
+            const Group unit =
+                b.AddGroup(area, "Unit" + code, "Unit", "Process unit " + code, code);
             const int sheets = std::min(10, count - global);
             // Connector ids are drawn up front: each sheet names its mate on the next one.
             std::vector<std::string> ins;

@@ -94,7 +94,8 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
     spec2.name = "PID-12-01";
     spec2.number = "TB-12-PID-001";
     spec2.title = "Feed Preheater E-1201";
-    spec2.description = "Preheater section (Vorw\xC3\xA4rmer, \xE9\xA2\x84\xE7\x83\xAD\xE5\x99\xA8)";
+    spec2.description =
+        "Preheater section (Vorw\xC3\xA4rmer, \xE9\xA2\x84\xE7\x83\xAD\xE5\x99\xA8)";
     spec2.fileName = "PID-12-01.pid";
     spec2.group = &u12;
     spec2.day = 20;
@@ -134,8 +135,8 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
     drumSpec.description = "Feed Drum";
     drumSpec.material = "CS";
     drumSpec.subtable = "T_Vessel";
-    drumSpec.subText = {{"DiameterInternal", "1800 mm"}, {"LengthTanToTan", "5400 mm"},
-                        {"VolumeRating", "15 m3"}};
+    drumSpec.subText = {
+        {"DiameterInternal", "1800 mm"}, {"LengthTanToTan", "5400 mm"}, {"VolumeRating", "15 m3"}};
     drumSpec.symbol = kDrum;
     const Placed drum = b.AddEquipment(d1, u11, drumSpec, 0.30, 0.35);
     NozzleSpec n1 = Nozzle(drum, "1", "4\"");
@@ -339,8 +340,10 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
     b.AddProcessCase(r2a.id, "ProcessDesign", {{"Max", 10.0, 80.0, 0}});
     b.AddProcessCase(r2b.id, "ProcessDesign", {{"Max", 10.0, 80.0, 0}});
     b.AddProcessCase(r3.id, "ProcessDesign", {{"Max", 16.0, 80.0, 0}, {"Min", -1.0, -10.0, 0}});
-    b.AddProcessCase(r3.id, "ProcessOperating", {{"Norm", 12.0, 45.0, 12000}, {"Max", 13.5, 50.0, 15000}});
-    b.AddProcessCase(drum.item, "ProcessDesign", {{"Max", 10.0, 120.0, 0}, {"Min", -1.0, -10.0, 0}});
+    b.AddProcessCase(r3.id, "ProcessOperating",
+                     {{"Norm", 12.0, 45.0, 12000}, {"Max", 13.5, 50.0, 15000}});
+    b.AddProcessCase(drum.item, "ProcessDesign",
+                     {{"Max", 10.0, 120.0, 0}, {"Min", -1.0, -10.0, 0}});
     b.AddProcessCase(pumpA.item, "ProcessDesign", {{"Max", 16.0, 80.0, 0}});
     b.AddControlCase(fv.item, {{"Max", 12.0, 0, 42000}, {"Min", 8.0, 0, 42000}});
     // Three more modifications of 11003-P, stored out of time order.
@@ -387,8 +390,10 @@ void AddShowcase(PlantBuilder& b, const Group& root) {
         s.symbol = "\\Equipment\\Exchangers\\TEMA " + name + ".sym";
         return b.AddEquipment(d2, u12, s, x, 0.30);
     };
-    const Placed front = section("TEMA Exchanger Front Section", "Channel Type A", "Front Channel", 0.38);
-    const Placed rear = section("TEMA Exchanger Rear Section", "Floating Head Type S", "Rear Head", 0.52);
+    const Placed front =
+        section("TEMA Exchanger Front Section", "Channel Type A", "Front Channel", 0.38);
+    const Placed rear =
+        section("TEMA Exchanger Rear Section", "Floating Head Type S", "Rear Head", 0.52);
     section("TEMA Exchanger Shell", "Shell Type E", "Shell", 0.45);
     // Tube side nozzles belong to the untagged front section.
     const Placed exN1 = b.AddNozzle(d2, u12, Nozzle(front, "1", "3\""), 0.37, 0.28, 2);

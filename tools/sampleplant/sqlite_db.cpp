@@ -5,7 +5,8 @@
 namespace tb::sampleplant {
 
 Db::Db(const std::filesystem::path& file, bool readOnly) : file_(file) {
-    const int flags = readOnly ? SQLITE_OPEN_READONLY : (SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    const int flags =
+        readOnly ? SQLITE_OPEN_READONLY : (SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     const int rc = sqlite3_open_v2(file.c_str(), &db_, flags, nullptr);
     if (rc != SQLITE_OK) {
         std::string message = db_ ? sqlite3_errmsg(db_) : sqlite3_errstr(rc);
@@ -15,7 +16,9 @@ Db::Db(const std::filesystem::path& file, bool readOnly) : file_(file) {
     }
 }
 
-Db::~Db() { Close(); }
+Db::~Db() {
+    Close();
+}
 
 void Db::Close() {
     if (db_) {
@@ -44,14 +47,15 @@ std::int64_t Db::QueryInt(std::string_view sql) {
 }
 
 Stmt::Stmt(Db& db, std::string_view sql) : db_(db), sql_(sql) {
-    if (!db.handle() ||
-        sqlite3_prepare_v2(db.handle(), sql_.c_str(), static_cast<int>(sql_.size()), &stmt_,
-                           nullptr) != SQLITE_OK) {
+    if (!db.handle() || sqlite3_prepare_v2(db.handle(), sql_.c_str(), static_cast<int>(sql_.size()),
+                                           &stmt_, nullptr) != SQLITE_OK) {
         db.Fail("Prepare", sql_);
     }
 }
 
-Stmt::~Stmt() { sqlite3_finalize(stmt_); }
+Stmt::~Stmt() {
+    sqlite3_finalize(stmt_);
+}
 
 void Stmt::BindNull(int index) {
     if (sqlite3_bind_null(stmt_, index) != SQLITE_OK) db_.Fail("Bind", sql_);
@@ -91,18 +95,26 @@ void Stmt::Reset() {
     sqlite3_clear_bindings(stmt_);
 }
 
-int Stmt::ColumnCount() const { return sqlite3_column_count(stmt_); }
+int Stmt::ColumnCount() const {
+    return sqlite3_column_count(stmt_);
+}
 
 std::string Stmt::ColumnName(int index) const {
     const char* name = sqlite3_column_name(stmt_, index);
     return name ? name : "";
 }
 
-bool Stmt::IsNull(int index) const { return sqlite3_column_type(stmt_, index) == SQLITE_NULL; }
+bool Stmt::IsNull(int index) const {
+    return sqlite3_column_type(stmt_, index) == SQLITE_NULL;
+}
 
-std::int64_t Stmt::Int(int index) const { return sqlite3_column_int64(stmt_, index); }
+std::int64_t Stmt::Int(int index) const {
+    return sqlite3_column_int64(stmt_, index);
+}
 
-double Stmt::Real(int index) const { return sqlite3_column_double(stmt_, index); }
+double Stmt::Real(int index) const {
+    return sqlite3_column_double(stmt_, index);
+}
 
 std::string Stmt::Text(int index) const {
     const auto* text = sqlite3_column_text(stmt_, index);

@@ -13,7 +13,7 @@
 namespace tb::sampleplant {
 
 class Db {
-public:
+  public:
     // Opens (and creates when missing) a database file for writing.
     explicit Db(const std::filesystem::path& file, bool readOnly = false);
     ~Db();
@@ -31,13 +31,13 @@ public:
 
     [[noreturn]] void Fail(std::string_view what, std::string_view sql) const;
 
-private:
+  private:
     sqlite3* db_ = nullptr;
     std::filesystem::path file_;
 };
 
 class Stmt {
-public:
+  public:
     Stmt(Db& db, std::string_view sql);
     ~Stmt();
     Stmt(const Stmt&) = delete;
@@ -60,7 +60,7 @@ public:
     double Real(int index) const;
     std::string Text(int index) const;
 
-private:
+  private:
     Db& db_;
     sqlite3_stmt* stmt_ = nullptr;
     std::string sql_;

@@ -1,3 +1,5 @@
 #include "app/main.h"
 
-int main(int argc, char** argv) { return tb::app::Main(argc, argv); }
+int main(int argc, char** argv) {
+    return tb::app::Main(argc, argv);
+}

@@ -26,12 +26,13 @@ TEST(LargePlant, CountsAndIntegrity) {
     EXPECT_THAT(InlineItemsOffTheirRun(db), IsEmpty());
     EXPECT_EQ(Scalar(db, "SELECT count(*) FROM T_Drawing"), 2000);
     // Generated sheets pair only within their unit; the showcase's two pairs cross units.
-    EXPECT_EQ(Scalar(db, "SELECT count(*) FROM T_OPC a JOIN T_OPC b ON b.SP_ID = a.SP_PairedWithID "
-                         "JOIN T_Representation ra ON ra.SP_ModelItemID = a.SP_ID "
-                         "JOIN T_Representation rb ON rb.SP_ModelItemID = b.SP_ID "
-                         "JOIN T_Drawing da ON da.SP_ID = ra.SP_DrawingID "
-                         "JOIN T_Drawing db ON db.SP_ID = rb.SP_DrawingID "
-                         "WHERE da.SP_PlantGroupID <> db.SP_PlantGroupID"),
+    EXPECT_EQ(Scalar(db,
+                     "SELECT count(*) FROM T_OPC a JOIN T_OPC b ON b.SP_ID = a.SP_PairedWithID "
+                     "JOIN T_Representation ra ON ra.SP_ModelItemID = a.SP_ID "
+                     "JOIN T_Representation rb ON rb.SP_ModelItemID = b.SP_ID "
+                     "JOIN T_Drawing da ON da.SP_ID = ra.SP_DrawingID "
+                     "JOIN T_Drawing db ON db.SP_ID = rb.SP_DrawingID "
+                     "WHERE da.SP_PlantGroupID <> db.SP_PlantGroupID"),
               4);
 }
 
