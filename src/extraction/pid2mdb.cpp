@@ -1,6 +1,6 @@
 // PID2MDB, first half: prepares the store, copies the plant tables the configuration needs into
 // working tables, builds PID, decodes code lists and prepares tags. The second half (category
-// chains and closing tables) is in pid2mdb_chains.cpp; the store goes to the target at the end.
+// chains and closing tables) is in category_chains.cpp; the store goes to the target at the end.
 
 #include "extraction/pid2mdb.h"
 
@@ -13,6 +13,7 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "extraction/big_plant.h"
+#include "extraction/category_chains.h"
 #include "extraction/codelists.h"
 #include "extraction/column_alias.h"
 #include "extraction/connected_items.h"

@@ -1,6 +1,6 @@
 #pragma once
 // The state one extraction run carries from its copy steps (plant tables into working tables) to
-// its category chains and its closing tables. Shared by the two halves of PID2MDB.
+// its category chains and its closing tables. Shared by the steps of PID2MDB.
 
 #include <filesystem>
 #include <memory>
@@ -56,8 +56,5 @@ struct RunContext {
     // The store table's columns (empty when it is missing).
     std::vector<std::string> StoreColumns(std::string_view table) const;
 };
-
-// Steps 32 to 45: the category chains and the closing tables.
-void BuildCategories(RunContext& run);
 
 }  // namespace tb::extraction
