@@ -29,8 +29,7 @@ struct LookupPlant {
     plantaccess::PlantConnection plant;
 
     LookupPlant() {
-        std::string name, user, password, site;
-        plantaccess::InitDBSettings(name, user, password, false, site);
+        plantaccess::ResolvePlantSettings();
         plant = plantaccess::Connect2PIDDB(plantaccess::kPlantSchema);
     }
     std::string Table(std::string_view table) const {

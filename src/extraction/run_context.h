@@ -1,6 +1,6 @@
 #pragma once
 // The state one extraction run carries from its copy steps (plant tables into working tables) to
-// its category chains and its closing tables. Shared by the two halves of PID2MDB.
+// its category chains and its closing tables. Shared by the steps of PID2MDB.
 
 #include <filesystem>
 #include <memory>
@@ -46,6 +46,11 @@ struct RunContext {
 
     // Tables the copy steps made, in order: the decode walks them.
     std::vector<std::string> decodeList;
+    // The plant's T_Drawing columns, read by the PID copy, for the decode.
+    std::vector<std::string> plantDrawingColumns;
+    // The piping points get their model items' descriptions when the tags are prepared; the
+    // model items are then copied without the selection clause.
+    bool pointDescription = false;
     // While the category chains run: the rows several chains join alike, made once.
     SharedJoinSources* sharedSources = nullptr;
 
@@ -53,11 +58,10 @@ struct RunContext {
 
     // Logs the step's progress, lets the window breathe and ends the run when cancelled.
     void CheckCancel() const;
+    // The run is at step n now; a cancel ends it here.
+    void EnterStep(int n);
     // The store table's columns (empty when it is missing).
     std::vector<std::string> StoreColumns(std::string_view table) const;
 };
-
-// Steps 32 to 45: the category chains and the closing tables.
-void BuildCategories(RunContext& run);
 
 }  // namespace tb::extraction

@@ -1,12 +1,15 @@
 #include "plantaccess/resolution.h"
 
+#include <array>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 #include <vector>
 
 #include "common/error.h"
 #include "common/ini.h"
 #include "common/log.h"
+#include "common/scope_exit.h"
 #include "common/text.h"
 #include "common/write_guard.h"
 #include "plantaccess/ado.h"
@@ -189,249 +192,324 @@ std::string GetRootItemId(const ConnectionPtr& connection, std::string_view sche
     }
 }
 
-void InitDBSettings(std::string& plantName, std::string& adminUser, std::string& adminPassword,
-                    bool credentialsOnly, std::string& siteNode) {
+namespace {
+
+// The SITESCHEMA section of the site ini.
+struct SiteSchema {
+    fs::path ini;
+    Dialect dialect = Dialect::Oracle;
+    std::string dbaUser;
+    std::string dbServer;
+    std::string uid;
+    std::string sqlServerDbName;
+};
+
+SiteSchema ReadSiteSchema(const std::string& siteNode) {
+    if (TrimSpace(siteNode).empty())
+        Raise("Site node is not defined in SmartPlant P&ID Drawing Manager.");
+    const auto siteIni = platform::FindFileIgnoringCase(siteNode);
+    if (!siteIni) Raise("Site Ini " + siteNode + " does not exist.");
+    const IniDocument ini = IniDocument::Load(*siteIni);
+    const auto siteValue = [&](std::string_view key, std::string_view fallback = {}) {
+        return ini.Get("SITESCHEMA", key).value_or(std::string(fallback));
+    };
+    return {.ini = *siteIni,
+            .dialect = DialectOfDbType(siteValue("DBTYPE", "ORACLE")),
+            .dbaUser = siteValue("DBAUSER"),
+            .dbServer = siteValue("DBSERVER"),
+            .uid = siteValue("UID"),
+            .sqlServerDbName = siteValue("SQLSERVER_DBNAME")};
+}
+
+// Where the administrator's credentials came from.
+enum class AdminSource { EmbeddedPlant, SitePassword, StoredSettings };
+
+struct AdminLogin {
+    std::string user;
+    std::string password;
+    AdminSource source = AdminSource::StoredSettings;
+};
+
+AdminLogin ReadAdminLogin(const SiteSchema& schema, const std::string& siteNode) {
+    // The embedded plant has no accounts.
+    if (schema.dialect == Dialect::Sqlite)
+        return {schema.dbaUser, std::string(), AdminSource::EmbeddedPlant};
+    if (UseSiteSysPassword())
+        return {schema.dbaUser, SiteSysPwd(siteNode), AdminSource::SitePassword};
+    const fs::path general = shell::GetGeneralFile();
+    const std::string digest = shell::PasswordKeyForSite(siteNode);
+    AdminLogin admin;
+    admin.user = IniRead(general, "DB", digest + "_user");
+    if (admin.user.empty()) admin.user = schema.dbaUser;
+    admin.password = shell::ReadStoredPassword(general, "DB", digest, true).value_or("");
+    if (admin.password.empty())
+        admin.password = shell::ReadStoredPassword(general, "DB", "Password", true).value_or("");
+    return admin;
+}
+
+// Opens the site's connection into `site` and puts its string (and SQL Server's first pair) into
+// `next`.
+void OpenSite(ConnectionPtr& site, PlantSettings& next, const SiteSchema& schema,
+              std::string_view provider, const std::string& dbServer, const AdminLogin& admin) {
+    if (schema.dialect == Dialect::Oracle) {
+        next.siteConnectString =
+            OracleConnectString(provider, dbServer, admin.user, admin.password);
+        site = OpenConnection(next.siteConnectString);
+        site->Execute(AlterSessionSql(schema.uid));
+    } else if (schema.dialect == Dialect::Sqlite) {
+        next.siteConnectString = OracleConnectString(kSqliteProvider, dbServer, schema.uid, "");
+        site = OpenConnection(next.siteConnectString);
+    } else {
+        const std::string& dbName = schema.sqlServerDbName;
+        next.sqlServerFirstPair = std::string(kSqlServerDriverPair);
+        next.siteConnectString = SqlServerConnectString(next.sqlServerFirstPair, dbServer, dbName,
+                                                        admin.user, admin.password);
+        try {
+            site = OpenConnection(next.siteConnectString);
+        } catch (const Error& e) {
+            if (IFind(e.description(), "SSL") == std::string::npos)
+                throw Error(e.number(), e.description());
+            next.sqlServerFirstPair = std::string(kSqlServerProviderPair);
+            next.siteConnectString = SqlServerConnectString(next.sqlServerFirstPair, dbServer,
+                                                            dbName, admin.user, admin.password);
+            site = OpenConnection(next.siteConnectString);
+        }
+    }
+}
+
+// The rows of T_DB_DATA for the plant: by its root item id, else by its name.
+std::unique_ptr<Recordset> ReadSchemaRows(const ConnectionPtr& site, Dialect dialect,
+                                          const std::string& uid, std::string rootItemId,
+                                          const std::string& plantName,
+                                          const std::string& siteNode) {
+    const std::string p = UsesOracleTexts(dialect) ? SqlName(dialect, uid) + "." : std::string();
+    std::unique_ptr<Recordset> rs =
+        AdoRead(SchemaRowsSql(p, rootItemId, plantName), site, 3, true, 3);
+    if (rs->RecordCount() == 0 && !rootItemId.empty()) {
+        rootItemId.clear();
+        CloseAdoRecordset(rs);
+        rs = AdoRead(SchemaRowsSql(p, rootItemId, plantName), site, 3, true, 3);
+    }
+    if (rs->RecordCount() == 0)
+        LogLine("No schema of plant '" + plantName + "' is listed in T_DB_DATA of the site " +
+                siteNode);
+    return rs;
+}
+
+// The plant's four schemas: SPPID, SPPIDDATA_DICTIONARY, SPAPLANT and REPSPAPLANT.
+using PlantSchemaRows = std::array<SchemaRow, 4>;
+
+PlantSchemaRows SchemaRowsByKind(Recordset& rs) {
+    PlantSchemaRows rows;
+    constexpr std::string_view kKinds[4] = {"SPPID", "SPPIDDATA_DICTIONARY", "SPAPLANT",
+                                            "REPSPAPLANT"};
+    for (int k = 0; k < 4; ++k) {
+        rs.Filter("SP_schema_type='" + std::string(kKinds[k]) + "'");
+        if (rs.RecordCount() == 0) continue;
+        rows[k].database = GetDBvalue(rs.Field("data_base"));
+        rows[k].user = GetDBvalue(rs.Field("UserName"));
+        rows[k].server = GetDBvalue(rs.Field("dbserver"));
+        if (k == 3) LogLine("REPSPAPLANT found");
+    }
+    return rows;
+}
+
+// A plant on a database of its own, where each schema user logs in itself: with its own name as
+// password (tried once), else with the stored passwords, else with what the dialog asks for.
+void OwnUserConnectStrings(PlantSettings& next, const PlantSchemaRows& rows,
+                           std::string_view provider) {
+    const SchemaRow& plant = rows[0];
+    const SchemaRow& dictionary = rows[1];
+    const SchemaRow& group = rows[2];
+    const SchemaRow& replica = rows[3];
+    const auto build = [&](const SchemaRow& r, std::string_view password) {
+        return OracleConnectString(provider, r.server, r.user, password);
+    };
+    const auto buildAll = [&](std::string_view pw1, std::string_view pw2, std::string_view pw3,
+                              std::string_view pw4) {
+        next.plantConnectString = build(plant, pw1);
+        next.dictionaryConnectString = build(dictionary, pw2);
+        next.plantGroupConnectString = build(group, pw3);
+        next.replicaConnectString = build(replica, pw4);
+    };
+    const fs::path general = shell::GetGeneralFile();
+    const std::string guessKey = plant.user + ".guess";
+    if (IniRead(general, "PWD", guessKey) != "0") {
+        next.plantConnectString = build(plant, plant.user);
+        if (TestConnection(next.plantConnectString)) {
+            buildAll(plant.user, dictionary.user, group.user, replica.user);
+            return;
+        }
+        // Not again: a scheduled run must not lock the account by guessing.
+        IniWrite(general, "PWD", guessKey, std::string("0"));
+        LogLine("The schema user " + plant.user +
+                " does not log in with its own name as password; this is not tried again.");
+    }
+    std::string pw[4] = {
+        GetStoredSchemaPassword(plant.user), GetStoredSchemaPassword(dictionary.user),
+        GetStoredSchemaPassword(group.user), GetStoredSchemaPassword(replica.user)};
+    if (!pw[0].empty() && !pw[1].empty()) {
+        next.plantConnectString = build(plant, pw[0]);
+        next.dictionaryConnectString = build(dictionary, pw[1]);
+        if (TestConnection(next.plantConnectString) &&
+            TestConnection(next.dictionaryConnectString)) {
+            buildAll(pw[0], pw[1], pw[2], pw[3]);
+            return;
+        }
+    }
+    const std::array<std::string, 4> users = {plant.user, dictionary.user, group.user,
+                                              replica.user};
+    if (!Dialog()) {
+        std::vector<std::string> missing, stored;
+        for (int k = 0; k < 4; ++k) {
+            if (users[k].empty()) continue;
+            if (pw[k].empty())
+                missing.push_back(users[k]);
+            else if (k < 2)
+                stored.push_back(users[k]);
+        }
+        if (!missing.empty())
+            Raise("The passwords of the schema users " + Join(missing, ", ") +
+                  " are missing, and this version has no password dialog to ask for them.");
+        Raise("The stored passwords of the schema users " + Join(stored, ", ") +
+              " do not log in, and this version has no password dialog to ask for others.");
+    }
+    if (!Dialog()(users)) Raise("Canceled by user");
+    buildAll(GetStoredSchemaPassword(plant.user), GetStoredSchemaPassword(dictionary.user),
+             GetStoredSchemaPassword(group.user), GetStoredSchemaPassword(replica.user));
+}
+
+// The connect strings of the plant's schemas.
+void SchemaConnectStrings(PlantSettings& next, const PlantSchemaRows& rows, Dialect dialect,
+                          std::string_view provider, const std::string& dbServer,
+                          const AdminLogin& admin) {
+    const SchemaRow& plant = rows[0];
+    const SchemaRow& dictionary = rows[1];
+    const SchemaRow& group = rows[2];
+    const SchemaRow& replica = rows[3];
+    if (dialect == Dialect::SqlServer) {
+        const auto build = [&](const SchemaRow& r) {
+            return SqlServerConnectString(next.sqlServerFirstPair, r.server, r.database, admin.user,
+                                          admin.password);
+        };
+        next.adminConnectString = build(plant);
+        next.plantConnectString = build(plant);
+        next.dictionaryConnectString = build(dictionary);
+        next.plantGroupConnectString = build(group);
+        next.replicaConnectString = build(replica);
+    } else if (dialect == Dialect::Sqlite) {
+        // Each schema is a file of its own user: the string alone says which.
+        const auto build = [&](const SchemaRow& r) {
+            return OracleConnectString(kSqliteProvider, r.server, r.user, "");
+        };
+        next.adminConnectString = next.siteConnectString;
+        next.plantConnectString = build(plant);
+        next.dictionaryConnectString = build(dictionary);
+        next.plantGroupConnectString = build(group);
+        next.replicaConnectString = build(replica);
+    } else {
+        next.adminConnectString = next.siteConnectString;
+        if (IEquals(plant.server, dbServer)) {
+            const auto build = [&](const SchemaRow& r) {
+                return OracleConnectString(provider, r.server, admin.user, admin.password);
+            };
+            next.plantConnectString = build(plant);
+            next.dictionaryConnectString = build(dictionary);
+            next.plantGroupConnectString = build(group);
+            next.replicaConnectString = build(replica);
+        } else {
+            OwnUserConnectStrings(next, rows, provider);
+        }
+    }
+}
+
+// The resolution. `login` holds what it has reached, after a failure too; the plant settings
+// change only when it succeeds.
+void ResolveInto(PlantLogin& login, bool credentialsOnly) {
     int step = 1;
-    ConnectionPtr site;
-    std::unique_ptr<Recordset> rs;
-    const Dialect before = Settings().dialect;
     try {
-        PIDReadBegin(plantName, siteNode, false);
+        // From step 6 the settings speak the dialect being resolved; a failure puts back the one
+        // before, so that the settings stay those of the last resolution.
+        const Dialect before = Settings().dialect;
+        bool resolved = false;
+        const ScopeExit restoreDialect([&] {
+            if (!resolved) Settings().dialect = before;
+        });
+        ConnectionPtr site;
+        const ScopeExit closeSite([&] { CloseAdoConnection(site, false); });
+        std::unique_ptr<Recordset> rs;
+        const ScopeExit closeRows([&] { CloseAdoRecordset(rs); });
+
+        PIDReadBegin(login.plantName, login.siteNode, false);
         PlantSettings next;
-        next.sessionPlantName = plantName;
+        next.sessionPlantName = login.plantName;
         std::string rootItemId = InitSP_RootItemID();
 
         step = 2;
-        if (TrimSpace(siteNode).empty())
-            Raise("Site node is not defined in SmartPlant P&ID Drawing Manager.");
-        const auto siteIni = platform::FindFileIgnoringCase(siteNode);
-        if (!siteIni) Raise("Site Ini " + siteNode + " does not exist.");
-        const IniDocument ini = IniDocument::Load(*siteIni);
-        const auto siteValue = [&](std::string_view key, std::string_view fallback = {}) {
-            return ini.Get("SITESCHEMA", key).value_or(std::string(fallback));
-        };
-        next.siteNode = siteNode;
-        const Dialect dialect = DialectOfDbType(siteValue("DBTYPE", "ORACLE"));
+        const SiteSchema schema = ReadSiteSchema(login.siteNode);
+        next.siteNode = login.siteNode;
+        const Dialect dialect = schema.dialect;
 
         step = 3;
         const std::string provider(UseMsdaora() ? kMsdaoraProvider : kOracleProvider);
 
         step = 4;
-        const std::string dbaUser = siteValue("DBAUSER");
-        if (dialect == Dialect::Sqlite) {
-            // The embedded plant has no accounts.
-            adminUser = dbaUser;
-            adminPassword.clear();
-            if (credentialsOnly) return;
-        } else if (UseSiteSysPassword()) {
-            adminUser = dbaUser;
-            adminPassword = SiteSysPwd(siteNode);
-        } else {
-            const fs::path general = shell::GetGeneralFile();
-            const std::string digest = shell::PasswordKeyForSite(siteNode);
-            adminUser = IniRead(general, "DB", digest + "_user");
-            if (adminUser.empty()) adminUser = dbaUser;
-            adminPassword = shell::ReadStoredPassword(general, "DB", digest, true).value_or("");
-            if (adminPassword.empty())
-                adminPassword =
-                    shell::ReadStoredPassword(general, "DB", "Password", true).value_or("");
-            if (adminPassword.empty() && !credentialsOnly)
-                Raise("Database password is empty. Please define it in the settings.");
-            if (credentialsOnly) return;
-        }
+        const AdminLogin admin = ReadAdminLogin(schema, login.siteNode);
+        login.adminUser = admin.user;
+        login.adminPassword = admin.password;
+        if (admin.source == AdminSource::StoredSettings && admin.password.empty() &&
+            !credentialsOnly)
+            Raise("Database password is empty. Please define it in the settings.");
+        // Stored credentials are all that credentialsOnly asks for; the site's own password
+        // goes on to the site.
+        if (credentialsOnly && admin.source != AdminSource::SitePassword) return;
 
         step = 5;
         next.dialect = dialect;
-        std::string dbServer = siteValue("DBSERVER");
-        const std::string uid = siteValue("UID");
-        if (dialect == Dialect::Sqlite) dbServer = SqliteFolder(dbServer, *siteIni);
+        std::string dbServer = schema.dbServer;
+        if (dialect == Dialect::Sqlite) dbServer = SqliteFolder(dbServer, schema.ini);
         next.siteServer = dbServer;
-        next.siteSchemaUser = uid;
+        next.siteSchemaUser = schema.uid;
 
         step = 6;
-        if (dialect == Dialect::Oracle) {
-            next.siteConnectString =
-                OracleConnectString(provider, dbServer, adminUser, adminPassword);
-            site = OpenConnection(next.siteConnectString);
-            site->Execute(AlterSessionSql(uid));
-        } else if (dialect == Dialect::Sqlite) {
-            next.siteConnectString = OracleConnectString(kSqliteProvider, dbServer, uid, "");
-            site = OpenConnection(next.siteConnectString);
-        } else {
-            const std::string dbName = siteValue("SQLSERVER_DBNAME");
-            next.sqlServerFirstPair = std::string(kSqlServerDriverPair);
-            next.siteConnectString = SqlServerConnectString(next.sqlServerFirstPair, dbServer,
-                                                            dbName, adminUser, adminPassword);
-            try {
-                site = OpenConnection(next.siteConnectString);
-            } catch (const Error& e) {
-                if (IFind(e.description(), "SSL") == std::string::npos)
-                    throw Error(e.number(), e.description());
-                next.sqlServerFirstPair = std::string(kSqlServerProviderPair);
-                next.siteConnectString = SqlServerConnectString(next.sqlServerFirstPair, dbServer,
-                                                                dbName, adminUser, adminPassword);
-                site = OpenConnection(next.siteConnectString);
-            }
-        }
+        OpenSite(site, next, schema, provider, dbServer, admin);
         // GetRootItemId and the statements below speak the dialect being resolved.
         Settings().dialect = dialect;
 
         step = 7;
         if (rootItemId.empty()) {
             const std::string parent = GetActiveParentPlant();
-            if (!parent.empty()) rootItemId = GetRootItemId(site, uid, parent, plantName);
+            if (!parent.empty())
+                rootItemId = GetRootItemId(site, schema.uid, parent, login.plantName);
         }
 
         step = 8;
-        const std::string p =
-            UsesOracleTexts(dialect) ? SqlName(dialect, uid) + "." : std::string();
-        rs = AdoRead(SchemaRowsSql(p, rootItemId, plantName), site, 3, true, 3);
-        if (rs->RecordCount() == 0 && !rootItemId.empty()) {
-            rootItemId.clear();
-            CloseAdoRecordset(rs);
-            rs = AdoRead(SchemaRowsSql(p, rootItemId, plantName), site, 3, true, 3);
-        }
-        if (rs->RecordCount() == 0)
-            LogLine("No schema of plant '" + plantName + "' is listed in T_DB_DATA of the site " +
-                    siteNode);
+        rs = ReadSchemaRows(site, dialect, schema.uid, rootItemId, login.plantName, login.siteNode);
 
         step = 9;
-        SchemaRow rows[4];
-        constexpr std::string_view kKinds[4] = {"SPPID", "SPPIDDATA_DICTIONARY", "SPAPLANT",
-                                                "REPSPAPLANT"};
-        for (int k = 0; k < 4; ++k) {
-            rs->Filter("SP_schema_type='" + std::string(kKinds[k]) + "'");
-            if (rs->RecordCount() == 0) continue;
-            rows[k].database = GetDBvalue(rs->Field("data_base"));
-            rows[k].user = GetDBvalue(rs->Field("UserName"));
-            rows[k].server = GetDBvalue(rs->Field("dbserver"));
-            if (k == 3) LogLine("REPSPAPLANT found");
-        }
+        PlantSchemaRows rows = SchemaRowsByKind(*rs);
 
         step = 10;
         for (SchemaRow& r : rows) {
             if (r.server.empty())
                 r.server = dbServer;
             else if (dialect == Dialect::Sqlite)
-                r.server = SqliteFolder(r.server, *siteIni);
+                r.server = SqliteFolder(r.server, schema.ini);
         }
-        SchemaRow& plant = rows[0];
-        SchemaRow& dictionary = rows[1];
-        SchemaRow& group = rows[2];
-        SchemaRow& replica = rows[3];
-        next.plantSchemaUser = plant.user;
-        next.dictionarySchemaUser = dictionary.user;
-        next.plantGroupSchemaUser = group.user;
-        next.replicaSchemaUser = replica.user;
+        next.plantSchemaUser = rows[0].user;
+        next.dictionarySchemaUser = rows[1].user;
+        next.plantGroupSchemaUser = rows[2].user;
+        next.replicaSchemaUser = rows[3].user;
 
         step = 11;
-        if (dialect == Dialect::SqlServer) {
-            const auto build = [&](const SchemaRow& r) {
-                return SqlServerConnectString(next.sqlServerFirstPair, r.server, r.database,
-                                              adminUser, adminPassword);
-            };
-            next.adminConnectString = build(plant);
-            next.plantConnectString = build(plant);
-            next.dictionaryConnectString = build(dictionary);
-            next.plantGroupConnectString = build(group);
-            next.replicaConnectString = build(replica);
-        } else if (dialect == Dialect::Sqlite) {
-            // Each schema is a file of its own user: the string alone says which.
-            const auto build = [&](const SchemaRow& r) {
-                return OracleConnectString(kSqliteProvider, r.server, r.user, "");
-            };
-            next.adminConnectString = next.siteConnectString;
-            next.plantConnectString = build(plant);
-            next.dictionaryConnectString = build(dictionary);
-            next.plantGroupConnectString = build(group);
-            next.replicaConnectString = build(replica);
-        } else {
-            next.adminConnectString = next.siteConnectString;
-            const auto build = [&](const SchemaRow& r, std::string_view user,
-                                   std::string_view password) {
-                return OracleConnectString(provider, r.server, user, password);
-            };
-            const auto buildAll = [&](std::string_view pw1, std::string_view pw2,
-                                      std::string_view pw3, std::string_view pw4, bool ownUsers) {
-                next.plantConnectString = build(plant, ownUsers ? plant.user : adminUser, pw1);
-                next.dictionaryConnectString =
-                    build(dictionary, ownUsers ? dictionary.user : adminUser, pw2);
-                next.plantGroupConnectString = build(group, ownUsers ? group.user : adminUser, pw3);
-                next.replicaConnectString =
-                    build(replica, ownUsers ? replica.user : adminUser, pw4);
-            };
-            if (IEquals(plant.server, dbServer)) {
-                buildAll(adminPassword, adminPassword, adminPassword, adminPassword, false);
-            } else {
-                // The plant lies on a database of its own, where each schema user logs in itself.
-                const fs::path general = shell::GetGeneralFile();
-                const std::string guessKey = plant.user + ".guess";
-                bool resolved = false;
-                if (IniRead(general, "PWD", guessKey) != "0") {
-                    next.plantConnectString = build(plant, plant.user, plant.user);
-                    if (TestConnection(next.plantConnectString)) {
-                        buildAll(plant.user, dictionary.user, group.user, replica.user, true);
-                        resolved = true;
-                    } else {
-                        // Not again: a scheduled run must not lock the account by guessing.
-                        IniWrite(general, "PWD", guessKey, std::string("0"));
-                        LogLine("The schema user " + plant.user +
-                                " does not log in with its own name as password; this is not tried "
-                                "again.");
-                    }
-                }
-                if (!resolved) {
-                    std::string pw[4] = {GetStoredSchemaPassword(plant.user),
-                                         GetStoredSchemaPassword(dictionary.user),
-                                         GetStoredSchemaPassword(group.user),
-                                         GetStoredSchemaPassword(replica.user)};
-                    if (!pw[0].empty() && !pw[1].empty()) {
-                        next.plantConnectString = build(plant, plant.user, pw[0]);
-                        next.dictionaryConnectString = build(dictionary, dictionary.user, pw[1]);
-                        if (TestConnection(next.plantConnectString) &&
-                            TestConnection(next.dictionaryConnectString)) {
-                            buildAll(pw[0], pw[1], pw[2], pw[3], true);
-                            resolved = true;
-                        }
-                    }
-                    if (!resolved) {
-                        const std::array<std::string, 4> users = {plant.user, dictionary.user,
-                                                                  group.user, replica.user};
-                        if (!Dialog()) {
-                            std::vector<std::string> missing, stored;
-                            for (int k = 0; k < 4; ++k) {
-                                if (users[k].empty()) continue;
-                                if (pw[k].empty())
-                                    missing.push_back(users[k]);
-                                else if (k < 2)
-                                    stored.push_back(users[k]);
-                            }
-                            if (!missing.empty())
-                                Raise("The passwords of the schema users " + Join(missing, ", ") +
-                                      " are missing, and this version has no password dialog to "
-                                      "ask for them.");
-                            Raise("The stored passwords of the schema users " + Join(stored, ", ") +
-                                  " do not log in, and this version has no password dialog to ask "
-                                  "for others.");
-                        }
-                        if (!Dialog()(users)) Raise("Canceled by user");
-                        buildAll(GetStoredSchemaPassword(plant.user),
-                                 GetStoredSchemaPassword(dictionary.user),
-                                 GetStoredSchemaPassword(group.user),
-                                 GetStoredSchemaPassword(replica.user), true);
-                    }
-                }
-            }
-        }
+        SchemaConnectStrings(next, rows, dialect, provider, dbServer, admin);
 
         step = 12;
         CloseAdoRecordset(rs);
         CloseAdoConnection(site, false);
         Settings() = std::move(next);
+        resolved = true;
     } catch (...) {
-        CloseAdoRecordset(rs);
-        CloseAdoConnection(site, false);
-        Settings().dialect = before;  // the settings stay those of the last resolution
         try {
             RethrowChained("InitDBSettings", step);
         } catch (const Error& e) {
@@ -439,6 +517,27 @@ void InitDBSettings(std::string& plantName, std::string& adminUser, std::string&
             throw;
         }
     }
+}
+
+}  // namespace
+
+PlantLogin ResolvePlantSettings(bool credentialsOnly) {
+    PlantLogin login;
+    ResolveInto(login, credentialsOnly);
+    return login;
+}
+
+void InitDBSettings(std::string& plantName, std::string& adminUser, std::string& adminPassword,
+                    bool credentialsOnly, std::string& siteNode) {
+    PlantLogin login{plantName, siteNode, adminUser, adminPassword};
+    // The caller sees what the resolution reached, after a failure too.
+    const ScopeExit giveBack([&] {
+        plantName = std::move(login.plantName);
+        siteNode = std::move(login.siteNode);
+        adminUser = std::move(login.adminUser);
+        adminPassword = std::move(login.adminPassword);
+    });
+    ResolveInto(login, credentialsOnly);
 }
 
 ConnectionPtr Connect2PIDDB(std::string& plantName, int schemaKind, std::string& plantNameOut,

@@ -33,9 +33,21 @@ void RegisterSiteInputs(const std::filesystem::path& siteIni);
 
 void PIDReadBegin(std::string& plantName, std::string& siteNode, bool forceNew = false);
 
-// Resolves the plant's schemas and fills the plant settings. plantName and siteNode go out as
-// PIDReadBegin gives them, adminUser and adminPassword as found. With credentialsOnly the
-// stored-credentials path ends once they are read, without touching a database.
+// The plant and site of a resolution, as PIDReadBegin gives them, and the administrator's
+// credentials it found.
+struct PlantLogin {
+    std::string plantName;
+    std::string siteNode;
+    std::string adminUser;
+    std::string adminPassword;
+};
+
+// Resolves the plant's schemas and fills the plant settings; they change only when it succeeds.
+// With credentialsOnly the stored-credentials path ends once they are read, without touching a
+// database. Raises with "InitDBSettings:<step>" in the source, after logging the error.
+PlantLogin ResolvePlantSettings(bool credentialsOnly = false);
+
+// The same with the values as out parameters, which keep what was reached when it fails.
 void InitDBSettings(std::string& plantName, std::string& adminUser, std::string& adminPassword,
                     bool credentialsOnly, std::string& siteNode);
 

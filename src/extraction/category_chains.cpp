@@ -1,5 +1,7 @@
-// PID2MDB, second half: each category table grows by a chain of two-table joins inside the store;
-// then the working tables go, and Task, the glossary, the user's columns and _Info are written.
+// The category tables of a run: each grows by a chain of two-table joins inside the store; then
+// the working tables go, and Task, the glossary, the user's columns and _Info are written.
+
+#include "extraction/category_chains.h"
 
 #include <filesystem>
 
