@@ -1,7 +1,6 @@
 #pragma once
 // Shared by the catalogue tests: a sandbox for every test (home, configuration, application
-// folder, TEMP), a searchable log, the sample plant generated once per test program, and a
-// connection to no database that records its statements.
+// folder, TEMP), a searchable log, and a connection to no database that records its statements.
 
 #include <gtest/gtest.h>
 
@@ -31,9 +30,8 @@ class AttributesTest : public ::testing::Test {
   protected:
     void SetUp() override;
     void TearDown() override;
-    // Makes a plant of the sample site (generated on first use, tiny preset) the active one.
+    // Makes a plant of the showcase sample site the active one.
     void Activate(const std::string& plant);
-    static const fs::path& SamplePlant();
 
     tb::test::TempDir dir;
     CaptureLog log;
