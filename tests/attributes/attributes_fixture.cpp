@@ -38,12 +38,6 @@ void ResetState() {
 
 }  // namespace
 
-bool CaptureLog::Has(std::string_view part) const {
-    for (const auto& l : lines)
-        if (l.find(part) != std::string::npos) return true;
-    return false;
-}
-
 void AttributesTest::SetUp() {
     for (const char* sub : {"home", "xdg", "temp", "app/config", "user"})
         fs::create_directories(dir / sub);

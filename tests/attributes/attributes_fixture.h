@@ -9,22 +9,13 @@
 #include <vector>
 
 #include "attributes/catalogue.h"
-#include "common/log.h"
 #include "plantaccess/connection.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::attributes::testing {
 
 namespace fs = std::filesystem;
-
-class CaptureLog : public LogSink {
-  public:
-    void Line(std::string_view text) override { lines.emplace_back(text); }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view text) override { lines.emplace_back(text); }
-    bool Has(std::string_view part) const;
-    std::vector<std::string> lines;
-};
 
 class AttributesTest : public ::testing::Test {
   protected:
@@ -34,7 +25,7 @@ class AttributesTest : public ::testing::Test {
     void Activate(const std::string& plant);
 
     tb::test::TempDir dir;
-    CaptureLog log;
+    tb::test::LogCapture log;
 };
 
 // Each statement gives no rows, or one row when it contains a text of `filled` (or ends in it,

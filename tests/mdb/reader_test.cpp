@@ -12,6 +12,7 @@
 #include "common/log.h"
 #include "common/md5.h"
 #include "mdb/mdb_reader.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::mdb {
@@ -285,12 +286,6 @@ TEST(MdbReaderCorpus, CursorsAndSchemaCallsInterleave) {
 // A count in the table definition that the rows do not bear out is logged, not passed over.
 TEST(MdbReaderCorpus, RowsDifferingFromTheDeclaredCountAreLogged) {
     REQUIRE_CORPUS();
-    struct Sink : LogSink {
-        std::vector<std::string> lines;
-        void Line(std::string_view text) override { lines.emplace_back(text); }
-        void Raw(std::string_view) override {}
-        void Status(std::string_view) override {}
-    } sink;
     test::TempDir dir;
     std::string bytes = test::ReadFile(corpus / "testV2000.mdb");
     std::int64_t tdefPage = -1;
@@ -305,7 +300,7 @@ TEST(MdbReaderCorpus, RowsDifferingFromTheDeclaredCountAreLogged) {
     bytes[static_cast<std::size_t>(tdefPage) * 4096 + 16] = 5;  // the row count
     test::WriteFile(dir / "counted.mdb", bytes);
     MdbReader reader(dir / "counted.mdb");
-    SetLogSink(&sink);
+    tb::test::LogCapture sink;
     const auto rows = ReadAll(reader, "Table1");
     SetLogSink(nullptr);
     EXPECT_EQ(rows.size(), 2u);

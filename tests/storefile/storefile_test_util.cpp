@@ -93,19 +93,6 @@ std::vector<mdb::Row> ReadRows(const fs::path& file, const std::string& table) {
     return rows;
 }
 
-LogCapture::LogCapture() : previous_(&CurrentLogSink()) {
-    SetLogSink(this);
-}
-
-LogCapture::~LogCapture() {
-    SetLogSink(previous_);
-}
-
-void LogCapture::Status(std::string_view text) {
-    statuses.emplace_back(text);
-    if (onStatus) onStatus(statuses.back());
-}
-
 std::vector<std::string> FilesIn(const fs::path& folder) {
     std::vector<std::string> out;
     if (!fs::exists(folder)) return out;

@@ -1,14 +1,12 @@
 #pragma once
 // Helpers of the storefile tests: the Jet corpus, mdbtools' mdb-export as an outside reader,
-// a log sink that records lines and progress, and rows of our reader.
+// and rows of our reader.
 
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "common/log.h"
 #include "mdb/mdb_reader.h"
 
 namespace tb::storefile::test {
@@ -44,23 +42,6 @@ std::vector<std::vector<Field>> MdbExport(const fs::path& file, const std::strin
 
 // Every row of a table through our reader.
 std::vector<mdb::Row> ReadRows(const fs::path& file, const std::string& table);
-
-// Records log lines and progress texts while it lives; `onStatus` runs on each progress text.
-class LogCapture : public LogSink {
-  public:
-    LogCapture();
-    ~LogCapture() override;
-    void Line(std::string_view text) override { lines.emplace_back(text); }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view text) override;
-
-    std::vector<std::string> lines;
-    std::vector<std::string> statuses;
-    std::function<void(const std::string&)> onStatus;
-
-  private:
-    LogSink* previous_;
-};
 
 // The names of the files in a folder, sorted.
 std::vector<std::string> FilesIn(const fs::path& folder);
