@@ -42,8 +42,8 @@ std::vector<std::size_t> CatalogueDateBytes(const std::string& file) {
 }
 
 TEST(JetWriterEmpty, MatchesTheJetEnginesEmptyDatabasePageByPage) {
-    SKIP_WITHOUT_JET_CORPUS();
-    const std::string jet = ReadBytes(JetCorpus() / "adox_jet4.mdb");
+    TB_CORPUS_FILE_OR_SKIP(file, "adox_jet4.mdb");
+    const std::string jet = ReadBytes(file);
     TempDir dir;
     WriterOptions options;
     const double created = HeaderDate(jet);

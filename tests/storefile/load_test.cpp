@@ -173,10 +173,10 @@ bool SameValue(const mdb::Value& original, const mdb::Value& copy, mdb::JetType 
 }
 
 TEST(CorpusRoundTrip, AccessFilesThroughAStoreReadBackEqual) {
-    SKIP_WITHOUT_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     for (const CorpusFile& f : kCorpus) {
         SCOPED_TRACE(f.name);
-        const fs::path original = test::JetCorpus() / f.name;
+        const fs::path original = corpus / f.name;
         if (!fs::exists(original)) {
             ADD_FAILURE() << "missing from the corpus";
             continue;

@@ -1,6 +1,6 @@
 #pragma once
-// Helpers of the storefile tests: the Jet corpus, mdbtools' mdb-export as an outside reader,
-// and rows of our reader.
+// Helpers of the storefile tests: mdbtools' mdb-export as an outside reader, and rows of our
+// reader.
 
 #include <filesystem>
 #include <optional>
@@ -12,17 +12,6 @@
 namespace tb::storefile::test {
 
 namespace fs = std::filesystem;
-
-// $TARNBROOK_JET_CORPUS, else ../shared/jet4-corpus beside the sources; empty when neither is
-// there.
-fs::path JetCorpus();
-
-#define SKIP_WITHOUT_CORPUS()                                                               \
-    do {                                                                                    \
-        if (::tb::storefile::test::JetCorpus().empty())                                     \
-            GTEST_SKIP()                                                                    \
-                << "no Jet corpus: set TARNBROOK_JET_CORPUS to the folder of Access files"; \
-    } while (0)
 
 #define SKIP_WITHOUT_MDBTOOLS()                                \
     do {                                                       \
