@@ -10,6 +10,7 @@
 #include "plantaccess/session.h"
 #include "shell/run_state.h"
 #include "shell/settings.h"
+#include "support/sample_plant.h"
 
 namespace tb::attributes::testing {
 
@@ -37,12 +38,6 @@ void ResetState() {
 
 }  // namespace
 
-bool CaptureLog::Has(std::string_view part) const {
-    for (const auto& l : lines)
-        if (l.find(part) != std::string::npos) return true;
-    return false;
-}
-
 void AttributesTest::SetUp() {
     for (const char* sub : {"home", "xdg", "temp", "app/config", "user"})
         fs::create_directories(dir / sub);
@@ -63,23 +58,11 @@ void AttributesTest::TearDown() {
 
 void AttributesTest::Activate(const std::string& plant) {
     plantaccess::ResetSession();
-    shell::CurrentRun().activeSite = (SamplePlant() / sampleplant::kSiteIni).string();
+    shell::CurrentRun().activeSite = (tb::test::ShowcasePlant() / sampleplant::kSiteIni).string();
     shell::CurrentRun().activePlant = plant;
     shell::CurrentRun().activeParentPlant = sampleplant::kPlantName;
     std::string p, u, pw, node;
     plantaccess::InitDBSettings(p, u, pw, false, node);
-}
-
-const fs::path& AttributesTest::SamplePlant() {
-    static const auto folder = std::make_unique<tb::test::TempDir>();  // removed at exit
-    static const fs::path plant = [] {
-        sampleplant::Options options;
-        options.out = folder->path() / "plant";
-        options.drawings = sampleplant::kShowcaseDrawings;
-        sampleplant::GeneratePlant(options);
-        return options.out;
-    }();
-    return plant;
 }
 
 std::unique_ptr<plantaccess::RowCursor> ScriptedConnection::Run(std::string_view sql,

@@ -1,7 +1,6 @@
 #pragma once
 // Shared by the catalogue tests: a sandbox for every test (home, configuration, application
-// folder, TEMP), a searchable log, the sample plant generated once per test program, and a
-// connection to no database that records its statements.
+// folder, TEMP), a searchable log, and a connection to no database that records its statements.
 
 #include <gtest/gtest.h>
 
@@ -10,33 +9,23 @@
 #include <vector>
 
 #include "attributes/catalogue.h"
-#include "common/log.h"
 #include "plantaccess/connection.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::attributes::testing {
 
 namespace fs = std::filesystem;
 
-class CaptureLog : public LogSink {
-  public:
-    void Line(std::string_view text) override { lines.emplace_back(text); }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view text) override { lines.emplace_back(text); }
-    bool Has(std::string_view part) const;
-    std::vector<std::string> lines;
-};
-
 class AttributesTest : public ::testing::Test {
   protected:
     void SetUp() override;
     void TearDown() override;
-    // Makes a plant of the sample site (generated on first use, tiny preset) the active one.
+    // Makes a plant of the showcase sample site the active one.
     void Activate(const std::string& plant);
-    static const fs::path& SamplePlant();
 
     tb::test::TempDir dir;
-    CaptureLog log;
+    tb::test::LogCapture log;
 };
 
 // Each statement gives no rows, or one row when it contains a text of `filled` (or ends in it,

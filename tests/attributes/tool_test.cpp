@@ -4,6 +4,7 @@
 
 #include "attributes_fixture.h"
 #include "plant_generator.h"
+#include "support/sample_plant.h"
 
 namespace tb::attributes::testing {
 namespace {
@@ -12,7 +13,8 @@ TEST_F(AttributesTest, ToolPrintsTheCatalogue) {
     const std::map<std::string, std::string> env = {{"HOME", (dir / "home").string()},
                                                     {"XDG_CONFIG_HOME", (dir / "xdg").string()}};
     auto run = [&](std::vector<std::string> args) {
-        args.insert(args.begin(), {"--site", (SamplePlant() / sampleplant::kSiteIni).string()});
+        args.insert(args.begin(),
+                    {"--site", (tb::test::ShowcasePlant() / sampleplant::kSiteIni).string()});
         return tb::test::RunProcess(tb::test::BuildDir() / "tarnbrook-attributes", args, env,
                                     dir.path());
     };

@@ -18,6 +18,7 @@
 #include "common/log.h"
 #include "common/temp_file.h"
 #include "common/unique_fd.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -59,16 +60,6 @@ long DeadPid() {
     ::waitpid(pid, nullptr, 0);
     return pid;
 }
-
-class CapturedLog : public LogSink {
-  public:
-    CapturedLog() { SetLogSink(this); }
-    ~CapturedLog() override { SetLogSink(nullptr); }
-    void Line(std::string_view text) override { lines.emplace_back(text); }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view) override {}
-    std::vector<std::string> lines;
-};
 
 TEST(IniInPlace, WhatIsAtTheName) {
     struct Case {
@@ -199,7 +190,7 @@ TEST(IniInPlace, DeadWritersCopyIsFinishedAtTheNextReadOrWrite) {
         WriteFile(real.string() + ".tb-new", kNew);
         const fs::path name = c.throughLink ? dir / "plant.ini" : real;
         if (c.throughLink) fs::create_symlink(real, name);
-        CapturedLog log;
+        tb::test::LogCapture log;
         c.next(name);
         EXPECT_EQ(ReadFile(real), c.expected) << c.name;
         EXPECT_FALSE(fs::exists(real.string() + ".tb-new")) << c.name;
@@ -217,7 +208,7 @@ TEST(IniInPlace, SaveFinishesADeadWritersCopyBeforeItsOwn) {
     IniDocument doc = IniDocument::Load(file);
     WriteFile(file.string() + ".tb-new", kNew);
     doc.Set("S", "M", "3");
-    CapturedLog log;
+    tb::test::LogCapture log;
     ASSERT_TRUE(doc.Save(file));
     EXPECT_EQ(ReadFile(file), kOld + "M=3\r\n");
     EXPECT_EQ(log.lines.size(), 1u);

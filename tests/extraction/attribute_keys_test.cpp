@@ -3,23 +3,15 @@
 #include <gtest/gtest.h>
 
 #include "common/log.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::extraction {
 namespace {
 
-class Lines final : public LogSink {
-  public:
-    void Line(std::string_view text) override { lines.emplace_back(text); }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view) override {}
-    std::vector<std::string> lines;
-};
-
 // A key named once as left out is not named again in its category, in any case; a run forgets.
 TEST(AttributeKeys, KeysLeftOutAreNamedOnce) {
-    Lines log;
-    SetLogSink(&log);
+    test::LogCapture log;
     ForgetKeysLeftOut();
     LogKeyLeftOut("Others.Quantity", "OPCs", "a reason");
     LogKeyLeftOut("others.quantity", "opcs", "another reason");

@@ -6,6 +6,7 @@
 #include "common/log.h"
 #include "extraction/category_sql.h"
 #include "store_fixture.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::extraction {
@@ -149,14 +150,6 @@ TEST(OutputModel, JoinTableTakesRepeatedNamesOnce) {
     EXPECT_THROW(JoinTable(store, "LEFT", {}, "temp0", "x", "nothing", "y", "temp5"), Error);
 }
 
-class CaptureLog : public LogSink {
-  public:
-    void Line(std::string_view text) override { lines += std::string(text) + "\n"; }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view) override {}
-    std::string lines;
-};
-
 TEST(OutputModel, ExtendUserColumns) {
     tb::test::TempDir dir;
     tb::test::WriteFile(
@@ -168,19 +161,19 @@ TEST(OutputModel, ExtendUserColumns) {
     auto store = store::Store::InMemory();
     MakeTable(store, "Plantitems", {"SP_ID", "ItemTag", "Qty:Long"},
               "('A', 'P-1', 2), ('B', 'Q-2', 3)");
-    CaptureLog log;
-    SetLogSink(&log);
+    tb::test::LogCapture log;
     ExtendUserColumns(store, dir / "PlantA.ini", true);  // a drawing version run runs nothing
-    EXPECT_EQ(log.lines, "");
+    EXPECT_EQ(log.LinesText(), "");
     ExtendUserColumns(store, dir / "PlantA.ini", false);
     SetLogSink(nullptr);
-    EXPECT_NE(log.lines.find("5 SQL statements found\n"), std::string::npos) << log.lines;
+    const std::string logged = log.LinesText();
+    EXPECT_NE(logged.find("5 SQL statements found\n"), std::string::npos) << logged;
     EXPECT_NE(
-        log.lines.find(
+        logged.find(
             "Executing 'UPDATE Nowhere SET x=1'...\nUPDATE Nowhere SET x=1\nExtendUserColumns:"),
         std::string::npos)
-        << log.lines;
-    EXPECT_NE(log.lines.find("1 records affected"), std::string::npos);
+        << logged;
+    EXPECT_NE(logged.find("1 records affected"), std::string::npos);
     // The user's column came into the catalogue with its width and compares ignoring case; the
     // number column that took a text became text.
     EXPECT_EQ(Shape(store, "Plantitems"),

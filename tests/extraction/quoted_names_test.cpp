@@ -7,6 +7,7 @@
 #include "extraction/attribute_keys.h"
 #include "extraction/category_sql.h"
 #include "extraction/plant_sql.h"
+#include "support/log_capture.h"
 
 namespace tb::extraction {
 namespace {
@@ -90,16 +91,6 @@ TEST(QuotedNames, StoreTextsOfTheChains) {
         "ON [a].[k]=[b].[k2] ORDER BY [a]._rowid_, [b]._rowid_");
 }
 
-class CaptureLog : public LogSink {
-  public:
-    CaptureLog() { SetLogSink(this); }
-    ~CaptureLog() override { SetLogSink(nullptr); }
-    void Line(std::string_view text) override { lines.emplace_back(text); }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view) override {}
-    Names lines;
-};
-
 TEST(QuotedNames, KeysAccessCannotNameAreLeftOutWithOneLineEach) {
     const struct {
         const char* key;
@@ -133,7 +124,7 @@ TEST(QuotedNames, KeysAccessCannotNameAreLeftOutWithOneLineEach) {
                                {"Instruments", {"t_plantitem.a]b"}}});
     expectedLines.push_back(
         "The attribute T_PlantItem.A]B is left out: Access does not allow ']' in a column name.");
-    CaptureLog log;
+    tb::test::LogCapture log;
     const Names leftOut = LeaveOutKeysAccessCannotName(keys);
     EXPECT_EQ(log.lines, expectedLines);
     EXPECT_EQ(leftOut.size(), expectedLines.size());

@@ -1,6 +1,8 @@
 // The routines that read the plant, run on the sample plant: code lists, revisions, the as-built
 // name, the PID texts of the SQLite plant and the copy with its renames.
 
+#include "support/sample_plant.h"
+
 #include <gtest/gtest.h>
 
 #include "common/error.h"
@@ -8,7 +10,6 @@
 #include "extraction/codelists.h"
 #include "extraction/output_model.h"
 #include "extraction/revisions.h"
-#include "plant_generator.h"
 #include "plantaccess/session.h"
 #include "plantaccess/sqlite_plant.h"
 #include "store_fixture.h"
@@ -23,25 +24,15 @@ using test::Shape;
 class SamplePlant : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
-        shared_.Run([] {
-            folder_ = new tb::test::TempDir;
-            sampleplant::Options options;
-            options.out = folder_->path() / "plant";
-            options.drawings = sampleplant::kShowcaseDrawings;
-            sampleplant::GeneratePlant(options);
-        });
+        shared_.Run([] { tb::test::ShowcasePlant(); });
     }
     // A failed shared set-up fails each test instead of leaving them skipped.
     void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
     static inline tb::test::SharedSetUp shared_;
-    static void TearDownTestSuite() {
-        delete folder_;
-        folder_ = nullptr;
-    }
     void TearDown() override { plantaccess::ResetSession(); }
 
     static PlantSchema Schema(const std::string& user) {
-        return {plantaccess::SqlitePlantConnection::Open(user, folder_->path() / "plant", user),
+        return {plantaccess::SqlitePlantConnection::Open(user, tb::test::ShowcasePlant(), user),
                 Dialect::Sqlite, ""};
     }
     // The store the copies go into: a file, as a run has one.
@@ -51,12 +42,9 @@ class SamplePlant : public ::testing::Test {
         return *store_;
     }
 
-    static tb::test::TempDir* folder_;
     tb::test::TempDir dir_;
     std::unique_ptr<store::Store> store_;
 };
-
-tb::test::TempDir* SamplePlant::folder_ = nullptr;
 
 TEST_F(SamplePlant, CodeLists) {
     store::Store& st = Store();

@@ -7,6 +7,7 @@
 
 #include "common/text.h"
 #include "plant_generator.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -66,7 +67,7 @@ void ExpectCancelled(const test::ProcessResult& r, const fs::path& output,
 // The longest statement of a 2,000-drawing run: the P&ID rows copied from the plant into the store.
 TEST(CancelInStatement, EndsTheLongestStatementOfATwoThousandDrawingRun) {
     test::TempDir plants;
-    const fs::path small = Generate(plants / "small", sampleplant::kShowcaseDrawings);
+    const fs::path small = test::ShowcasePlant();
     const fs::path big = Generate(plants / "big", 2000);
     Sandbox box;
     Prepare(box);
@@ -82,8 +83,7 @@ TEST(CancelInStatement, EndsTheLongestStatementOfATwoThousandDrawingRun) {
 // A statement of the user's that would run for a minute stops at once, and the cancel is not
 // taken for a failed user statement that the run logs and goes past.
 TEST(CancelInStatement, EndsAMinuteLongUserStatementInTheStore) {
-    test::TempDir plants;
-    const fs::path plant = Generate(plants / "plant", sampleplant::kShowcaseDrawings);
+    const fs::path plant = test::ShowcasePlant();
     Sandbox box;
     Prepare(box);
     const fs::path output = box.root() / "x.mdb";

@@ -18,6 +18,7 @@
 #include "mdb/mdb_reader.h"
 #include "plant_generator.h"
 #include "store/sqlite.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -524,16 +525,11 @@ class CatalogueAgreement : public ::testing::Test {
         }
     }
 
-    // Generates the plant, asks the catalogue, runs each group and reports every failure that
+    // Asks the catalogue of the plant in `folder`, runs each group and reports every failure that
     // the known faults do not explain, and every known fault that no longer shows.
-    static void Agreement(int drawings) {
-        test::TempDir plantDir;
-        sampleplant::Options options;
-        options.out = plantDir.path() / "plant";
-        options.drawings = drawings;
-        sampleplant::GeneratePlant(options);
-        const fs::path site = options.out / "SmartPlantv4.ini";
-        const Plant plant(options.out);
+    static void Agreement(const fs::path& folder) {
+        const fs::path site = folder / "SmartPlantv4.ini";
+        const Plant plant(folder);
 
         Sandbox box;
         PrepareApp(box);
@@ -587,13 +583,18 @@ class CatalogueAgreement : public ::testing::Test {
 };
 
 TEST_F(CatalogueAgreement, TinyPlant) {
-    Agreement(sampleplant::kShowcaseDrawings);
+    Agreement(test::ShowcasePlant());
 }
 
 // The 40 drawings of the demo plant: the generated sheets add no key, but the runs see more
 // rows of every kind.
 TEST_F(CatalogueAgreement, FortyDrawingPlant) {
-    Agreement(sampleplant::kDefaultDrawings);
+    test::TempDir dir;
+    sampleplant::Options options;
+    options.out = dir.path() / "plant";
+    options.drawings = sampleplant::kDefaultDrawings;
+    sampleplant::GeneratePlant(options);
+    Agreement(options.out);
 }
 
 }  // namespace

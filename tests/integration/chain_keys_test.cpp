@@ -6,7 +6,7 @@
 #include <map>
 
 #include "common/text.h"
-#include "shared_plant.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -58,8 +58,8 @@ class ChainKeys : public ::testing::Test {
             test::WriteFile(box_->root() / "c.ini", kConfig);
             run_ = new test::ProcessResult(
                 box_->Run({"/output", Mdb().string(), "/site",
-                           (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA",
-                           "/config", (box_->root() / "c.ini").string()}));
+                           (test::ShowcasePlant() / "SmartPlantv4.ini").string(), "/plant",
+                           "PlantA", "/config", (box_->root() / "c.ini").string()}));
         });
     }
     // A failed shared set-up fails each test instead of leaving them skipped.
@@ -200,8 +200,8 @@ TEST_F(ChainKeys, LeftOutKeysAreNamedOnce) {
         "MajorRevisionNumber=\r\n");
     const fs::path mdb = box_->root() / "left.mdb";
     const auto r = box_->Run({"/output", mdb.string(), "/site",
-                              (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA",
-                              "/config", (box_->root() / "left.ini").string()});
+                              (test::ShowcasePlant() / "SmartPlantv4.ini").string(), "/plant",
+                              "PlantA", "/config", (box_->root() / "left.ini").string()});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     const char* lines[] = {
         "The attribute Others.NotConnectedRuns of InlineComp_Prun is left out: it counts the OPCs, "

@@ -9,7 +9,7 @@
 #include "common/ini.h"
 #include "common/text.h"
 #include "mdb/mdb_reader.h"
-#include "shared_plant.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -29,7 +29,7 @@ class ExtractionRun : public ::testing::Test {
     test::ProcessResult Extract(const Sandbox& box, std::vector<std::string> more = {}) const {
         PrepareApp(box);
         std::vector<std::string> args = {"/output", (box.root() / "x.mdb").string(), "/site",
-                                         (test::TinyPlant() / "SmartPlantv4.ini").string()};
+                                         (test::ShowcasePlant() / "SmartPlantv4.ini").string()};
         if (std::find(more.begin(), more.end(), "/plant") == more.end())
             args.insert(args.end(), {"/plant", "PlantA"});
         args.insert(args.end(), more.begin(), more.end());
@@ -253,9 +253,10 @@ TEST_F(ExtractionRun, ConfiguredColumns) {
 TEST_F(ExtractionRun, InterruptCancelsTheRun) {
     Sandbox box;
     PrepareApp(box);
-    const auto r = box.Run({"/output", (box.root() / "x.mdb").string(), "/site",
-                            (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
-                           "Extracting t_plantitem...");
+    const auto r =
+        box.Run({"/output", (box.root() / "x.mdb").string(), "/site",
+                 (test::ShowcasePlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
+                "Extracting t_plantitem...");
     EXPECT_EQ(r.exitCode, 1) << r.output;
     EXPECT_NE(r.output.find("Cancelled."), std::string::npos) << r.output;
     EXPECT_EQ(r.output.find("extracted"), std::string::npos) << r.output;
@@ -308,7 +309,7 @@ TEST_F(ExtractionRun, BrokenPlantsLeaveNoExtract) {
         Sandbox box;
         PrepareApp(box);
         const fs::path plant = box.root() / "plant";
-        fs::copy(test::TinyPlant(), plant, fs::copy_options::recursive);
+        fs::copy(test::ShowcasePlant(), plant, fs::copy_options::recursive);
         IniWrite(plant / "SmartPlantv4.ini", "SITESCHEMA", std::string("DBSERVER"), plant.string());
         c.damage(plant);
         std::set<fs::path> before;

@@ -2,7 +2,7 @@
 // no TARNBROOK_HOME, so the program has to find its application folder under <prefix>/share.
 #include <gtest/gtest.h>
 
-#include "shared_plant.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -24,15 +24,15 @@ TEST(Install, ExtractsFromAnyPrefix) {
     fs::create_directories(dir / "home");
     fs::create_directories(dir / "temp");
     const fs::path mdb = dir / "x.mdb";
-    const auto run =
-        test::RunProcess(prefix / "bin" / "tarnbrook",
-                         {"/output", mdb.string(), "/site",
-                          (test::TinyPlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
-                         {{"PATH", "/usr/bin:/bin"},
-                          {"HOME", (dir / "home").string()},
-                          {"XDG_CONFIG_HOME", (dir / "home" / ".config").string()},
-                          {"TEMP", (dir / "temp").string()}},
-                         dir.path());
+    const auto run = test::RunProcess(
+        prefix / "bin" / "tarnbrook",
+        {"/output", mdb.string(), "/site", (test::ShowcasePlant() / "SmartPlantv4.ini").string(),
+         "/plant", "PlantA"},
+        {{"PATH", "/usr/bin:/bin"},
+         {"HOME", (dir / "home").string()},
+         {"XDG_CONFIG_HOME", (dir / "home" / ".config").string()},
+         {"TEMP", (dir / "temp").string()}},
+        dir.path());
     ASSERT_EQ(run.exitCode, 0) << run.output;
     EXPECT_TRUE(fs::is_regular_file(mdb));
     // The shipped configuration was found: the categories it asks for are built.

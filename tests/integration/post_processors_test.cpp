@@ -8,7 +8,7 @@
 
 #include "common/ini.h"
 #include "common/text.h"
-#include "plant_generator.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -24,13 +24,8 @@ class PostProcessors : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
         shared_.Run([] {
-            plant_ = new test::TempDir;
-            sampleplant::Options options;
-            options.out = plant_->path() / "plant";
-            options.drawings = sampleplant::kShowcaseDrawings;
-            sampleplant::GeneratePlant(options);
             box_ = new Sandbox;
-            run_ = new test::ProcessResult(Extract(*box_, plant_->path() / "plant"));
+            run_ = new test::ProcessResult(Extract(*box_, test::ShowcasePlant()));
         });
     }
     // A failed shared set-up fails each test instead of leaving them skipped.
@@ -39,10 +34,8 @@ class PostProcessors : public ::testing::Test {
     static void TearDownTestSuite() {
         delete run_;
         delete box_;
-        delete plant_;
         run_ = nullptr;
         box_ = nullptr;
-        plant_ = nullptr;
     }
 
     // A run with duct runs on (and a client version that has them) and drawing files asked for.
@@ -103,12 +96,10 @@ class PostProcessors : public ::testing::Test {
         return it == names.end() ? (id.empty() ? "<null>" : "?") : it->second;
     }
 
-    static test::TempDir* plant_;
     static Sandbox* box_;
     static test::ProcessResult* run_;
 };
 
-test::TempDir* PostProcessors::plant_ = nullptr;
 Sandbox* PostProcessors::box_ = nullptr;
 test::ProcessResult* PostProcessors::run_ = nullptr;
 
@@ -229,12 +220,12 @@ TEST_F(PostProcessors, DrawingFilesWithADuplicateBaseName) {
 TEST_F(PostProcessors, EmptyPathAndMissingFile) {
     Sandbox box;
     const fs::path plant = box.root() / "plant";
-    fs::copy(plant_->path() / "plant", plant, fs::copy_options::recursive);
+    fs::copy(test::ShowcasePlant(), plant, fs::copy_options::recursive);
     IniWrite(plant / "SmartPlantv4.ini", "SITESCHEMA", std::string("DBSERVER"), plant.string());
     // The plant folders of the copy.
     test::RunProcess("/usr/bin/sqlite3",
                      {(plant / "TBSITE.db").string(), "UPDATE T_RootItem SET Path=replace(Path, '" +
-                                                          (plant_->path() / "plant").string() +
+                                                          (test::ShowcasePlant()).string() +
                                                           "', '" + plant.string() + "')"},
                      {{"PATH", "/usr/bin:/bin"}});
     test::RunProcess("/usr/bin/sqlite3",
@@ -257,7 +248,7 @@ TEST_F(PostProcessors, EmptyPathAndMissingFile) {
 TEST_F(PostProcessors, TwoRunsGiveTheSameTables) {
     ASSERT_EQ(run_->exitCode, 0) << run_->output;
     Sandbox box;
-    const auto again = Extract(box, plant_->path() / "plant");
+    const auto again = Extract(box, test::ShowcasePlant());
     ASSERT_EQ(again.exitCode, 0) << again.output;
     for (const char* table : {"Eqp_Nozzle", "Instruments", "OPCs", "InlineComp_Prun", "DuctRuns"}) {
         const auto a = test::RunProcess("/usr/bin/mdb-export", {Mdb().string(), table},

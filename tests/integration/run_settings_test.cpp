@@ -8,7 +8,7 @@
 #include "common/ini.h"
 #include "common/text.h"
 #include "mdb/mdb_reader.h"
-#include "shared_plant.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -19,7 +19,7 @@ using test::Sandbox;
 
 class RunSettings : public ::testing::Test {
   protected:
-    static fs::path Site() { return test::TinyPlant() / "SmartPlantv4.ini"; }
+    static fs::path Site() { return test::ShowcasePlant() / "SmartPlantv4.ini"; }
 
     // A run with `config` as its /config file.
     static test::ProcessResult Extract(const Sandbox& box, const std::string& config,

@@ -13,8 +13,8 @@
 #include "common/temp_file.h"
 #include "common/text.h"
 #include "plant_generator.h"
-#include "shared_plant.h"
 #include "store/sqlite.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -82,7 +82,7 @@ bool AnyFileNamed(const fs::path& folder, const std::string& name) {
 
 class Safety : public ::testing::Test {
   protected:
-    static fs::path Plant() { return test::TinyPlant(); }
+    static fs::path Plant() { return test::ShowcasePlant(); }
 
     // The shipped configuration in the application folder, the program ini, and the window's
     // drawing files box when asked.

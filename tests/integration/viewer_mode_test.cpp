@@ -9,7 +9,7 @@
 #include "app/main.h"
 #include "common/text.h"
 #include "mdb/mdb_reader.h"
-#include "plant_generator.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb {
@@ -29,10 +29,6 @@ bool Has(const std::vector<std::string>& names, const std::string& name) {
 
 TEST(ViewerMode, RunGivesTheViewerForm) {
     test::TempDir dir;
-    sampleplant::Options options;
-    options.out = dir / "plant";
-    options.drawings = sampleplant::kShowcaseDrawings;
-    sampleplant::GeneratePlant(options);
     for (const char* sub : {"home", "xdg", "temp", "app/config"}) fs::create_directories(dir / sub);
     fs::copy_file(test::SourceDir() / "config" / "default", dir / "app" / "config" / "default");
     for (const auto& [name, sub] : {std::pair{"HOME", "home"},
@@ -45,7 +41,7 @@ TEST(ViewerMode, RunGivesTheViewerForm) {
     const fs::path mdb = dir / "v.mdb";
     const int exit =
         app::RunMain({"/output", mdb.string(), "/site",
-                      (dir / "plant" / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
+                      (test::ShowcasePlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA"},
                      app::DefaultEngines());
     extraction::SetSorrelwickMode(false);
     ASSERT_EQ(exit, 0);

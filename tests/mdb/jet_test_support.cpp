@@ -20,15 +20,6 @@
 
 namespace tb::mdb::test {
 
-fs::path JetCorpus() {
-    if (const char* env = std::getenv("TARNBROOK_JET_CORPUS"); env && *env) {
-        fs::path p = env;
-        if (p.is_relative()) p = tb::test::SourceDir() / p;
-        return fs::is_directory(p) ? p : fs::path();
-    }
-    return tb::test::CorpusDir();
-}
-
 namespace {
 
 fs::path FindTool(const std::string& tool) {

@@ -17,17 +17,6 @@ namespace tb::mdb::test {
 
 namespace fs = std::filesystem;
 
-// The folder of Access-made files: $TARNBROOK_JET_CORPUS, else ../shared/jet4-corpus beside
-// the source folder; empty when neither exists.
-fs::path JetCorpus();
-
-#define SKIP_WITHOUT_JET_CORPUS()                                                              \
-    do {                                                                                       \
-        if (::tb::mdb::test::JetCorpus().empty())                                              \
-            GTEST_SKIP() << "no Jet corpus: set TARNBROOK_JET_CORPUS to the folder of Access " \
-                            "files (../shared/jet4-corpus)";                                   \
-    } while (0)
-
 struct ToolResult {
     int exitCode = -1;
     std::string out;

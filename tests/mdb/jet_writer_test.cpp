@@ -14,6 +14,7 @@
 #include "mdb/jet_file_parser.h"
 #include "mdb/jet_test_support.h"
 #include "mdb/structure_checker.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::mdb::test {
@@ -41,8 +42,8 @@ std::vector<std::size_t> CatalogueDateBytes(const std::string& file) {
 }
 
 TEST(JetWriterEmpty, MatchesTheJetEnginesEmptyDatabasePageByPage) {
-    SKIP_WITHOUT_JET_CORPUS();
-    const std::string jet = ReadBytes(JetCorpus() / "adox_jet4.mdb");
+    TB_CORPUS_FILE_OR_SKIP(file, "adox_jet4.mdb");
+    const std::string jet = ReadBytes(file);
     TempDir dir;
     WriterOptions options;
     const double created = HeaderDate(jet);
@@ -106,17 +107,6 @@ TEST(JetWriterOutput, IsTheSameForTheSameInputAndClock) {
     EXPECT_FALSE(a == c);
 }
 
-// Collects the status lines that progress reports go to.
-class StatusLines : public LogSink {
-  public:
-    StatusLines() { SetLogSink(this); }
-    ~StatusLines() override { SetLogSink(nullptr); }
-    void Line(std::string_view) override {}
-    void Raw(std::string_view) override {}
-    void Status(std::string_view text) override { lines.emplace_back(text); }
-    std::vector<std::string> lines;
-};
-
 // A source that cannot say how many rows will come.
 class CountingRows : public RowSource {
   public:
@@ -132,18 +122,18 @@ class CountingRows : public RowSource {
 };
 
 TEST(JetWriterProgress, IsReportedInStepsOrByRowCount) {
-    StatusLines status;
+    tb::test::LogCapture log;  // progress reports go to the status lines
     TempDir dir;
     JetWriter writer(dir / "x.mdb", FixedOptions());
     std::vector<Row> rows(1000, Row{std::int64_t{1}});
     VectorRowSource known(rows);
     writer.AddTable({"Known", {{"N", JetType::Long}}}, known);
-    EXPECT_EQ(status.lines.size(), 10u);
-    EXPECT_EQ(status.lines.back(), "Writing table Known 100%");
-    status.lines.clear();
+    EXPECT_EQ(log.statuses.size(), 10u);
+    EXPECT_EQ(log.statuses.back(), "Writing table Known 100%");
+    log.statuses.clear();
     CountingRows unknown(250000);
     writer.AddTable({"Unknown", {{"N", JetType::Long}}}, unknown);
-    EXPECT_EQ(status.lines, (std::vector<std::string>{"Writing table Unknown: 100000 rows",
+    EXPECT_EQ(log.statuses, (std::vector<std::string>{"Writing table Unknown: 100000 rows",
                                                       "Writing table Unknown: 200000 rows",
                                                       "Writing table Unknown: 250000 rows"}));
     writer.Commit();

@@ -12,26 +12,13 @@
 #include "common/log.h"
 #include "common/md5.h"
 #include "mdb/mdb_reader.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::mdb {
 namespace {
 
 namespace fs = std::filesystem;
-
-fs::path JetCorpus() {
-    if (const char* env = std::getenv("TARNBROOK_JET_CORPUS"); env && *env) {
-        fs::path p = env;
-        if (p.is_relative()) p = test::SourceDir() / p;
-        return fs::is_directory(p) ? p : fs::path();
-    }
-    return test::CorpusDir();
-}
-
-#define REQUIRE_CORPUS()                 \
-    const fs::path corpus = JetCorpus(); \
-    if (corpus.empty())                  \
-    GTEST_SKIP() << "no Jet corpus: set TARNBROOK_JET_CORPUS or provide ../shared/jet4-corpus"
 
 std::vector<Row> ReadAll(const MdbReader& reader, std::string_view table) {
     std::vector<Row> rows;
@@ -73,7 +60,7 @@ struct NamesCase {
 };
 
 TEST(MdbReaderCorpus, UserTableNamesInCatalogueOrder) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     const std::vector<NamesCase> cases = {
         {"testV2000.mdb", {"Table1", "Table2", "Table3", "Table4"}},
         {"fixedNumericTestV2000.mdb", {"test"}},
@@ -89,7 +76,7 @@ TEST(MdbReaderCorpus, UserTableNamesInCatalogueOrder) {
 }
 
 TEST(MdbReaderCorpus, SystemTablesOnlyOnRequest) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     MdbReader reader(corpus / "adox_jet4.mdb");
     const std::vector<std::string> expected = {"MSysObjects", "MSysACEs", "MSysQueries",
                                                "MSysRelationships"};
@@ -107,7 +94,7 @@ struct ColumnCase {
 };
 
 TEST(MdbReaderCorpus, ColumnsWithJetTypes) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     using T = JetType;
     const std::vector<ColumnCase> cases = {
         {"testV2000.mdb",
@@ -153,7 +140,7 @@ TEST(MdbReaderCorpus, ColumnsWithJetTypes) {
 }
 
 TEST(MdbReaderCorpus, WideTableAndNumericPrecision) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     MdbReader wide(corpus / "test2V2000.mdb");
     const TableDef def = wide.Table("msp_projects");  // names ignore case
     EXPECT_EQ(def.name, "MSP_PROJECTS");
@@ -177,7 +164,7 @@ struct RowsCase {
 };
 
 TEST(MdbReaderCorpus, RowsDecodedFromTheirBytes) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     const std::vector<RowsCase> cases = {
         {"testV2000.mdb",
          "Table1",
@@ -203,7 +190,7 @@ TEST(MdbReaderCorpus, RowsDecodedFromTheirBytes) {
 }
 
 TEST(MdbReaderCorpus, WideRowWithMemoChainedOleAndNulls) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     MdbReader reader(corpus / "test2V2000.mdb");
     const TableDef def = reader.Table("MSP_PROJECTS");
     const auto rows = ReadAll(reader, "MSP_PROJECTS");
@@ -240,7 +227,7 @@ TEST(MdbReaderCorpus, WideRowWithMemoChainedOleAndNulls) {
 }
 
 TEST(MdbReaderCorpus, DeclaredCountsMatchTheRowsOfEveryTable) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     int tables = 0;
     for (const auto& entry : fs::directory_iterator(corpus)) {
         if (entry.path().extension() != ".mdb") continue;
@@ -262,7 +249,7 @@ TEST(MdbReaderCorpus, DeclaredCountsMatchTheRowsOfEveryTable) {
 }
 
 TEST(MdbReaderCorpus, CursorsAndSchemaCallsInterleave) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     MdbReader reader(corpus / "compIndexTestV2000.mdb");
     const auto all = ReadAll(reader, "Table1");
     ASSERT_EQ(all.size(), 512u);  // several data pages
@@ -284,13 +271,7 @@ TEST(MdbReaderCorpus, CursorsAndSchemaCallsInterleave) {
 
 // A count in the table definition that the rows do not bear out is logged, not passed over.
 TEST(MdbReaderCorpus, RowsDifferingFromTheDeclaredCountAreLogged) {
-    REQUIRE_CORPUS();
-    struct Sink : LogSink {
-        std::vector<std::string> lines;
-        void Line(std::string_view text) override { lines.emplace_back(text); }
-        void Raw(std::string_view) override {}
-        void Status(std::string_view) override {}
-    } sink;
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     test::TempDir dir;
     std::string bytes = test::ReadFile(corpus / "testV2000.mdb");
     std::int64_t tdefPage = -1;
@@ -305,7 +286,7 @@ TEST(MdbReaderCorpus, RowsDifferingFromTheDeclaredCountAreLogged) {
     bytes[static_cast<std::size_t>(tdefPage) * 4096 + 16] = 5;  // the row count
     test::WriteFile(dir / "counted.mdb", bytes);
     MdbReader reader(dir / "counted.mdb");
-    SetLogSink(&sink);
+    tb::test::LogCapture sink;
     const auto rows = ReadAll(reader, "Table1");
     SetLogSink(nullptr);
     EXPECT_EQ(rows.size(), 2u);
@@ -349,7 +330,7 @@ TEST(MdbReader, NonDatabaseFilesRaiseNamingTheFile) {
 }
 
 TEST(MdbReaderCorpus, TruncatedFileRaisesNamingTheFile) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     test::TempDir dir;
     const std::string bytes = test::ReadFile(corpus / "testV2000.mdb");
     test::WriteFile(dir / "cut.mdb", bytes.substr(0, 4096 * 3));  // the catalogue's pages are gone
@@ -363,7 +344,7 @@ TEST(MdbReaderCorpus, TruncatedFileRaisesNamingTheFile) {
 }
 
 TEST(MdbReaderCorpus, MissingTableNamesTableAndFile) {
-    REQUIRE_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     MdbReader reader(corpus / "testV2000.mdb");
     EXPECT_FALSE(reader.HasTable("Table9"));
     for (auto call : {+[](const MdbReader& r) { r.Table("Table9"); },
@@ -412,8 +393,7 @@ class LocaleGuard {
 };
 
 TEST(MdbReaderLocale, GermanLocaleGivesTheSameValues) {
-    const fs::path corpus = JetCorpus();
-    if (corpus.empty()) GTEST_SKIP() << "no Jet corpus: set TARNBROOK_JET_CORPUS";
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     LocaleGuard guard;
     ASSERT_NE(std::setlocale(LC_ALL, "C"), nullptr);
     const Snapshot plain = ReadEverything(corpus);

@@ -27,17 +27,17 @@ std::string Join(const std::vector<std::string>& lines) {
 }
 
 TEST(StructureChecker, PassesTheJetEnginesFilesStrictly) {
-    SKIP_WITHOUT_JET_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     for (const char* name : {"adox_jet4.mdb", "emptyJet4.mdb"}) {
-        EXPECT_EQ(Join(CheckJetStructure(ReadBytes(JetCorpus() / name))), "") << name;
+        EXPECT_EQ(Join(CheckJetStructure(ReadBytes(corpus / name))), "") << name;
     }
 }
 
 TEST(StructureChecker, PassesAccessMadeFilesAndReproducesTheirIndexKeys) {
-    SKIP_WITHOUT_JET_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     int files = 0;
     std::size_t total = 0;
-    for (const auto& entry : fs::directory_iterator(JetCorpus())) {
+    for (const auto& entry : fs::directory_iterator(corpus)) {
         if (entry.path().extension() != ".mdb") continue;
         ++files;
         std::size_t keys = 0;

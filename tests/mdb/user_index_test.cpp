@@ -17,6 +17,7 @@
 #include "mdb/jet_text.h"
 #include "mdb/structure_checker.h"
 #include "mdb/user_indexes.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::mdb::test {
@@ -345,17 +346,6 @@ TEST(UserIndexes, EmptyTablesKeepAnEmptyLeaf) {
     EXPECT_EQ(StructureProblems(dir / "e.mdb"), "");
 }
 
-// Records the log lines while it lives.
-class LoggedLines : public LogSink {
-  public:
-    LoggedLines() { SetLogSink(this); }
-    ~LoggedLines() override { SetLogSink(nullptr); }
-    void Line(std::string_view text) override { lines.emplace_back(text); }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view) override {}
-    std::vector<std::string> lines;
-};
-
 // The logical index names of the table the file lists last.
 std::vector<std::string> IndexNames(const fs::path& file) {
     const JetFile f(ReadBytes(file));
@@ -419,7 +409,7 @@ TEST(UserIndexes, AnIndexWhoseKeysCannotBeWrittenIsLeftOut) {
     };
     for (const Case& c : cases) {
         TempDir dir;
-        LoggedLines log;
+        tb::test::LogCapture log;
         WriteDatabase(dir / "i.mdb",
                       {{def, c.rows, {{"ByID", {{"ID", true}}, false, false, false}, c.index}}});
         if (c.line.empty()) {
@@ -449,7 +439,7 @@ TEST(UserIndexes, LeftOutIndexesLeaveNoPagesBehind) {
              false,
              false});
     TempDir dir;
-    LoggedLines log;
+    tb::test::LogCapture log;
     WriteDatabase(dir / "many.mdb", {t});  // runs the structure checker
     EXPECT_EQ(log.lines.size(), 60u);
     EXPECT_TRUE(IndexNames(dir / "many.mdb").empty());

@@ -51,15 +51,9 @@ fs::path PlantAccessTest::GeneralIni() const {
     return shell::GetGeneralFile();
 }
 
-bool PlantAccessTest::Logged(std::string_view part) const {
-    for (const std::string& l : log.lines)
-        if (l.find(part) != std::string::npos) return true;
-    return false;
-}
-
 std::string PlantAccessTest::AllLog() const {
     std::string all;
-    for (const std::string& l : log.lines) all += l + "\n";
+    for (const std::string& l : log.all) all += l + "\n";
     return all;
 }
 

@@ -10,20 +10,12 @@
 #include <utility>
 #include <vector>
 
-#include "common/log.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::plantaccess::testing {
 
 namespace fs = std::filesystem;
-
-class CaptureLog : public LogSink {
-  public:
-    void Line(std::string_view text) override { lines.emplace_back(text); }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view text) override { lines.emplace_back(text); }
-    std::vector<std::string> lines;
-};
 
 class PlantAccessTest : public ::testing::Test {
   protected:
@@ -34,11 +26,13 @@ class PlantAccessTest : public ::testing::Test {
     fs::path app() const { return dir.path() / "app"; }
     fs::path ProgramIni() const { return app() / "tarnbrook.ini"; }
     fs::path GeneralIni() const;
-    bool Logged(std::string_view part) const;
+    // Searches the log lines and status texts.
+    bool Logged(std::string_view part) const { return log.Has(part); }
+    // The log lines and status texts, each followed by "\n".
     std::string AllLog() const;
 
     tb::test::TempDir dir;
-    CaptureLog log;
+    tb::test::LogCapture log;
 
   private:
     std::vector<std::pair<std::string, std::string>> saved_;

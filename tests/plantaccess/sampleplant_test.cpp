@@ -13,6 +13,7 @@
 #include "plantaccess/session.h"
 #include "plantaccess/transfer.h"
 #include "shell/run_state.h"
+#include "support/sample_plant.h"
 
 namespace tb::plantaccess::testing {
 namespace {
@@ -20,22 +21,12 @@ namespace {
 class SamplePlantTest : public PlantAccessTest {
   protected:
     static void SetUpTestSuite() {
-        shared_.Run([] {
-            folder_ = new tb::test::TempDir;
-            sampleplant::Options options;
-            options.out = folder_->path() / "plant";
-            options.drawings = sampleplant::kShowcaseDrawings;
-            sampleplant::GeneratePlant(options);
-        });
+        shared_.Run([] { tb::test::ShowcasePlant(); });
     }
     // A failed shared set-up fails each test instead of leaving them skipped.
     void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
     static inline tb::test::SharedSetUp shared_;
-    static void TearDownTestSuite() {
-        delete folder_;
-        folder_ = nullptr;
-    }
-    static fs::path PlantFolder() { return folder_->path() / "plant"; }
+    static fs::path PlantFolder() { return tb::test::ShowcasePlant(); }
 
     void Activate(const std::string& plant, const std::string& parent) {
         shell::CurrentRun().activeSite = (PlantFolder() / sampleplant::kSiteIni).string();
@@ -47,11 +38,7 @@ class SamplePlantTest : public PlantAccessTest {
     static std::int64_t Count(const ConnectionPtr& c, const std::string& table) {
         return AdoRead("SELECT count(*) FROM " + table, c)->Field(0).integer();
     }
-
-    static tb::test::TempDir* folder_;
 };
-
-tb::test::TempDir* SamplePlantTest::folder_ = nullptr;
 
 std::set<std::string> Listing(const fs::path& folder) {
     std::set<std::string> out;

@@ -69,8 +69,8 @@ TEST_F(SessionsTest, AdoReadFailureContract) {
             << e.description();
     }
     EXPECT_EQ(SessionLastSql(), "SELECT x FROM Nowhere");
-    ASSERT_FALSE(log.lines.empty());
-    EXPECT_EQ(log.lines.back(), "SELECT x FROM Nowhere");  // the statement on its own line
+    ASSERT_FALSE(log.all.empty());
+    EXPECT_EQ(log.all.back(), "SELECT x FROM Nowhere");  // the statement on its own line
     // Without a connection to use.
     SetSessionConnection(nullptr, "");
     try {
@@ -92,7 +92,7 @@ TEST_F(SessionsTest, AdoWriteContract) {
                  {false, false, false, true},
                  {false, true, false, false}};
     for (const auto& c : cases) {
-        log.lines.clear();
+        log.all.clear();
         bool raised = false;
         try {
             EXPECT_EQ(AdoWrite("UPDATE Nowhere SET x = 1", nullptr, nullptr, c.raise, c.silent),
@@ -102,11 +102,11 @@ TEST_F(SessionsTest, AdoWriteContract) {
             EXPECT_EQ(e.source(), "AdoWrite");
         }
         EXPECT_EQ(raised, c.raised) << c.raise << c.silent;
-        ASSERT_FALSE(log.lines.empty());
-        EXPECT_EQ(log.lines[0], "UPDATE Nowhere SET x = 1") << c.raise << c.silent;
-        EXPECT_EQ(log.lines.size(), c.detailLogged ? 2u : 1u) << c.raise << c.silent;
+        ASSERT_FALSE(log.all.empty());
+        EXPECT_EQ(log.all[0], "UPDATE Nowhere SET x = 1") << c.raise << c.silent;
+        EXPECT_EQ(log.all.size(), c.detailLogged ? 2u : 1u) << c.raise << c.silent;
         if (c.detailLogged) {
-            EXPECT_EQ(log.lines[1].rfind("AdoWrite:no such table: Nowhere", 0), 0u) << log.lines[1];
+            EXPECT_EQ(log.all[1].rfind("AdoWrite:no such table: Nowhere", 0), 0u) << log.all[1];
         }
     }
     std::int64_t affected = -1;
@@ -118,14 +118,14 @@ TEST_F(SessionsTest, AdoWriteContract) {
     EXPECT_EQ(GetDBvalue(rows->Field(0)), "4");
 
     // MDBWrite: to the caller, unlogged.
-    log.lines.clear();
+    log.all.clear();
     try {
         MDBWrite("DELETE FROM Nowhere", session);
         FAIL() << "no error";
     } catch (const Error& e) {
         EXPECT_EQ(e.source(), "MDBWrite");
     }
-    EXPECT_TRUE(log.lines.empty());
+    EXPECT_TRUE(log.all.empty());
     EXPECT_THROW(MDBWrite("DELETE FROM Items", nullptr), Error);
     MDBWrite("DELETE FROM Items WHERE SP_ID = 'A3'", session, &affected);
     EXPECT_EQ(affected, 1);
@@ -255,34 +255,34 @@ TEST_F(SessionsTest, AccessFilesWithoutAStore) {
 }
 
 TEST_F(SessionsTest, CreateAndCompactKeepTheirLogLines) {
-    log.lines.clear();
+    log.all.clear();
     const fs::path other = dir.path() / "other.mdb";
     EXPECT_TRUE(CreateAccessDatabase(other, 0, "", true));
-    EXPECT_EQ(log.lines,
+    EXPECT_EQ(log.all,
               (std::vector<std::string>{"Creating new Access database: '" + other.string() + "'...",
                                         "Access 2000 database created successfully"}));
     platform::RegistryWrite("HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Office\\8.0\\Access", "x",
                             "1");
     EXPECT_EQ(AccessEngineTypeFromRegistry(), 4);
-    log.lines.clear();
+    log.all.clear();
     EXPECT_TRUE(CreateAccessDatabase(other, 0, "", true));
-    EXPECT_EQ(log.lines.back(), "Access 97 database created successfully");
-    log.lines.clear();
+    EXPECT_EQ(log.all.back(), "Access 97 database created successfully");
+    log.all.clear();
     EXPECT_TRUE(CreateAccessDatabase(other, 5, "", false));
-    EXPECT_TRUE(log.lines.empty());
+    EXPECT_TRUE(log.all.empty());
     SetMdbStoreCreator([](const fs::path&) -> std::shared_ptr<store::Store> {
         throw Error(kErrFileAccess, "disk full");
     });
     EXPECT_FALSE(CreateAccessDatabase(other, 5, "", true));
-    EXPECT_EQ(log.lines.back(), "Creating Access database failed: disk full");
+    EXPECT_EQ(log.all.back(), "Creating Access database failed: disk full");
 
-    log.lines.clear();
+    log.all.clear();
     EXPECT_TRUE(CompactDatabase(extract));
-    EXPECT_EQ(log.lines,
+    EXPECT_EQ(log.all,
               (std::vector<std::string>{"Compacting database '" + extract.string() + "'...",
                                         "Database compacted successfully"}));
     EXPECT_FALSE(CompactDatabase(dir.path() / "none.mdb"));
-    EXPECT_EQ(log.lines.back().rfind("Compacting database failed: Could not find file", 0), 0u);
+    EXPECT_EQ(log.all.back().rfind("Compacting database failed: Could not find file", 0), 0u);
 }
 
 // Only the engines' words for a missing table count; a missing column, a lock or a login do not.

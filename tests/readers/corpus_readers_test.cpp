@@ -5,6 +5,7 @@
 
 #include "mdb/mdb_reader.h"
 #include "readers/outside_readers.h"
+#include "support/test_support.h"
 
 namespace tb::readers {
 namespace {
@@ -32,10 +33,8 @@ const char* const kFiles[] = {
 class CorpusFile : public ::testing::TestWithParam<const char*> {
   protected:
     void SetUp() override {
-        const fs::path corpus = JetCorpusDir();
-        if (corpus.empty()) GTEST_SKIP() << "no Jet corpus: set TARNBROOK_JET_CORPUS";
-        file_ = corpus / GetParam();
-        if (!fs::exists(file_)) GTEST_SKIP() << file_ << " is not in the corpus";
+        TB_CORPUS_FILE_OR_SKIP(file, GetParam());
+        file_ = file;
     }
     fs::path file_;
 };

@@ -10,8 +10,8 @@
 #include "mdb/jet_file_parser.h"
 #include "mdb/mdb_reader.h"
 #include "mdb/structure_checker.h"
-#include "plant_generator.h"
 #include "readers/outside_readers.h"
+#include "support/sample_plant.h"
 #include "support/test_support.h"
 
 namespace tb::readers {
@@ -28,21 +28,11 @@ std::string Joined(const std::vector<std::string>& lines) {
 class SamplePlantExtract : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
-        shared_.Run([] {
-            plant_ = new test::TempDir;
-            sampleplant::Options options;
-            options.out = plant_->path() / "plant";
-            options.drawings = sampleplant::kShowcaseDrawings;
-            sampleplant::GeneratePlant(options);
-        });
+        shared_.Run([] { test::ShowcasePlant(); });
     }
     // A failed shared set-up fails each test instead of leaving them skipped.
     void SetUp() override { ASSERT_NO_FATAL_FAILURE(shared_.Check()); }
     static inline tb::test::SharedSetUp shared_;
-    static void TearDownTestSuite() {
-        delete plant_;
-        plant_ = nullptr;
-    }
 
     // Runs the extraction into <sandbox>/x.mdb; `bigPlant` switches BigPlant on in the
     // program's ini.
@@ -53,7 +43,7 @@ class SamplePlantExtract : public ::testing::Test {
         const fs::path mdb = box.root() / "x.mdb";
         const auto r =
             box.Run({"/output", mdb.string(), "/site",
-                     (plant_->path() / "plant" / "SmartPlantv4.ini").string(), "/plant", "PlantA"});
+                     (test::ShowcasePlant() / "SmartPlantv4.ini").string(), "/plant", "PlantA"});
         EXPECT_EQ(r.exitCode, 0) << r.output;
         return mdb;
     }
@@ -64,11 +54,7 @@ class SamplePlantExtract : public ::testing::Test {
         EXPECT_EQ(Joined(problems), "") << file;
         return keys;
     }
-
-    static test::TempDir* plant_;
 };
-
-test::TempDir* SamplePlantExtract::plant_ = nullptr;
 
 // Lines of mdb-schema's index statements that contain `text`.
 std::size_t Count(const std::vector<std::string>& lines, const std::string& text) {

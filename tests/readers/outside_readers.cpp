@@ -280,15 +280,6 @@ std::string Lower(std::string s) {
 
 }  // namespace
 
-fs::path JetCorpusDir() {
-    if (const char* env = std::getenv("TARNBROOK_JET_CORPUS"); env && *env) {
-        fs::path p = env;
-        if (p.is_relative()) p = test::SourceDir() / p;
-        return fs::is_directory(p) ? p : fs::path();
-    }
-    return test::CorpusDir();
-}
-
 const char* ReaderName(Reader reader) {
     return reader == Reader::MdbTools ? "mdbtools" : "mdb-reader";
 }

@@ -19,10 +19,6 @@ namespace tb::readers {
 
 namespace fs = std::filesystem;
 
-// The folder of Access-made test files: $TARNBROOK_JET_CORPUS (relative to the source folder
-// when relative), else ../shared/jet4-corpus; empty when neither exists.
-fs::path JetCorpusDir();
-
 enum class Reader { MdbTools, MdbReader };
 const char* ReaderName(Reader reader);
 

@@ -10,6 +10,7 @@
 #include "store/store.h"
 #include "storefile/store_file.h"
 #include "storefile_test_util.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::storefile {
@@ -62,7 +63,7 @@ store::Store Items() {
 TEST(StoreKeys, CounterKeysAndIndexesReachTheFile) {
     store::Store s = Items();
     tb::test::TempDir dir;
-    test::LogCapture log;
+    tb::test::LogCapture log;
     WriteStoreFile(s, dir / "x.mdb");
     EXPECT_EQ(Problems(dir / "x.mdb"), "");
 

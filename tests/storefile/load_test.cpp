@@ -15,6 +15,7 @@
 #include "storefile/column_mapping.h"
 #include "storefile/store_file.h"
 #include "storefile_test_util.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::storefile {
@@ -91,7 +92,7 @@ TEST(LoadMdbIntoStore, CountersStayCountersUnlessAValueRepeats) {
               {counterTable("Twice"), {row(1, "a"), row(1, "b"), row(2, "c")}}});
 
     store::Store s = store::Store::InMemory();
-    test::LogCapture log;
+    tb::test::LogCapture log;
     LoadMdbIntoStore(dir / "counters.mdb", s);
     // The store's counter is the rowid: the rows come in counter order, and new rows go on from
     // the highest.
@@ -115,7 +116,7 @@ TEST(LoadMdbIntoStore, ATableNamedLikeTheStoresOwnIsPassedOver) {
     WriteMdb(dir / "odd.mdb", {{{"__tb_columns", {{"X", mdb::JetType::Long}}}, {{std::int64_t{1}}}},
                                {{"Plain", {{"X", mdb::JetType::Long}}}, {{std::int64_t{2}}}}});
     store::Store s = store::Store::InMemory();
-    test::LogCapture log;
+    tb::test::LogCapture log;
     EXPECT_EQ(LoadMdbIntoStore(dir / "odd.mdb", s), std::vector<std::string>{"Plain"});
     ASSERT_EQ(log.lines.size(), 1u);
     EXPECT_NE(log.lines[0].find("__tb_columns"), std::string::npos);
@@ -172,10 +173,10 @@ bool SameValue(const mdb::Value& original, const mdb::Value& copy, mdb::JetType 
 }
 
 TEST(CorpusRoundTrip, AccessFilesThroughAStoreReadBackEqual) {
-    SKIP_WITHOUT_CORPUS();
+    TB_CORPUS_FILE_OR_SKIP(corpus, "");
     for (const CorpusFile& f : kCorpus) {
         SCOPED_TRACE(f.name);
-        const fs::path original = test::JetCorpus() / f.name;
+        const fs::path original = corpus / f.name;
         if (!fs::exists(original)) {
             ADD_FAILURE() << "missing from the corpus";
             continue;

@@ -14,6 +14,7 @@
 #include "storefile/store_file.h"
 #include "storefile/store_rows.h"
 #include "storefile_test_util.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::storefile {
@@ -99,7 +100,7 @@ TEST(CancelledWrite, StopsWithError18AndLeavesThePreviousFiles) {
                 const store::Store s = ThreeTables(dir / "x_link.mdb");
                 if (previous) WritePrevious(dir.path(), form);
                 CancelFlag flag;
-                test::LogCapture log;
+                tb::test::LogCapture log;
                 log.onStatus = [&](const std::string& text) {
                     if (text == m.status) SetCancelRequested(true);
                 };
@@ -131,7 +132,7 @@ TEST(FailedWrite, AFailureAfterTheLinkFileKeepsThePreviousExtractAndLinkFile) {
             s.CreateTable("Zebra", {{"N", ColumnType::Byte()}});
             s.Execute("INSERT INTO Zebra VALUES (300)");
             if (previous) WritePrevious(dir.path(), form);
-            test::LogCapture log;
+            tb::test::LogCapture log;
             EXPECT_THROW(WriteStoreFile(s, dir / form), Error) << what;
             ExpectPreviousFiles(dir.path(), form, previous, what);
 
@@ -166,7 +167,7 @@ TEST(ReplacedFiles, ASymbolicLinkAtATargetStaysALink) {
         fs::create_symlink(shared / sharedExtract, out / form);
         fs::create_symlink(shared / "shared_link.mdb", out / "x_link.mdb");
         const store::Store s = ThreeTables(out / "x_link.mdb");
-        test::LogCapture log;
+        tb::test::LogCapture log;
         WriteStoreFile(s, out / form);
 
         EXPECT_TRUE(fs::is_symlink(out / form)) << form;

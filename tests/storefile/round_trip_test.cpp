@@ -17,6 +17,7 @@
 #include "storefile/column_mapping.h"
 #include "storefile/store_file.h"
 #include "storefile_test_util.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::storefile {
@@ -380,7 +381,7 @@ TEST_F(RoundTrip, LoadedBackIntoAStoreWithTheSameTypesAndValues) {
 }
 
 TEST_F(RoundTrip, ProgressNamesEachTableAndTheStoresOwnTablesStayOut) {
-    test::LogCapture log;
+    tb::test::LogCapture log;
     tb::test::TempDir dir;
     const WriteSummary summary = WriteStoreFile(*store_, dir / "again.mdb");
     EXPECT_EQ(summary.tables, (std::vector<std::string>{"AllTypes", "Second"}));

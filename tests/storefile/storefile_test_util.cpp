@@ -1,18 +1,12 @@
 #include "storefile_test_util.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "support/test_support.h"
 
 namespace tb::storefile::test {
 
 namespace {
-
-std::string SourceRelative(const std::string& path) {
-    const fs::path p(path);
-    return (p.is_relative() ? tb::test::SourceDir() / p : p).string();
-}
 
 // CSV as mdb-export writes it: fields quoted with '"', quotes doubled, line breaks inside quotes.
 std::vector<std::vector<Field>> ParseCsv(const std::string& text) {
@@ -66,14 +60,6 @@ tb::test::ProcessResult RunTool(const std::string& tool, std::vector<std::string
 
 }  // namespace
 
-fs::path JetCorpus() {
-    if (const char* env = std::getenv("TARNBROOK_JET_CORPUS"); env && *env) {
-        const fs::path p = SourceRelative(env);
-        return fs::is_directory(p) ? p : fs::path();
-    }
-    return tb::test::CorpusDir();
-}
-
 bool HaveMdbExport() {
     return fs::exists("/usr/bin/mdb-export");
 }
@@ -91,19 +77,6 @@ std::vector<mdb::Row> ReadRows(const fs::path& file, const std::string& table) {
     std::vector<mdb::Row> rows;
     mdb::MdbReader(file).ForEachRow(table, [&](const mdb::Row& r) { rows.push_back(r); });
     return rows;
-}
-
-LogCapture::LogCapture() : previous_(&CurrentLogSink()) {
-    SetLogSink(this);
-}
-
-LogCapture::~LogCapture() {
-    SetLogSink(previous_);
-}
-
-void LogCapture::Status(std::string_view text) {
-    statuses.emplace_back(text);
-    if (onStatus) onStatus(statuses.back());
 }
 
 std::vector<std::string> FilesIn(const fs::path& folder) {

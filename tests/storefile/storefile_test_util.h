@@ -1,30 +1,17 @@
 #pragma once
-// Helpers of the storefile tests: the Jet corpus, mdbtools' mdb-export as an outside reader,
-// a log sink that records lines and progress, and rows of our reader.
+// Helpers of the storefile tests: mdbtools' mdb-export as an outside reader, and rows of our
+// reader.
 
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "common/log.h"
 #include "mdb/mdb_reader.h"
 
 namespace tb::storefile::test {
 
 namespace fs = std::filesystem;
-
-// $TARNBROOK_JET_CORPUS, else ../shared/jet4-corpus beside the sources; empty when neither is
-// there.
-fs::path JetCorpus();
-
-#define SKIP_WITHOUT_CORPUS()                                                               \
-    do {                                                                                    \
-        if (::tb::storefile::test::JetCorpus().empty())                                     \
-            GTEST_SKIP()                                                                    \
-                << "no Jet corpus: set TARNBROOK_JET_CORPUS to the folder of Access files"; \
-    } while (0)
 
 #define SKIP_WITHOUT_MDBTOOLS()                                \
     do {                                                       \
@@ -44,23 +31,6 @@ std::vector<std::vector<Field>> MdbExport(const fs::path& file, const std::strin
 
 // Every row of a table through our reader.
 std::vector<mdb::Row> ReadRows(const fs::path& file, const std::string& table);
-
-// Records log lines and progress texts while it lives; `onStatus` runs on each progress text.
-class LogCapture : public LogSink {
-  public:
-    LogCapture();
-    ~LogCapture() override;
-    void Line(std::string_view text) override { lines.emplace_back(text); }
-    void Raw(std::string_view) override {}
-    void Status(std::string_view text) override;
-
-    std::vector<std::string> lines;
-    std::vector<std::string> statuses;
-    std::function<void(const std::string&)> onStatus;
-
-  private:
-    LogSink* previous_;
-};
 
 // The names of the files in a folder, sorted.
 std::vector<std::string> FilesIn(const fs::path& folder);

@@ -13,6 +13,7 @@
 #include "store/store.h"
 #include "storefile/store_file.h"
 #include "storefile_test_util.h"
+#include "support/log_capture.h"
 #include "support/test_support.h"
 
 namespace tb::storefile {
@@ -126,7 +127,7 @@ TEST(WriteFailure, ATargetFolderThatDisappearsLeavesNoFile) {
         tb::test::TempDir dir;
         const fs::path folder = dir / "out";
         fs::create_directories(folder);
-        test::LogCapture log;
+        tb::test::LogCapture log;
         log.onStatus = [&](const std::string& text) {
             if (text == "Writing Second...") fs::remove_all(folder);
         };
@@ -183,7 +184,7 @@ TEST(WriteStoreFile, LinksAreLeftOutOfSqliteOnlyAndTheirPasswordsNeverShow) {
     s.CreateLink({"PID", "PID", "/srv/PlantA_link.mdb", "s3cret"});
     for (const char* form : kForms) {
         tb::test::TempDir dir;
-        test::LogCapture log;
+        tb::test::LogCapture log;
         WriteStoreFile(s, dir / form);
         if (IsSqliteTarget(dir / form)) {
             ASSERT_EQ(log.lines.size(), 1u) << form;

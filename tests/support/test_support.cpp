@@ -51,8 +51,18 @@ fs::path SourceDir() {
 }
 
 fs::path CorpusDir() {
-    const fs::path p = SourceDir().parent_path() / "shared" / "jet4-corpus";
+    fs::path p = SourceDir().parent_path() / "shared" / "jet4-corpus";
+    if (const char* env = std::getenv("TARNBROOK_JET_CORPUS"); env && *env) {
+        p = env;
+        if (p.is_relative()) p = SourceDir() / p;
+    }
     return fs::is_directory(p) ? p : fs::path();
+}
+
+fs::path CorpusFile(const std::string& name) {
+    const fs::path dir = CorpusDir();
+    if (dir.empty() || name.empty()) return dir;
+    return dir / name;
 }
 
 long EndedProcessId() {

@@ -38,8 +38,21 @@ void WriteFile(const fs::path& file, const std::string& bytes);
 // The build folder and the source folder ($TB_BUILD_DIR and $TB_SOURCE_DIR override them).
 fs::path BuildDir();
 fs::path SourceDir();
-// ../shared/jet4-corpus beside the source folder; empty when missing.
+// The folder of Access-made sample files: $TARNBROOK_JET_CORPUS (relative to the source folder
+// when relative), else ../shared/jet4-corpus beside the source folder; empty when neither is there.
 fs::path CorpusDir();
+// The file `name` of that folder (the folder itself for ""); empty when the folder is missing.
+fs::path CorpusFile(const std::string& name);
+// Why a test that needs the corpus is skipped.
+inline constexpr const char* kNoCorpus =
+    "no Jet corpus: set TARNBROOK_JET_CORPUS to the folder of Access-made files (default "
+    "../shared/jet4-corpus beside the source folder)";
+
+// Declares `var` as the corpus file `name` (the folder for ""), skipping the test when the corpus
+// is missing. A file missing from a corpus that is there is no reason to skip: reading it fails.
+#define TB_CORPUS_FILE_OR_SKIP(var, name)                             \
+    const ::std::filesystem::path var = ::tb::test::CorpusFile(name); \
+    if (var.empty()) GTEST_SKIP() << ::tb::test::kNoCorpus
 
 struct ProcessResult {
     int exitCode = -1;

@@ -1,11 +1,11 @@
-#include "shared_plant.h"
+#include "support/sample_plant.h"
 
 #include "plant_generator.h"
 #include "support/test_support.h"
 
 namespace tb::test {
 
-const std::filesystem::path& TinyPlant() {
+const std::filesystem::path& ShowcasePlant() {
     static const TempDir folder;
     static const std::filesystem::path plant = [] {
         sampleplant::Options options;
