@@ -144,8 +144,9 @@ bool IsValidUtf8(std::string_view bytes) {
         if (i + len > bytes.size()) return false;
         std::size_t j = i;
         const char32_t cp = DecodeUtf8(bytes, j);
-        if (j != i + len || cp == 0xFFFD || cp < min || cp > 0x10FFFF ||
-            (cp >= 0xD800 && cp <= 0xDFFF))
+        // The decoder answers U+FFFD for a broken sequence; the character itself is EF BF BD.
+        const bool broken = cp == 0xFFFD && bytes.substr(i, len) != "\xEF\xBF\xBD";
+        if (j != i + len || broken || cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
             return false;
         i = j;
     }

@@ -15,6 +15,8 @@ TEST(Encoding, Cp1252AndUtf16) {
     EXPECT_FALSE(IsValidUtf8("\xC0\x80"));      // overlong
     EXPECT_FALSE(IsValidUtf8("\xED\xA0\x80"));  // surrogate
     EXPECT_TRUE(IsValidUtf8("plain"));
+    EXPECT_TRUE(IsValidUtf8("a\xEF\xBF\xBD b"));  // U+FFFD itself is a character like any other
+    EXPECT_EQ(DetectEncoding("\xEF\xBF\xBD"), TextEncoding::Utf8);
 }
 
 struct Utf8Case {
