@@ -143,14 +143,12 @@ class Chain {
                     st_.AddColumn(category_, {c.alias, store::ColumnType::Text(255)});
                 set.push_back({c.alias, "b." + store::SqlName(c.column)});
             }
-            store::JoinUpdate u;
-            u.target = category_;
-            u.targetAlias = "a";
-            u.source = "t_pipingpoint b";
-            u.on = "a.[" + std::string(leftKey) + "]=b.SP_PLANTITEMID";
-            u.set = set;
-            u.where = "b.POINTINDEX=" + std::to_string(index);
-            st_.UpdateFromJoin(u);
+            st_.UpdateFromJoin({.target = category_,
+                                .targetAlias = "a",
+                                .source = "t_pipingpoint b",
+                                .on = "a.[" + std::string(leftKey) + "]=b.SP_PLANTITEMID",
+                                .set = set,
+                                .where = "b.POINTINDEX=" + std::to_string(index)});
         }
     }
 

@@ -36,14 +36,12 @@ std::string EndsOf(std::string_view table, std::string_view id, char end, std::s
 // Runs `u` with the target under alias "t" and the source under "s".
 void Update(store::Store& st, std::string_view target, std::string source, std::string on,
             std::vector<store::Assignment> set, std::string where = {}) {
-    store::JoinUpdate u;
-    u.target = std::string(target);
-    u.targetAlias = "t";
-    u.source = std::move(source);
-    u.on = std::move(on);
-    u.set = std::move(set);
-    u.where = std::move(where);
-    st.UpdateFromJoin(u);
+    st.UpdateFromJoin({.target = std::string(target),
+                       .targetAlias = "t",
+                       .source = std::move(source),
+                       .on = std::move(on),
+                       .set = std::move(set),
+                       .where = std::move(where)});
 }
 
 // Runs UpdateFromChosenSql.

@@ -63,13 +63,11 @@ void PrepareTags(RunContext& run) {
     store::Store& st = run.st();
     ShowProgress("Preparing Tag...");
     if (st.TableExists("t_opc") && st.ColumnExists("t_opc", "Opc_opctag")) {
-        store::JoinUpdate u;
-        u.target = "pid";
-        u.targetAlias = "p";
-        u.source = "t_opc t";
-        u.on = "p.sp_id=t.opc_sp_id";
-        u.set = {{"tag", "t.Opc_opctag"}};
-        st.UpdateFromJoin(u);
+        st.UpdateFromJoin({.target = "pid",
+                           .targetAlias = "p",
+                           .source = "t_opc t",
+                           .on = "p.sp_id=t.opc_sp_id",
+                           .set = {{"tag", "t.Opc_opctag"}}});
     }
     if (st.TableExists("t_pipingpoint")) {
         if (run.pointDescription) {

@@ -482,14 +482,13 @@ void PlantCopy::Drawings() {
         if (!c.wanted) continue;
         Rs2Access(*run_.plant.connection, c.sql, st_, c.helper);
         st_.AddColumn("Drawings", {c.column, store::ColumnType::Long()});
-        store::JoinUpdate u;
-        u.target = "Drawings";
-        u.source = std::string(c.helper) + " h";
-        u.on = "Drawings.drawing_sp_id=h.sp_drawingid";
-        u.set = {{c.column,
-                  std::string("h.") +
-                      (IEquals(c.helper, "t_drawingversion") ? "NoOfVersions" : "NoOfAuxGraphic")}};
-        st_.UpdateFromJoin(u);
+        st_.UpdateFromJoin(
+            {.target = "Drawings",
+             .source = std::string(c.helper) + " h",
+             .on = "Drawings.drawing_sp_id=h.sp_drawingid",
+             .set = {{c.column, std::string("h.") + (IEquals(c.helper, "t_drawingversion")
+                                                         ? "NoOfVersions"
+                                                         : "NoOfAuxGraphic")}}});
         st_.DropTable(c.helper);
     }
     run_.CheckCancel();
