@@ -27,7 +27,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using shell::CurrentRun;
-using shell::GetParameterValue;
 
 [[noreturn]] void NotBuilt(const std::string& what) {
     Raise(what + " is not built yet in this version of Tarnbrook.");
@@ -90,7 +89,7 @@ void WriteMode(const std::string& writeFile, const Engines& engines, std::string
 
 // What this run reads and writes, known before anything is written, so that the log and the
 // output can be refused when they name one of them.
-void RegisterRunPaths(const std::string& writeFile) {
+void RegisterRunPaths(const shell::CommandLine& commandLine, const std::string& writeFile) {
     ClearRunPaths();
     RegisterRunPath(platform::ProgramIniFile(), RunPathRole::Input, "program ini file");
     std::string site, config, output;
@@ -98,10 +97,10 @@ void RegisterRunPaths(const std::string& writeFile) {
         RegisterRunPath(writeFile, RunPathRole::Input, "write instruction file");
         site = IniRead(writeFile, "LDL", "Site");
     } else if (CurrentRun().batchMode) {
-        site = GetParameterValue("site");
-        config = GetParameterValue("config");
-        output = GetParameterValue("output");
-        if (output.empty()) output = GetParameterValue("Extract");
+        site = commandLine.Value("site");
+        config = commandLine.Value("config");
+        output = commandLine.Value("output");
+        if (output.empty()) output = commandLine.Value("Extract");
     }
     if (site.empty()) site = IniRead(shell::ManagerIniFile(), "SmartPlant Manager", "SiteServer");
     plantaccess::RegisterSiteInputs(site);
@@ -116,23 +115,23 @@ void RegisterRunPaths(const std::string& writeFile) {
     RegisterRunPath(platform::RegistryFile(), RunPathRole::Settings, "settings registry file");
 }
 
-void BatchMode(const Engines& engines, std::string& managerBackup) {
-    shell::LogLine("Batch mode arguments: " + shell::CommandLineText());
-    if (shell::CommandLineText().find('?') != std::string::npos &&
-        GetParameterValue("exclude").empty()) {
-        shell::ShowCommandLineUsage();
+void BatchMode(const shell::CommandLine& commandLine, const Engines& engines,
+               std::string& managerBackup) {
+    shell::LogLine("Batch mode arguments: " + commandLine.Text());
+    if (commandLine.Text().find('?') != std::string::npos && commandLine.Value("exclude").empty()) {
+        shell::ShowCommandLineUsage(commandLine);
         return;
     }
-    if (const std::string reload = GetParameterValue("reload"); !reload.empty()) {
+    if (const std::string reload = commandLine.Value("reload"); !reload.empty()) {
         engines.reExtract(reload);
         return;
     }
     ExtractionJob job;
-    job.output = GetParameterValue("output");
-    if (job.output.empty()) job.output = GetParameterValue("Extract");
-    job.vmpk = GetParameterValue("vmpk");
+    job.output = commandLine.Value("output");
+    if (job.output.empty()) job.output = commandLine.Value("Extract");
+    job.vmpk = commandLine.Value("vmpk");
     if (job.output.empty() && job.vmpk.empty()) {
-        shell::ShowCommandLineUsage();
+        shell::ShowCommandLineUsage(commandLine);
         return;
     }
     if (!job.output.empty()) {
@@ -141,12 +140,12 @@ void BatchMode(const Engines& engines, std::string& managerBackup) {
         if (!folder.empty() && !fs::is_directory(folder, ec))
             Raise("Output directory " + folder + " does not exist.");
     }
-    const std::string config = GetParameterValue("config");
+    const std::string config = commandLine.Value("config");
     RequireFile(config, "Config Ini");
-    const std::string site = GetParameterValue("site");
+    const std::string site = commandLine.Value("site");
     RequireFile(site, "Site Ini");
-    const std::string plant = GetParameterValue("plant");
-    const std::string parentplant = GetParameterValue("parentplant");
+    const std::string plant = commandLine.Value("plant");
+    const std::string parentplant = commandLine.Value("parentplant");
     SetActivePlant(site, plant, parentplant);
     shell::ApplySiteAndPlantToManagerIni(site, plant, parentplant, managerBackup);
 
@@ -156,13 +155,13 @@ void BatchMode(const Engines& engines, std::string& managerBackup) {
     if (!config.empty()) shell::SetAttributeConfigFile(config);
 
     const Selection selection =
-        ResolveSelection(GetParameterValue("pbs"), GetParameterValue("unitcode"),
-                         GetParameterValue("name"), engines);
+        ResolveSelection(commandLine.Value("pbs"), commandLine.Value("unitcode"),
+                         commandLine.Value("name"), engines);
     // From here on Ctrl+C cancels the job cleanly instead of killing it half-way.
     platform::CancelOnInterrupt();
-    job.revision = GetParameterValue("revision");
+    job.revision = commandLine.Value("revision");
     if (job.revision.empty()) {
-        job.exclude = GetParameterValue("exclude");
+        job.exclude = commandLine.Value("exclude");
         job.plantGroupIDs = selection.plantGroupIDs;
         job.drawingIDs = selection.drawingIDs;
         engines.extract(job);
@@ -171,7 +170,7 @@ void BatchMode(const Engines& engines, std::string& managerBackup) {
         engines.extractRevision(job);
     }
     if (!job.vmpk.empty())
-        engines.createVmp(job, shell::IsParameterSet("black"), shell::IsParameterSet("border"));
+        engines.createVmp(job, commandLine.IsSet("black"), commandLine.IsSet("border"));
 }
 
 }  // namespace
@@ -240,17 +239,17 @@ Selection ResolveSelection(const std::string& pbs, const std::string& unitcode,
 }
 
 int RunMain(const std::vector<std::string>& args, const Engines& engines) {
+    const shell::CommandLine commandLine(args);
     auto& run = CurrentRun();
     std::string managerBackup;
     std::optional<Error> pending;
     try {
-        shell::SetCommandLineArgs(args);
         // Tokens of blanks only count as an empty command line.
         run.batchMode = std::any_of(args.begin(), args.end(),
                                     [](const std::string& a) { return !TrimBlanks(a).empty(); });
         std::string writeFile;
         if (run.batchMode) {
-            writeFile = GetParameterValue("Write");
+            writeFile = commandLine.Value("Write");
             if (!writeFile.empty()) run.writeMode = !IniRead(writeFile, "LDL", "MDB").empty();
             run.consoleEnabled = true;
         }
@@ -259,16 +258,16 @@ int RunMain(const std::vector<std::string>& args, const Engines& engines) {
         const std::string suffix = shell::UserSuffix(platform::UserName());
         run.pidTempTableName = suffix + "pid_temp_cp";
         run.lockedTempTableName = suffix + "locked_temp_cp";
-        RegisterRunPaths(run.writeMode ? writeFile : std::string());
+        RegisterRunPaths(commandLine, run.writeMode ? writeFile : std::string());
         if (run.writeMode) {
             WriteMode(writeFile, engines, managerBackup);
         } else {
-            const std::string log = run.batchMode ? GetParameterValue("log") : std::string();
+            const std::string log = run.batchMode ? commandLine.Value("log") : std::string();
             const auto refused = shell::OpenLog(kAppTitle, kAppTitle, log);
             shell::RemoveSessionLeftovers();
             if (refused) Raise(*refused);
             if (run.batchMode)
-                BatchMode(engines, managerBackup);
+                BatchMode(commandLine, engines, managerBackup);
             else
                 engines.window();
         }

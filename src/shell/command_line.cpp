@@ -16,19 +16,6 @@ constexpr std::array<std::string_view, 18> kArgumentNames = {
     "Write", "log",         "exclude", "reload",   "output", "Extract",  "vmpk",  "config", "site",
     "plant", "parentplant", "pbs",     "unitcode", "name",   "revision", "black", "border", "task"};
 
-struct Parsed {
-    bool done = false;
-    std::vector<std::string> tokens;
-    std::string raw;
-    // lower-case name -> value; the first occurrence wins
-    std::map<std::string, std::string> values;
-};
-
-Parsed& State() {
-    static Parsed p;
-    return p;
-}
-
 std::optional<std::string_view> KnownName(std::string_view candidate) {
     for (auto n : kArgumentNames)
         if (IEquals(candidate, n)) return n;
@@ -50,28 +37,20 @@ std::optional<std::pair<std::string, std::string>> NameToken(std::string_view to
 
 }  // namespace
 
-void SetCommandLineArgs(std::vector<std::string> args) {
-    State() = Parsed{};
-    State().tokens = std::move(args);
-}
-
-void NormalizeCommandLine() {
-    Parsed& p = State();
-    if (p.done) return;
-    p.done = true;
+CommandLine::CommandLine(std::vector<std::string> tokens) {
     std::vector<std::string> rawParts;
-    for (const auto& t : p.tokens)
+    for (const auto& t : tokens)
         rawParts.push_back(t.find(' ') != std::string::npos ? "\"" + t + "\"" : t);
-    p.raw = Join(rawParts, " ");
+    raw_ = Join(rawParts, " ");
 
     std::string current;  // name whose value is being collected
     std::vector<std::string> valueParts;
     auto flush = [&] {
         if (current.empty()) return;
         std::string value = StripEnclosingQuotes(TrimBlanks(Join(valueParts, " ")));
-        p.values.try_emplace(current, std::move(value));
+        values_.try_emplace(current, std::move(value));
     };
-    for (const auto& t : p.tokens) {
+    for (const auto& t : tokens) {
         if (auto name = NameToken(t)) {
             flush();
             current = name->first;
@@ -84,22 +63,15 @@ void NormalizeCommandLine() {
     flush();
 }
 
-const std::string& CommandLineText() {
-    NormalizeCommandLine();
-    return State().raw;
+std::string CommandLine::Value(std::string_view name) const {
+    if (!name.empty() && name.front() == '/') name.remove_prefix(1);
+    const auto it = values_.find(ToLowerAscii(name));
+    return it == values_.end() ? std::string() : it->second;
 }
 
-std::string GetParameterValue(std::string_view name) {
-    NormalizeCommandLine();
+bool CommandLine::IsSet(std::string_view name) const {
     if (!name.empty() && name.front() == '/') name.remove_prefix(1);
-    const auto it = State().values.find(ToLowerAscii(name));
-    return it == State().values.end() ? std::string() : it->second;
-}
-
-bool IsParameterSet(std::string_view name) {
-    NormalizeCommandLine();
-    if (!name.empty() && name.front() == '/') name.remove_prefix(1);
-    return State().values.count(ToLowerAscii(name)) > 0;
+    return values_.count(ToLowerAscii(name)) > 0;
 }
 
 std::vector<std::string> GetParameterNames() {
@@ -109,8 +81,8 @@ std::vector<std::string> GetParameterNames() {
         ",");
 }
 
-std::string CommandLineUsageText() {
-    const std::string raw = CommandLineText();
+std::string CommandLineUsageText(const CommandLine& commandLine) {
+    const std::string& raw = commandLine.Text();
     const std::string dashes(50, '-');
     const std::string program = platform::ProgramFileName();
     std::string folder = platform::ProgramFolder().string();
@@ -171,8 +143,8 @@ std::string CommandLineUsageText() {
     return text;
 }
 
-void ShowCommandLineUsage() {
-    platform::ConsoleWrite(CommandLineUsageText());
+void ShowCommandLineUsage(const CommandLine& commandLine) {
+    platform::ConsoleWrite(CommandLineUsageText(commandLine));
 }
 
 }  // namespace tb::shell

@@ -56,27 +56,26 @@ TEST(CommandLine, ExamplesOfTheDocs) {
     const auto examples = ExamplesFromDocs();
     ASSERT_GE(examples.size(), 20u) << "docs/command-line.md examples table not found";
     for (const auto& ex : examples) {
-        SetCommandLineArgs(ShellTokens(ex.arguments));
+        const CommandLine line(ShellTokens(ex.arguments));
         SCOPED_TRACE(ex.arguments + " -> " + ex.name);
         if (ex.value == "not set") {
-            EXPECT_FALSE(IsParameterSet(ex.name));
-            EXPECT_EQ(GetParameterValue(ex.name), "");
+            EXPECT_FALSE(line.IsSet(ex.name));
+            EXPECT_EQ(line.Value(ex.name), "");
         } else if (ex.value == "set, empty") {
-            EXPECT_TRUE(IsParameterSet(ex.name));
-            EXPECT_EQ(GetParameterValue(ex.name), "");
+            EXPECT_TRUE(line.IsSet(ex.name));
+            EXPECT_EQ(line.Value(ex.name), "");
         } else {
-            EXPECT_TRUE(IsParameterSet("/" + ex.name));
-            EXPECT_EQ(GetParameterValue(ex.name), ex.value);
-            EXPECT_EQ(GetParameterValue("/" + ToUpperAscii(ex.name)), ex.value);
+            EXPECT_TRUE(line.IsSet("/" + ex.name));
+            EXPECT_EQ(line.Value(ex.name), ex.value);
+            EXPECT_EQ(line.Value("/" + ToUpperAscii(ex.name)), ex.value);
         }
     }
 }
 
 TEST(CommandLine, RawLineQuotesTokensWithBlanks) {
-    SetCommandLineArgs({"/output", "/x y/a.mdb", "/plant", "P"});
-    EXPECT_EQ(CommandLineText(), "/output \"/x y/a.mdb\" /plant P");
-    SetCommandLineArgs({});
-    EXPECT_EQ(CommandLineText(), "");
+    EXPECT_EQ(CommandLine({"/output", "/x y/a.mdb", "/plant", "P"}).Text(),
+              "/output \"/x y/a.mdb\" /plant P");
+    EXPECT_EQ(CommandLine(std::vector<std::string>{}).Text(), "");
 }
 
 TEST(CommandLine, ParameterNamesInTheirOrder) {
@@ -86,8 +85,7 @@ TEST(CommandLine, ParameterNamesInTheirOrder) {
 }
 
 TEST(CommandLine, UsageTextLines) {
-    SetCommandLineArgs({"/foo"});
-    const std::string usage = CommandLineUsageText();
+    const std::string usage = CommandLineUsageText(CommandLine({"/foo"}));
     const auto lines = Split(usage, "\r\n");
     ASSERT_GT(lines.size(), 35u);
     EXPECT_EQ(lines[0], "");
@@ -97,8 +95,7 @@ TEST(CommandLine, UsageTextLines) {
     EXPECT_TRUE(usage.ends_with("/config \"/srv/PlantA.ini\"\r\n\r\n"));
     EXPECT_EQ(usage.find('\n'), usage.find("\r\n") + 1);  // every line ends with CR LF
 
-    SetCommandLineArgs({"/?"});
-    const std::string help = CommandLineUsageText();
+    const std::string help = CommandLineUsageText(CommandLine({"/?"}));
     EXPECT_EQ(help.find("Incorrect command line arguments"), std::string::npos);
     EXPECT_EQ(usage.size() - help.size(),
               std::string("\r\nIncorrect command line arguments '/foo'\r\n\r\n").size());
