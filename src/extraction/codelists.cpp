@@ -229,18 +229,11 @@ void FillGlossary(store::Store& store) {
 }
 
 std::string DecodeLookupSql() {
-    // Keys compare in binary, as the text of "'' & code" did: the columns are declared without
-    // the store's collation. Names compare through lcase, codes as text; the last row wins.
-    return "CREATE TABLE [__tb_decode] (a TEXT COLLATE BINARY, k TEXT COLLATE BINARY, txt TEXT); "
-           "INSERT INTO [__tb_decode] (a, k, txt) "
-           "SELECT lcase(ATTRIBUTE_NAME), jcat('', CODELIST_INDEX), CODELIST_TEXT "
+    // Names compare through lcase, codes as their text ("'' & code"); the last row wins.
+    return "SELECT lcase(ATTRIBUTE_NAME), jcat('', CODELIST_INDEX), CODELIST_TEXT "
            "FROM [Codelist_cp] WHERE ATTRIBUTE_NAME IS NOT NULL AND _rowid_ IN "
            "(SELECT max(_rowid_) FROM [Codelist_cp] WHERE ATTRIBUTE_NAME IS NOT NULL "
            "GROUP BY lcase(ATTRIBUTE_NAME), jcat('', CODELIST_INDEX))";
-}
-
-std::string DecodeLookupIndexSql() {
-    return "CREATE UNIQUE INDEX [__tb_decode_ak] ON [__tb_decode](a, k)";
 }
 
 std::string DecodeUpdateSql(std::string_view table, const std::vector<DecodedColumn>& columns) {
@@ -255,22 +248,18 @@ std::string DecodeUpdateSql(std::string_view table, const std::vector<DecodedCol
 }
 
 void MakeDecodeLookup(store::Store& store) {
-    DropDecodeLookup(store);
-    store.Execute(DecodeLookupSql());
     // Read once into memory: a probe per cell is a hash lookup, not a statement.
     auto texts = std::make_shared<store::CodeTexts>();
-    for (const store::Row& r : store.QueryRows("SELECT a, k, txt FROM [__tb_decode]")) {
+    for (const store::Row& r : store.QueryRows(DecodeLookupSql())) {
         // A found text of Null, or of the empty blob, decodes to Null.
         std::optional<std::string> text;
         if (!r[2].isNull() && !(r[2].isBlob() && r[2].ToText().empty())) text = r[2].ToText();
         texts->lists[r[0].ToText()].emplace(r[1].ToText(), std::move(text));
     }
-    store.Execute("DROP TABLE [__tb_decode]");
     store::RegisterDecode(store.handle(), std::move(texts));
 }
 
 void DropDecodeLookup(store::Store& store) {
-    store.Execute("DROP TABLE IF EXISTS [__tb_decode]");
     store::RegisterDecode(store.handle(), nullptr);
 }
 

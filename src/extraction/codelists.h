@@ -51,15 +51,15 @@ struct DecodedColumn {
     std::string column;
     std::string attribute;
 };
-// The lookup the decode probes, made from Codelist_cp: for every list (its name in lower case,
-// "a") and code (CODELIST_INDEX as text, "k"), the text of the list's last row with that code.
+// The rows of the lookup the decode probes, from Codelist_cp: for every list (its name in lower
+// case) and code (CODELIST_INDEX as text), the text of the list's last row with that code.
 std::string DecodeLookupSql();
-std::string DecodeLookupIndexSql();
 // One UPDATE decoding every coded column of `table`: a code found in its list becomes the list's
 // text (Null included); other values stay. Codes compare as text, in binary.
 std::string DecodeUpdateSql(std::string_view table, const std::vector<DecodedColumn>& columns);
 
-// Makes the lookup (DecodeLookupSql) for DecodeTable; DropDecodeLookup removes it.
+// Reads the lookup (DecodeLookupSql) into memory for DecodeTable's tb_decode; DropDecodeLookup
+// removes it.
 void MakeDecodeLookup(store::Store& store);
 void DropDecodeLookup(store::Store& store);
 // Decodes the coded columns of `table` in one pass: number columns become Text first (one
