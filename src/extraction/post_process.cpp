@@ -91,6 +91,13 @@ std::optional<Projection> ParseProjection(std::string_view sql) {
     }
 }
 
+namespace {
+// A full join keeps each distinct row of both sides once (a union): it runs on tables.
+bool IsFullJoin(std::string_view kind) {
+    return IEquals(kind, "out") || IEquals(kind, "outer");
+}
+}  // namespace
+
 std::string SharedJoinSources::TableFor(const std::string& query) {
     for (const auto& [q, table] : tables_)
         if (q == query) return table;
@@ -193,8 +200,7 @@ bool TableGrower::Extend(std::string_view query, std::string_view leftKey,
                          bool keepRightKey, bool shareable) {
     if (query.empty() || !HasColumn(leftKey)) return false;
     // Columns of one table under names of their own: that table is joined where it stands.
-    if (const auto p = ParseProjection(query);
-        p && !IEquals(kind, "out") && !IEquals(kind, "outer")) {
+    if (const auto p = ParseProjection(query); p && !IsFullJoin(kind)) {
         if (const auto table = store_.FindTable(p->table)) {
             const std::vector<std::string> have = TableColumns(store_, *table);
             std::vector<std::pair<std::string, std::string>> columns;
@@ -239,8 +245,7 @@ void TableGrower::JoinStep(std::string_view right, std::string_view leftKey,
                     "JoinTable: the table '" + std::string(right) + "' does not exist.");
     // The right key goes, unless asked for or the left has a column of its name.
     const bool keyOnLeft = keepRightKey || HasColumn(rightKey);
-    if (IEquals(kind, "out") || IEquals(kind, "outer")) {
-        // A full join keeps each distinct row of both sides once (a union): run on tables.
+    if (IsFullJoin(kind)) {
         const std::string left = Current();
         const std::string t = Next();
         JoinTable(store_, kind, {}, left, leftKey, *r, rightKey, t, !keyOnLeft);
@@ -313,10 +318,8 @@ void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view 
     const std::vector<std::string> itemColumns = TableColumns(store_, *items);
     const std::string itemId = FindName(itemColumns, "sp_id"),
                       itemGroup = FindName(itemColumns, "SP_PLANTGROUPID");
-    std::optional<store::ColumnType> groupIdType;
-    for (const store::ColumnDef& c : store_.Columns(*groupTable))
-        if (IEquals(c.name, "sp_id")) groupIdType = c.type;
-    if (itemId.empty() || itemGroup.empty() || !groupIdType) return;
+    if (itemId.empty() || itemGroup.empty() || !store_.ColumnExists(*groupTable, "sp_id")) return;
+    store::ColumnType groupIdType = store_.TypeOf(*groupTable, "sp_id");
     static constexpr std::string_view kGroup = "PlantGroup_Key_SP_ID";
     std::vector<store::ColumnDef> defs;
     std::vector<std::pair<std::string, std::string>> columns;
@@ -335,8 +338,8 @@ void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view 
     }
     if (defs.empty() || HasColumn(kGroup)) return;
     // The columns are Text(100) whatever the group table holds, the last group row of an id wins.
-    groupIdType->counter = false;
-    defs.insert(defs.begin(), {std::string(kGroup), *groupIdType});
+    groupIdType.counter = false;
+    defs.insert(defs.begin(), {std::string(kGroup), groupIdType});
     const std::string groups = Next();
     store_.CreateTable(groups, defs);
     used_.push_back(groups);
@@ -375,12 +378,10 @@ void TableGrower::PlantGroupColumns(const AttributeKeys& keys, std::string_view 
     // Several plant items of one id: the last of them, with its group, as one row per id.
     static constexpr std::string_view kItem = "PlantGroupItem_SP_ID";
     if (HasColumn(kItem)) return;
-    std::optional<store::ColumnType> itemType;
-    for (const store::ColumnDef& c : store_.Columns(*items))
-        if (IEquals(c.name, itemId)) itemType = c.type;
-    itemType->counter = false;
+    store::ColumnType itemType = store_.TypeOf(*items, itemId);
+    itemType.counter = false;
     std::vector<store::ColumnDef> byItem = defs;
-    byItem.front() = {std::string(kItem), *itemType};
+    byItem.front() = {std::string(kItem), itemType};
     const std::string perItem = Next();
     store_.CreateTable(perItem, byItem);
     used_.push_back(perItem);
